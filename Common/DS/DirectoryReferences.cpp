@@ -1,0 +1,61 @@
+// File references of directory records that stand on a record of their own (PS 3.3, F.3.2.2).
+
+#include <new>
+#include <unordered_map>
+
+#include "Common/DS/ElementNode.h"
+#include "Common/DSValue/ValueStore.h"
+#include "Common/Utils/Memory.h"
+#include "MDicomDS.h"
+
+using namespace mdicom;
+
+namespace {
+
+constexpr uint32_t kDirectoryRecords = 0x00041220;
+constexpr uint32_t kReferencedFile = 0x00041500;
+constexpr uint32_t kReferencedRecord = 0x00041504;
+
+bool HasValue(const _DICOMELEMENT *element) {
+    return element != nullptr && element->nLength > 0 && element->nLength < kUndefinedLength;
+}
+
+}  // namespace
+
+/** Gives each record that names a multi-referenced record the file reference itself. */
+void MDicomDS::RefreshKeys() {
+    if (FindFirstElement(nullptr, kReferencedRecord, 0) == nullptr) return;
+    _DICOMELEMENT *records = FindFirstElement(nullptr, kDirectoryRecords, 1);
+    if (records == nullptr) return;
+    try {
+        std::unordered_map<uint32_t, _DICOMELEMENT *> byIdentity;
+        for (_DICOMELEMENT *item = FirstChildOf(records); item != nullptr; item = NextOf(item)) {
+            if (item->nRecordOffset > 0) byIdentity.emplace(item->nRecordOffset, item);
+        }
+        for (_DICOMELEMENT *item = FirstChildOf(records); item != nullptr; item = NextOf(item)) {
+            _DICOMELEMENT *reference =
+                FindOnLevel(item, kReferencedRecord, PlaceOnLevel(item, kReferencedRecord));
+            if (reference == nullptr) continue;
+            const auto target = byIdentity.find(reference->nRecordOffset);
+            DeleteElement(reference);
+            if (target != byIdentity.end()) CopyFileReference(item, target->second);
+        }
+    } catch (const std::bad_alloc &) {
+        // The references stay as the file has them.
+    }
+}
+
+void MDicomDS::CopyFileReference(_DICOMELEMENT *pRecord, _DICOMELEMENT *pSource) {
+    _DICOMELEMENT *source =
+        FindOnLevel(pSource, kReferencedFile, PlaceOnLevel(pSource, kReferencedFile));
+    if (!HasValue(source) || !ValueIsPresent(source)) return;
+    _DICOMELEMENT *target =
+        FindOnLevel(pRecord, kReferencedFile, PlaceOnLevel(pRecord, kReferencedFile));
+    if (target == source) return;
+    if (target == nullptr) target = InsertElement(pRecord, 1, kReferencedFile, 0, 0, 0);
+    const DataBlock<uint8_t> bytes = MakeDataBlock<uint8_t>(source->nLength);
+    if (target == nullptr || !bytes) return;
+    if (GetBinaryValue(source, bytes.get(), 0, source->nLength)) {
+        SetBinaryValue(target, bytes.get(), source->nLength);
+    }
+}

@@ -1,0 +1,95 @@
+// Accelerators of one data set's searches. They change what a search costs, never what it finds.
+
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <unordered_map>
+#include <unordered_set>
+
+#include "MDicomTypes.h"
+
+namespace mdicom {
+
+/** How often each tag stands in the tree: a small table with open addressing. */
+class TagCounts {
+  public:
+    void Add(uint32_t tag) noexcept;
+    void Remove(uint32_t tag) noexcept;
+    /** True unless the tag is known to be absent. */
+    bool MayHold(uint32_t tag) const noexcept;
+    void Clear() noexcept;
+
+  private:
+    struct Entry {
+        uint32_t tag;  ///< 0 for a free entry: no element has this tag
+        uint32_t count;
+    };
+    Entry *Find(uint32_t tag) const noexcept;
+    bool Grow() noexcept;
+
+    std::unique_ptr<Entry[]> m_Entries;
+    uint32_t m_Capacity = 0;  ///< a power of two
+    uint32_t m_Used = 0;
+    bool m_Complete = true;  ///< false after a failed allocation: then any tag may be there
+};
+
+/**
+ * Remembers where searches of a data set end: tag counts for the whole tree, the first element
+ * of tags that were searched for, and on long levels every 64th sibling by its tag. The owner
+ * tells of each insertion and deletion. Nothing here can fail: without memory the searches walk.
+ */
+class ElementIndex {
+  public:
+    void Inserted(_DICOMELEMENT *element) noexcept;
+    /** Before the element is unlinked; its children are gone. */
+    void Deleting(_DICOMELEMENT *element) noexcept;
+    void Clear() noexcept;
+
+    bool MayHold(uint32_t tag) const noexcept { return m_Counts.MayHold(tag); }
+
+    /** The first element with this tag in a depth-first walk, if it is known. */
+    _DICOMELEMENT *KnownFirst(uint32_t tag) const noexcept;
+    void RememberFirst(_DICOMELEMENT *element) noexcept;
+
+    /**
+     * The first sibling of a level whose tag is greater than or equal to tag, or null.
+     * @param parent parent of the level, null for the top level
+     * @param first, last ends of the level
+     */
+    _DICOMELEMENT *LowerBound(_DICOMELEMENT *parent, _DICOMELEMENT *first, _DICOMELEMENT *last,
+                              uint32_t tag) noexcept;
+
+    /** True if the siblings under parent are known to ascend by tag. */
+    bool HasOrder(const _DICOMELEMENT *parent) const noexcept {
+        return m_Unordered.empty() || !m_Unordered.contains(parent);
+    }
+
+    /** Notes the node that records the file offset of an element. */
+    void RememberOffset(const _DICOMELEMENT *element, _DICOMLINK *node) noexcept;
+    /** The node that records the file offset of an element, or null. */
+    _DICOMLINK *KnownOffset(const _DICOMELEMENT *element) const noexcept;
+
+    /** Steps that were walked over levels without order; a reader of hostile input asks. */
+    uint64_t StepsWithoutOrder() const noexcept { return m_StepsWithoutOrder; }
+
+  private:
+    using Samples = std::map<uint32_t, _DICOMELEMENT *>;
+
+    _DICOMELEMENT *WalkWithSamples(_DICOMELEMENT *parent, _DICOMELEMENT *first,
+                                   uint32_t tag) noexcept;
+    bool StandsAfter(const _DICOMELEMENT *element, const _DICOMELEMENT *other) const noexcept;
+
+    TagCounts m_Counts;
+    std::array<_DICOMELEMENT *, 8> m_Firsts{};
+    uint32_t m_NextFirst = 0;
+    bool m_HasFirsts = false;
+    std::unordered_map<const _DICOMELEMENT *, Samples> m_Samples;  ///< by parent
+    std::unordered_set<const _DICOMELEMENT *> m_Unordered;         ///< parents of such levels
+    std::unordered_map<const _DICOMELEMENT *, _DICOMLINK *> m_Offsets;
+    uint64_t m_StepsWithoutOrder = 0;
+};
+
+}  // namespace mdicom

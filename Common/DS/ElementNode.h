@@ -1,0 +1,79 @@
+// The memory of an element: its record, and behind it the arrays of a value in one block.
+
+#pragma once
+
+#include <cstddef>
+
+#include "MDicomTypes.h"
+
+namespace mdicom {
+
+constexpr uint32_t kUndefinedLength = 0xFFFFFFFF;
+constexpr uint32_t kUnparsed = 0xFFFFFFFF;
+constexpr uint32_t kTagTrailingPadding = 0xFFFCFFFC;
+constexpr uint32_t kTagTransferSyntax = 0x00020010;
+constexpr uint32_t kTagSpecificCharacterSet = 0x00080005;
+
+/** Nearly all values are one block, so room for its three array entries stands behind the record
+ *  and an element costs one allocation. */
+struct ElementNode {
+    _DICOMELEMENT element;
+    MDicomFile *file;
+    uint32_t offset;
+    uint32_t length;
+};
+static_assert(offsetof(ElementNode, element) == 0);
+
+inline _DICOMELEMENT *AsElement(_DICOMLINK *link) {
+    return reinterpret_cast<_DICOMELEMENT *>(link);
+}
+
+inline _DICOMLINK *AsLink(_DICOMELEMENT *element) {
+    return element != nullptr ? &element->Link : nullptr;
+}
+
+inline _DICOMELEMENT *ParentOf(const _DICOMELEMENT *element) {
+    return AsElement(element->Link.pParent);
+}
+
+inline _DICOMELEMENT *FirstChildOf(const _DICOMELEMENT *element) {
+    return AsElement(element->Link.pFirstChild);
+}
+
+inline _DICOMELEMENT *NextOf(const _DICOMELEMENT *element) {
+    return AsElement(element->Link.pNext);
+}
+
+constexpr uint16_t GroupOf(uint32_t tag) {
+    return static_cast<uint16_t>(tag >> 16);
+}
+
+constexpr uint16_t ElementOf(uint32_t tag) {
+    return static_cast<uint16_t>(tag);
+}
+
+/** True for the two delimiters, which exist only in encoded form. */
+constexpr bool IsDelimiter(uint32_t tag) {
+    return tag == TAG_ITEM_DELIMITATION || tag == TAG_SEQUENCE_DELIMITATION;
+}
+
+/** True for items and delimiters, which have a header of their own kind. */
+constexpr bool IsItemOrDelimiter(uint32_t tag) {
+    return tag == TAG_ITEM || IsDelimiter(tag);
+}
+
+/** True for the elements whose value is the offset of a directory record (PS 3.3, F.3.2.2). */
+constexpr bool IsDirectoryReference(uint32_t tag) {
+    switch (tag) {
+        case 0x00041200:
+        case 0x00041202:
+        case 0x00041400:
+        case 0x00041420:
+        case 0x00041504:
+            return true;
+        default:
+            return false;
+    }
+}
+
+}  // namespace mdicom

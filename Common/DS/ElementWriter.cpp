@@ -1,0 +1,363 @@
+// ElementWriter: encodes the tree of a data set into a stream.
+
+#include "Common/DS/ElementWriter.h"
+
+#include <algorithm>
+
+#include "Common/DS/ElementIndex.h"
+#include "Common/DS/ElementNode.h"
+#include "Common/DSValue/ValueStore.h"
+#include "Common/Utils/ByteOrder.h"
+#include "Common/Utils/Vr.h"
+
+namespace mdicom {
+
+namespace {
+
+constexpr size_t kStageSize = 64 * 1024;
+constexpr uint32_t kLargeBlock = 32 * 1024;
+constexpr uint32_t kTurnedPiece = 48 * 1024;  ///< holds whole units of every size
+constexpr uint32_t kLongestShortValue = 65534;
+constexpr uint32_t kDelimiterSize = 8;
+constexpr uint32_t kGroupLengthSize = 12;
+constexpr uint32_t kPreambleSize = 132;
+
+bool IsLetters(uint16_t code) {
+    const auto isLetter = [](int c) { return c >= 'A' && c <= 'Z'; };
+    return isLetter(code >> 8) && isLetter(code & 0xFF);
+}
+
+uint32_t DelimiterOf(const _DICOMELEMENT *element) {
+    return element->nTag == TAG_ITEM ? TAG_ITEM_DELIMITATION : TAG_SEQUENCE_DELIMITATION;
+}
+
+}  // namespace
+
+ElementWriter::ElementWriter(MDicomDS &ds, MDicomFile &target, const SaveOptions &options)
+    : m_DS(ds), m_Target(target), m_Options(options) {}
+
+Status ElementWriter::Write() {
+    m_Staged.reserve(kStageSize);
+    const Status planned = Plan();
+    if (planned != DICOM_SUCCESS) return planned;
+    if (m_Options.preamble) {
+        const bool done = Put(m_DS.m_Preamble, sizeof m_DS.m_Preamble) && Put("DICM", 4);
+        if (!done) return DICOM_ERROR_WRITE;
+    }
+    const Status written = WriteLevels();
+    if (written != DICOM_SUCCESS) return written;
+    return PutStaged() && m_Target.Flush() ? DICOM_SUCCESS : DICOM_ERROR_WRITE;
+}
+
+bool ElementWriter::IsLeftOut(const _DICOMELEMENT *element) const {
+    return m_Options.withoutMeta && GroupOf(element->nTag) == 0x0002;
+}
+
+/** True if a group length element stands before this element. */
+bool ElementWriter::OpensGroup(const Level &level, const _DICOMELEMENT *element) const {
+    if (element->nTag == TAG_ITEM) return false;
+    const uint16_t group = GroupOf(element->nTag);
+    if (level.group == group) return false;
+    return m_Options.groupLengths || (m_Options.preamble && group == 0x0002);
+}
+
+/** True for an element with children whose length is computed, so that no delimiter follows. */
+bool ElementWriter::HasWrittenLength(const _DICOMELEMENT *element) const {
+    if (!m_Options.definedLengths) return false;
+    if (element->Link.pFirstChild == nullptr) return true;
+    return element->nTag != TAG_PIXEL_DATA || !m_Options.compressed;
+}
+
+EncodedForm ElementWriter::FormOf(const _DICOMELEMENT *element) const {
+    const bool meta = GroupOf(element->nTag) == 0x0002;
+    EncodedForm form{m_Options.littleEndian || meta, m_Options.isExplicit || meta, element->nVR, 8};
+    if (IsItemOrDelimiter(element->nTag) || !form.isExplicit) return form;
+    // What the short header cannot hold: content without a length, and long values (PS 3.5,
+    // 6.2.2). An element without a VR has none that could be written.
+    if (!HasLongHeader(form.vr)) {
+        if (element->nLength == kUndefinedLength) {
+            form.vr = vr::SQ;
+        } else if (!IsLetters(form.vr) || ValueLength(element) > kLongestShortValue) {
+            form.vr = vr::UN;
+        }
+    }
+    form.headerSize = HasLongHeader(form.vr) ? 12 : 8;
+    return form;
+}
+
+/** True for the element in whose place the transfer syntax of this save is written. */
+bool ElementWriter::IsReplaced(const _DICOMELEMENT *element) const {
+    return element->nTag == kTagTransferSyntax && ParentOf(element) == nullptr &&
+           !m_Options.transferSyntax.empty();
+}
+
+uint32_t ElementWriter::ValueLength(const _DICOMELEMENT *element) const {
+    if (!IsReplaced(element)) return element->nLength;
+    return static_cast<uint32_t>(m_Options.transferSyntax.size());
+}
+
+// --- Planning -----------------------------------------------------------------------------------
+
+/** Works out all lengths, and the places of items if directory references ask for them. */
+Status ElementWriter::Plan() {
+    m_WantsPlaces = false;
+    for (const uint32_t tag : {0x00041200u, 0x00041202u, 0x00041400u, 0x00041420u, 0x00041504u}) {
+        if (m_DS.m_pIndex == nullptr || m_DS.m_pIndex->MayHold(tag)) m_WantsPlaces = true;
+    }
+    m_Place = m_Options.preamble ? kPreambleSize : 0;
+    m_Levels.clear();
+    m_Levels.push_back({nullptr});
+    _DICOMLINK *node = m_DS.m_Tree.pFirst;
+    while (node != nullptr) {
+        _DICOMELEMENT *element = AsElement(node);
+        const bool out = IsLeftOut(element);
+        if (!out) PlanElement(element);
+        if (!out && node->pFirstChild != nullptr) {
+            node = node->pFirstChild;
+            continue;
+        }
+        while (node != nullptr && node->pNext == nullptr) {
+            node = node->pParent;
+            FinishLevel();
+        }
+        if (node != nullptr) node = node->pNext;
+    }
+    return m_TooLong ? DICOM_ERROR_WRITE : DICOM_SUCCESS;
+}
+
+void ElementWriter::PlanElement(_DICOMELEMENT *element) {
+    Level &level = m_Levels.back();
+    if (OpensGroup(level, element)) {
+        level.group = GroupOf(element->nTag);
+        level.groupSlot = m_Lengths.size();
+        level.groupOpen = true;
+        m_Lengths.push_back(0);
+        level.size += kGroupLengthSize;
+        m_Place += kGroupLengthSize;
+    } else if (element->nTag != TAG_ITEM && level.group != GroupOf(element->nTag)) {
+        level.groupOpen = false;
+    }
+    if (m_WantsPlaces && element->nTag == TAG_ITEM && m_Place <= 0xFFFFFFFF) {
+        m_ItemPlaces.emplace(element->nRecordOffset, static_cast<uint32_t>(m_Place));
+    }
+    const uint32_t header = FormOf(element).headerSize;
+    m_Place += header;
+    if (element->nLength != kUndefinedLength) {
+        const uint32_t length = ValueLength(element);
+        m_Place += length;
+        Account(level, element, uint64_t{header} + length);
+        return;
+    }
+    const bool defined = HasWrittenLength(element);
+    const uint64_t overhead = header + (defined ? 0 : kDelimiterSize);
+    if (element->Link.pFirstChild == nullptr) {
+        if (!defined) m_Place += kDelimiterSize;
+        Account(level, element, overhead);
+        return;
+    }
+    Level inner{element};
+    inner.overhead = overhead;
+    inner.hasContentSlot = defined;
+    if (defined) {
+        inner.contentSlot = m_Lengths.size();
+        m_Lengths.push_back(0);
+    }
+    m_Levels.push_back(inner);
+}
+
+/** Adds the bytes of an element to its level and to the group that is open there. */
+void ElementWriter::Account(Level &level, const _DICOMELEMENT *element, uint64_t bytes) {
+    level.size += bytes;
+    if (!level.groupOpen || element->nTag == TAG_ITEM) return;
+    const uint64_t sum = m_Lengths[level.groupSlot] + bytes;
+    if (sum >= kUndefinedLength) m_TooLong = true;
+    m_Lengths[level.groupSlot] = static_cast<uint32_t>(sum);
+}
+
+void ElementWriter::FinishLevel() {
+    const Level level = m_Levels.back();
+    m_Levels.pop_back();
+    if (m_Levels.empty()) return;
+    if (level.hasContentSlot) {
+        if (level.size >= kUndefinedLength) m_TooLong = true;
+        m_Lengths[level.contentSlot] = static_cast<uint32_t>(level.size);
+    } else {
+        m_Place += kDelimiterSize;
+    }
+    Account(m_Levels.back(), level.parent, level.overhead + level.size);
+}
+
+// --- Writing ------------------------------------------------------------------------------------
+
+Status ElementWriter::WriteLevels() {
+    m_Levels.clear();
+    m_Levels.push_back({nullptr});
+    m_NextLength = 0;
+    _DICOMLINK *node = m_DS.m_Tree.pFirst;
+    while (node != nullptr) {
+        _DICOMELEMENT *element = AsElement(node);
+        const bool out = IsLeftOut(element);
+        Status status = out ? Status{DICOM_SUCCESS} : WriteOne(m_Levels.back(), element);
+        if (status != DICOM_SUCCESS) return status;
+        if (!out && node->pFirstChild != nullptr) {
+            m_Levels.push_back({element});
+            node = node->pFirstChild;
+            continue;
+        }
+        while (node != nullptr && node->pNext == nullptr) {
+            node = node->pParent;
+            m_Levels.pop_back();
+            if (node != nullptr) status = WriteDelimiter(AsElement(node));
+            if (status != DICOM_SUCCESS) return status;
+        }
+        if (node != nullptr) node = node->pNext;
+    }
+    return DICOM_SUCCESS;
+}
+
+/** Writes an element up to its content. */
+Status ElementWriter::WriteOne(Level &level, _DICOMELEMENT *element) {
+    if (OpensGroup(level, element)) {
+        level.group = GroupOf(element->nTag);
+        const Status status = WriteGroupLength(element, m_Lengths[m_NextLength++]);
+        if (status != DICOM_SUCCESS) return status;
+    }
+    const EncodedForm form = FormOf(element);
+    if (element->nLength != kUndefinedLength) {
+        const Status status = WriteHeader(element, form, ValueLength(element));
+        return status != DICOM_SUCCESS ? status : WriteValue(element, form);
+    }
+    const bool defined = HasWrittenLength(element);
+    const bool empty = element->Link.pFirstChild == nullptr;
+    const uint32_t length = !defined ? kUndefinedLength : empty ? 0 : m_Lengths[m_NextLength++];
+    const Status status = WriteHeader(element, form, length);
+    if (status != DICOM_SUCCESS || !empty) return status;
+    return WriteDelimiter(element);
+}
+
+/** Closes an element that was written without a length. */
+Status ElementWriter::WriteDelimiter(const _DICOMELEMENT *element) {
+    if (HasWrittenLength(element)) return DICOM_SUCCESS;
+    const bool littleEndian = FormOf(element).littleEndian;
+    const uint32_t tag = DelimiterOf(element);
+    const bool done = Put16(GroupOf(tag), littleEndian) && Put16(ElementOf(tag), littleEndian) &&
+                      Put32(0, littleEndian);
+    return done ? DICOM_SUCCESS : DICOM_ERROR_WRITE;
+}
+
+Status ElementWriter::WriteHeader(const _DICOMELEMENT *element, const EncodedForm &form,
+                                  uint32_t length) {
+    const bool little = form.littleEndian;
+    bool done = Put16(GroupOf(element->nTag), little) && Put16(ElementOf(element->nTag), little);
+    if (!form.isExplicit || IsItemOrDelimiter(element->nTag)) {
+        done = done && Put32(length, little);
+        return done ? DICOM_SUCCESS : DICOM_ERROR_WRITE;
+    }
+    done = done && Put16(form.vr, false);
+    if (form.headerSize == 12) {
+        done = done && Put16(0, little) && Put32(length, little);
+    } else {
+        done = done && Put16(static_cast<uint16_t>(length), little);
+    }
+    return done ? DICOM_SUCCESS : DICOM_ERROR_WRITE;
+}
+
+Status ElementWriter::WriteGroupLength(const _DICOMELEMENT *element, uint32_t length) {
+    _DICOMELEMENT groupLength{};
+    groupLength.nTag = element->nTag & 0xFFFF0000;
+    groupLength.nVR = vr::UL;
+    groupLength.nLength = sizeof length;
+    const EncodedForm form = FormOf(&groupLength);
+    const Status status = WriteHeader(&groupLength, form, sizeof length);
+    if (status != DICOM_SUCCESS) return status;
+    return Put32(length, form.littleEndian) ? DICOM_SUCCESS : DICOM_ERROR_WRITE;
+}
+
+Status ElementWriter::WriteValue(_DICOMELEMENT *element, const EncodedForm &form) {
+    if (IsReplaced(element)) {
+        const std::string &uid = m_Options.transferSyntax;
+        return Put(uid.data(), uid.size()) ? DICOM_SUCCESS : DICOM_ERROR_WRITE;
+    }
+    if (element->nLength == 0) return DICOM_SUCCESS;
+    if (IsDirectoryReference(element->nTag)) return WriteReference(element, form);
+    const unsigned unit = SwapUnitOf(element->nVR);
+    const bool turned = unit > 1 && m_DS.IsStoredLittleEndian(element) != form.littleEndian;
+    return turned ? CopyTurned(element, unit) : CopyBlocks(element);
+}
+
+/** Writes the place of the record that an element refers to (PS 3.3, F.3.2.2). */
+Status ElementWriter::WriteReference(const _DICOMELEMENT *element, const EncodedForm &form) {
+    uint32_t place = 0;
+    if (element->nRecordOffset != 0) {
+        const auto item = m_ItemPlaces.find(element->nRecordOffset);
+        if (item == m_ItemPlaces.end()) return DICOM_ERROR_WRITE;
+        place = item->second;
+    }
+    return Put32(place, form.littleEndian) ? DICOM_SUCCESS : DICOM_ERROR_WRITE;
+}
+
+/** Copies a value as it is stored, block by block. */
+Status ElementWriter::CopyBlocks(const _DICOMELEMENT *element) {
+    for (uint32_t i = 0; i < element->nBlockCount; ++i) {
+        const ValueBlock block = BlockAt(element, i);
+        if (uint64_t{block.offset} + block.length > block.file->nLength) return DICOM_ERROR_WRITE;
+        if (block.length >= kLargeBlock) {
+            if (!PutStaged() || !m_Target.CopyFrom(*block.file, block.offset, block.length)) {
+                return DICOM_ERROR_WRITE;
+            }
+            continue;
+        }
+        if (m_Staged.size() + block.length > kStageSize && !PutStaged()) return DICOM_ERROR_WRITE;
+        const size_t place = m_Staged.size();
+        m_Staged.resize(place + block.length);
+        const bool done = block.file->Seek(block.offset, 0) &&
+                          block.file->Read(m_Staged.data() + place, block.length);
+        if (!done) return DICOM_ERROR_WRITE;
+    }
+    return DICOM_SUCCESS;
+}
+
+/** Copies a value in the other byte order. */
+Status ElementWriter::CopyTurned(_DICOMELEMENT *element, unsigned unit) {
+    const bool toNative = m_DS.IsStoredLittleEndian(element);
+    for (uint32_t offset = 0; offset < element->nLength; offset += kTurnedPiece) {
+        const uint32_t count = std::min(kTurnedPiece, element->nLength - offset);
+        if (m_Staged.size() + count > kStageSize && !PutStaged()) return DICOM_ERROR_WRITE;
+        const size_t place = m_Staged.size();
+        m_Staged.resize(place + count);
+        uint8_t *bytes = m_Staged.data() + place;
+        // The store hands out host order, which is little endian: values of a big-endian data
+        // set come out turned already.
+        if (!m_DS.GetFileBinaryValue(element, bytes, offset, count)) return DICOM_ERROR_WRITE;
+        if (toNative) ReverseUnits({bytes, count}, unit);
+    }
+    return DICOM_SUCCESS;
+}
+
+bool ElementWriter::Put(const void *bytes, size_t count) {
+    if (m_Staged.size() + count > kStageSize && !PutStaged()) return false;
+    const auto *first = static_cast<const uint8_t *>(bytes);
+    m_Staged.insert(m_Staged.end(), first, first + count);
+    return true;
+}
+
+bool ElementWriter::Put16(uint16_t value, bool littleEndian) {
+    uint8_t bytes[2];
+    Store16(bytes, value, littleEndian);
+    return Put(bytes, sizeof bytes);
+}
+
+bool ElementWriter::Put32(uint32_t value, bool littleEndian) {
+    uint8_t bytes[4];
+    Store32(bytes, value, littleEndian);
+    return Put(bytes, sizeof bytes);
+}
+
+bool ElementWriter::PutStaged() {
+    if (m_Staged.empty()) return true;
+    const bool done = m_Target.Write(m_Staged.data(), static_cast<uint32_t>(m_Staged.size())) != 0;
+    m_Staged.clear();
+    return done;
+}
+
+}  // namespace mdicom

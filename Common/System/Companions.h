@@ -1,0 +1,18 @@
+// The companion libraries that data sets share: JPEG filters and image processing.
+
+#pragma once
+
+namespace mdicom {
+
+enum class Companion { Compression, ImageProcessing };
+
+/** Counts a data set as a user of both libraries. They are opened when one of their functions is
+ *  first asked for, and stay until the last user is gone. */
+void AttachCompanions();
+void DetachCompanions();
+
+/** The address of an exported function; null if the library or the function is not there. Valid
+ *  while the caller's data set lives. */
+void *CompanionFunction(Companion companion, const char *name);
+
+}  // namespace mdicom

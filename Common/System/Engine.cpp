@@ -1,0 +1,78 @@
+// Process-wide state: the allocation family, and start and stop of the library.
+
+#include "MDicomEngine.h"
+
+#include <dlfcn.h>
+
+#include "Common/Utils/Memory.h"
+#include "MDicomDS.h"
+#include "MDicomTag.h"
+#include "MDicomUID.h"
+#include "MDicomVR.h"
+#include "Mvkrnx.h"
+
+void *MDicomDS::m_hInstance = nullptr;
+
+namespace {
+
+struct AllocationFamily {
+    void *(*allocate)(size_t count, size_t size, int line, const char *file);
+    void *(*reallocate)(void *block, size_t size, int line, const char *file);
+    void (*free)(void *block, int line, const char *file);
+};
+
+constexpr AllocationFamily kHeapFamily = {KernelHeapAlloc, KernelHeapRealloc, KernelHeapFree};
+constexpr AllocationFamily kKernelFamily = {KernelAlloc, KernelRealloc, KernelFree};
+
+uint16_t memoryMode = 1;
+AllocationFamily family = kHeapFamily;
+
+/** Runs when the library is loaded and unloaded. The tables that it fills are constant-initialized,
+ *  so the order of static objects does not matter. */
+struct LibraryEntry {
+    LibraryEntry() {
+        Dl_info info;
+        if (dladdr(reinterpret_cast<void *>(&M_DicomEngineStartup), &info) != 0) {
+            MDicomDS::m_hInstance = info.dli_fbase;
+        }
+        M_DicomEngineStartup(DICOM_ENGINE_LAZY_IOD | DICOM_ENGINE_LAZY_CONTEXT_GROUPS);
+    }
+    ~LibraryEntry() { M_DicomEngineShutdown(); }
+};
+
+}  // namespace
+
+void *mdicom::DataAlloc(size_t count, size_t size) {
+    return family.allocate(count, size, 0, nullptr);
+}
+
+void *mdicom::DataRealloc(void *block, size_t size) {
+    return family.reallocate(block, size, 0, nullptr);
+}
+
+void mdicom::DataFree(void *block) {
+    family.free(block, 0, nullptr);
+}
+
+uint16_t M_DicomSetMemoryAllocation(uint16_t nMode) {
+    if (nMode != 1 && nMode != 2) return 0;
+    const uint16_t previous = memoryMode;
+    memoryMode = nMode;
+    family = nMode == 1 ? kHeapFamily : kKernelFamily;
+    return previous;
+}
+
+void M_DicomEngineStartup(uint16_t) {
+    M_DicomSetMemoryAllocation(1);
+    MDicomVR::Default();
+    MDicomUID::Default();
+    MDicomTag::Default();
+}
+
+void M_DicomEngineShutdown() {
+    MDicomVR::Reset();
+    MDicomUID::Reset();
+    MDicomTag::Reset();
+}
+
+static LibraryEntry libraryEntry;

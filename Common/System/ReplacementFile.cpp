@@ -1,0 +1,65 @@
+// A file that is written under a temporary name and takes its place when it is complete.
+
+#include "Common/System/ReplacementFile.h"
+
+#include <filesystem>
+#include <random>
+
+#include "Common/Utils/Text.h"
+#include "Mvkrnx.h"
+
+namespace mdicom {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+std::string RandomSuffix() {
+    static constexpr char kLetters[] = "abcdefghijklmnopqrstuvwxyz0123456789";
+    thread_local std::minstd_rand random(std::random_device{}());
+    std::string suffix = ".DIC";
+    for (int i = 0; i < 12; ++i) suffix += kLetters[random() % (sizeof kLetters - 1)];
+    return suffix;
+}
+
+}  // namespace
+
+ReplacementFile::~ReplacementFile() {
+    if (m_Temporary.empty()) return;
+    m_Stream.Close(1);
+    KernelFileRemove(m_Temporary.c_str());
+}
+
+bool ReplacementFile::Create(const wchar_t *path) {
+    if (path == nullptr || path[0] == L'\0') return false;
+    std::error_code error;
+    m_Path = NarrowUtf8(path);
+    const fs::file_status status = fs::status(m_Path, error);
+    const bool exists = fs::exists(status);
+    if (exists && !fs::is_regular_file(status)) return false;
+    if (exists) {
+        const fs::path real = fs::canonical(m_Path, error);
+        if (!error) m_Path = real.string();
+    }
+    m_Temporary = m_Path + RandomSuffix();
+    const int flags =
+        KERNEL_OPEN_READ | KERNEL_OPEN_WRITE | KERNEL_OPEN_CREATE | KERNEL_OPEN_EXCLUSIVE;
+    M_HFILE__ *file = KernelFileOpen(m_Temporary.c_str(), flags, 0666);
+    if (file == KERNEL_NO_FILE) {
+        m_Temporary.clear();
+        return false;
+    }
+    if (exists) fs::permissions(m_Temporary, status.permissions(), error);
+    m_Stream.SetHandle(file, FILE_MODE_READ | FILE_MODE_WRITE | FILE_MODE_KERNEL);
+    return true;
+}
+
+bool ReplacementFile::Commit() {
+    if (m_Temporary.empty() || !m_Stream.Flush()) return false;
+    m_Stream.Close(1);
+    if (!KernelFileRename(m_Temporary.c_str(), m_Path.c_str())) return false;
+    m_Temporary.clear();
+    return true;
+}
+
+}  // namespace mdicom

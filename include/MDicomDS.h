@@ -1,0 +1,340 @@
+// MDicomDS: one DICOM data set as a tree of elements.
+
+#ifndef MDICOM_DS_H
+#define MDICOM_DS_H
+
+#include <mutex>
+
+#include "MDicomApi.h"
+#include "MDicomFile.h"
+#include "MDicomTree.h"
+#include "MDicomTypes.h"
+
+namespace mdicom {
+class ElementIndex;
+class ElementReader;
+class ElementWriter;
+struct CharacterSetList;
+}  // namespace mdicom
+
+/** Side record of a data set. */
+struct DICOMDSEXTRA {
+    uint32_t nSize;                 ///< sizeof(DICOMDSEXTRA)
+    DICOMBADELEMENT *pBadElements;  ///< table of 50
+    uint32_t nBadElements;          ///< entries in use
+    _FILEJ2KOPTIONS J2KOptions;
+    int32_t bCodecFlag;
+    MDicomTree Offsets;  ///< nodes of element and file offset, under DS_RECORD_OFFSETS
+    int32_t bAutoScale;
+    double fAutoScaleFactor;
+    double fAutoScaleOffset;
+    std::recursive_mutex Lock;  ///< guards the value store
+};
+
+/**
+ * A data set (PS 3.5, 7): sequences are nodes whose children are items, items are nodes whose
+ * children are elements, all others are leaves. Values stay in their streams, the loaded file or
+ * the data set's own value store, until they are asked for.
+ *
+ * What a data set hands out, elements, texts and arrays, stays its property. Element arguments
+ * are null or an element of this data set; a stale one is the caller's fault unless a debug
+ * callback is set (SetDebugDS). A data set is for one thread at a time.
+ *
+ * Arguments shared by the walking operations: bSameLevel nonzero walks among the siblings of the
+ * level, zero walks the whole tree depth first; bVolatile zero skips the elements that the
+ * library derives from the image or the file layout (IsVolatileElement).
+ */
+class MDICOM_API MDicomDS {
+  public:
+    static void *m_hInstance;  ///< handle of the loaded library
+
+    MDicomTree m_Tree;
+    uint16_t m_nFlags = 37;  ///< DS_ flags of the encoding
+    DICOMDSEXTRA *m_pExtra = nullptr;
+    uint8_t m_Preamble[128] = {};
+    MDicomFile *m_pFile = &m_File;  ///< stream that loaded elements refer to
+    MDicomFile m_File;
+    MDicomFile m_TempFile;  ///< the value store
+    int32_t m_bConforming = 0;
+    _DICOMMODULE m_Module;
+    MDICOM_DEBUG_CALLBACK m_pfnDebug = nullptr;
+    void *m_pDebugUserData = nullptr;
+    uint32_t *m_pCharacterSets = nullptr;  ///< table of ten identifiers, null until first used
+    uint32_t m_nCharacterSets = 0;
+
+    /// @name Life
+    ///@{
+    /** An empty data set. pszTempPath names the folder of its value store; null or empty stands
+     *  for the system's folder for temporary files. */
+    explicit MDicomDS(const wchar_t *pszTempPath);
+    ~MDicomDS();
+    MDicomDS(const MDicomDS &) = delete;
+    MDicomDS &operator=(const MDicomDS &) = delete;
+    /** Deletes all elements, empties the value store, closes the loaded file, and restores the
+     *  flags 37. The preamble stays. */
+    void ResetDS();
+    ///@}
+
+    /// @name Element tree
+    ///@{
+    /**
+     * Inserts an element.
+     * @param pNeighbor an element of the level; with bChild the parent; null for the top level
+     * @param nTag      refused: group lengths, delimiters, (FFFC,FFFC), a tag that stands there
+     * @param nVR       0 and UN stand for the VR of the data dictionary
+     * @param bSequence nonzero: the element holds children (undefined length), as SQ does anyway
+     * @param nIndex    items only: place among the siblings; past the end appends
+     * @return the element, or null
+     */
+    _DICOMELEMENT *InsertElement(_DICOMELEMENT *pNeighbor, int32_t bChild, uint32_t nTag,
+                                 uint16_t nVR, int32_t bSequence, uint32_t nIndex);
+    /** Deletes an element and everything below it. Returns its next sibling, else its previous
+     *  one, else its parent. */
+    _DICOMELEMENT *DeleteElement(_DICOMELEMENT *pElement);
+    _DICOMELEMENT *GetFirstElement(_DICOMELEMENT *pElement, int32_t bSameLevel, int32_t bVolatile);
+    _DICOMELEMENT *GetLastElement(_DICOMELEMENT *pElement, int32_t bSameLevel, int32_t bVolatile);
+    _DICOMELEMENT *GetNextElement(_DICOMELEMENT *pElement, int32_t bSameLevel, int32_t bVolatile);
+    _DICOMELEMENT *GetPrevElement(_DICOMELEMENT *pElement, int32_t bSameLevel, int32_t bVolatile);
+    _DICOMELEMENT *GetChildElement(_DICOMELEMENT *pElement, int32_t bVolatile);
+    _DICOMELEMENT *GetParentElement(_DICOMELEMENT *pElement);
+    /** Ancestor on the top level, or the element itself. */
+    _DICOMELEMENT *GetRootElement(_DICOMELEMENT *pElement);
+    /** Number of ancestors. */
+    uint32_t GetLevelElement(_DICOMELEMENT *pElement);
+    /** 1 if this address is an element of the data set; walks the whole tree. */
+    int32_t ExistsElement(_DICOMELEMENT *pElement);
+    /** 1 if the library derives this element from the image or the file layout. */
+    int32_t IsVolatileElement(_DICOMELEMENT *pElement);
+    /** First element with this tag: on the level of pElement (null: the top level), or with
+     *  bSameLevel zero in the whole tree. */
+    _DICOMELEMENT *FindFirstElement(_DICOMELEMENT *pElement, uint32_t nTag, int32_t bSameLevel);
+    _DICOMELEMENT *FindLastElement(_DICOMELEMENT *pElement, uint32_t nTag, int32_t bSameLevel);
+    /** The next element with the tag of pElement. */
+    _DICOMELEMENT *FindNextElement(_DICOMELEMENT *pElement, int32_t bSameLevel);
+    _DICOMELEMENT *FindPrevElement(_DICOMELEMENT *pElement, int32_t bSameLevel);
+    /** Offset of the element in its file, noted by a load with DS_RECORD_OFFSETS; 0 for none. */
+    uint32_t GetElementOffset(_DICOMELEMENT *pElement);
+    /** Sets the callback that hears why an operation refused; null for none. While one is set,
+     *  every element argument is first looked up in the tree. */
+    void SetDebugDS(MDICOM_DEBUG_CALLBACK pfnDebug, void *pUserData);
+    int32_t GetKeepPixelDataIntactFlag();
+    /** Sets or clears DS_KEEP_PIXEL_DATA_INTACT; returns the setting before. */
+    int32_t SetKeepPixelDataIntactFlag(int32_t bKeep);
+    /** Copies up to 128 bytes out of the preamble (PS 3.10, 7.1). */
+    void GetPreamble(uint8_t *pBuffer, uint32_t nLength);
+    /** Copies up to 128 bytes into the preamble. */
+    void SetPreamble(const uint8_t *pBuffer, uint32_t nLength);
+    ///@}
+
+    /// @name Files
+    ///@{
+    /**
+     * Loads a file (PS 3.10, 7; PS 3.5, 7 and A). Values are not read: the file stays open behind
+     * the data set until ResetDS, unless DS_LOAD_CLOSE is given.
+     * @param nFlags DS_ flags; byte order, VR encoding and preamble that are not given are found
+     *               out by trial
+     * @return 0; 2 no memory, 3 not opened, 4 shorter than its preamble, 5 or 6 value store
+     *         failure under DS_LOAD_CLOSE, 8 no DICOM. The data set is empty after a failure.
+     */
+    uint16_t LoadDS(const wchar_t *pszName, uint16_t nFlags);
+    /** As LoadDS, from a block of memory that has to outlive its use by the data set. 9 for a null
+     *  or empty block. */
+    uint16_t LoadDSMemory(void *pData, uint64_t nLength, uint16_t nFlags);
+    /** As LoadDS, from an open stream, which stays the caller's. bRequireImage nonzero: only a
+     *  data set with Pixel Data counts as a success. 9 for a null stream. */
+    uint16_t LoadDS(MDicomFile *pFile, uint16_t nFlags, int32_t bRequireImage);
+    /**
+     * Saves to a file (PS 3.10, 7). The file is written under a temporary name beside pszName and
+     * takes its place when it is complete; after a failure the old file stands.
+     * @param nFlags DS_ flags; file format, byte order and VR encoding that are not given are
+     *               those of the data set. A compressed data set is always written in explicit VR
+     *               little endian.
+     * @return 0; 2 no memory, 3 not created, 5 write error or a directory reference to a record
+     *         that is not there, 9 big endian together with implicit VR
+     */
+    uint16_t SaveDS(const wchar_t *pszName, uint16_t nFlags);
+    /** As SaveDS, to an open stream, which ends with Close(0). 9 for a null stream. */
+    uint16_t SaveDS(MDicomFile *pFile, uint16_t nFlags);
+    /** IOD class number (0xFFFF for none known) and flags of the data set. Null is skipped. */
+    void GetInfoDS(uint32_t *pClass, uint16_t *pFlags);
+    ///@}
+
+    /// @name Typed values
+    /// Getters return entry nIndex of the element's value cache, or null. nCount 0xFFFFFFFF and
+    /// 0xFFFFFFFE stand for all values from nIndex on. A pointer stays valid until the element is
+    /// set, freed (FreeValue) or deleted. Setters replace the whole value and return nonzero on
+    /// success; each demands a VR of its kind.
+    ///@{
+    uint8_t *GetCharValue(_DICOMELEMENT *pElement, uint32_t nIndex, uint32_t nCount);
+    int16_t *GetShortValue(_DICOMELEMENT *pElement, uint32_t nIndex, uint32_t nCount);
+    int32_t *GetLongValue(_DICOMELEMENT *pElement, uint32_t nIndex, uint32_t nCount);
+    float *GetFloatValue(_DICOMELEMENT *pElement, uint32_t nIndex, uint32_t nCount);
+    double *GetDoubleValue(_DICOMELEMENT *pElement, uint32_t nIndex, uint32_t nCount);
+    /** Values of an IS element without a limit of 32 bits. 0; 9 bad argument, 14 not readable. */
+    uint16_t GetLong64Value(_DICOMELEMENT *pElement, int64_t *pArray, uint32_t nIndex,
+                            uint32_t nCount);
+    /** Text of value nIndex, converted from the data set's character set; with nCount above 1
+     *  the texts of that many values back to back, each with its NUL. Valid until the next
+     *  GetStringValue on this element. */
+    const wchar_t *GetStringValue(_DICOMELEMENT *pElement, uint32_t nIndex, uint32_t nCount);
+    /** Bytes of value nIndex as they are stored; further values follow behind its NUL. */
+    const char *GetStringValueA(_DICOMELEMENT *pElement, uint32_t nIndex, uint32_t nCount);
+    _VALUEAGE *GetAgeValue(_DICOMELEMENT *pElement, uint32_t nIndex, uint32_t nCount);
+    /** Null for a value that is a range. */
+    _VALUEDATE *GetDateValue(_DICOMELEMENT *pElement, uint32_t nIndex, uint32_t nCount);
+    /** Null for a value that is a range. */
+    _VALUETIME *GetTimeValue(_DICOMELEMENT *pElement, uint32_t nIndex, uint32_t nCount);
+    _VALUEDATETIME *GetDateTimeValue(_DICOMELEMENT *pElement, uint32_t nIndex, uint32_t nCount);
+    /** Fills one range record. 0; 2 no memory, 9 bad argument. */
+    int32_t GetDateRangeValue(_DICOMELEMENT *pElement, uint32_t nIndex, _VALUEDATERANGE *pRange);
+    int16_t GetTimeRangeValue(_DICOMELEMENT *pElement, uint32_t nIndex, _VALUETIMERANGE *pRange);
+    int16_t GetDateTimeRangeValue(_DICOMELEMENT *pElement, uint32_t nIndex,
+                                  _VALUEDATETIMERANGE *pRange);
+    /** Value multiplicity. */
+    uint32_t GetCountValue(_DICOMELEMENT *pElement);
+    /** Frees the caches of an element; its value stays. */
+    void FreeValue(_DICOMELEMENT *pElement);
+    int32_t SetCharValue(_DICOMELEMENT *pElement, uint8_t *pArray, uint32_t nCount);
+    int32_t SetShortValue(_DICOMELEMENT *pElement, int16_t *pArray, uint32_t nCount);
+    int32_t SetLongValue(_DICOMELEMENT *pElement, int32_t *pArray, uint32_t nCount);
+    int32_t SetFloatValue(_DICOMELEMENT *pElement, float *pArray, uint32_t nCount);
+    int32_t SetDoubleValue(_DICOMELEMENT *pElement, double *pArray, uint32_t nCount);
+    /**
+     * Sets nCount texts that stand back to back, each with its NUL.
+     * @param nCharacterSet 0: in the character sets that hold for the element; 1 to 14: in a
+     *        character set that the data set declares or can take on. The result is 0 when it
+     *        declares another one or a character has no place in the set.
+     */
+    int32_t SetStringValue(_DICOMELEMENT *pElement, const wchar_t *pszText, uint32_t nCount,
+                           uint32_t nCharacterSet);
+    /** As SetStringValue, with texts that are stored as they are. */
+    int32_t SetStringValueA(_DICOMELEMENT *pElement, const char *pszText, uint32_t nCount);
+    /** 9 for a reference letter other than D, W, M and Y. */
+    int32_t SetAgeValue(_DICOMELEMENT *pElement, const _VALUEAGE *pArray, uint32_t nCount);
+    int32_t SetDateValue(_DICOMELEMENT *pElement, const _VALUEDATE *pArray, uint32_t nCount);
+    int32_t SetTimeValue(_DICOMELEMENT *pElement, const _VALUETIME *pArray, uint32_t nCount);
+    int32_t SetDateTimeValue(_DICOMELEMENT *pElement, const _VALUEDATETIME *pArray,
+                             uint32_t nCount);
+    /** 0 for a null array or a range type above 3. */
+    int32_t SetDateRangeValue(_DICOMELEMENT *pElement, const _VALUEDATERANGE *pArray,
+                              uint32_t nCount);
+    /** 9 for a null array or a range type above 3. */
+    int32_t SetTimeRangeValue(_DICOMELEMENT *pElement, const _VALUETIMERANGE *pArray,
+                              uint32_t nCount);
+    /** 9 for a null array or a range type above 3. */
+    int32_t SetDateTimeRangeValue(_DICOMELEMENT *pElement, const _VALUEDATETIMERANGE *pArray,
+                                  uint32_t nCount);
+    /**
+     * Finds an element and reads numbers or bytes of its value.
+     * @param pElement   null: the first element with nTag in the tree; else it is looked for on
+     *                   the level of pElement, then outward, then in the whole tree
+     * @param pArray     nCount entries of nArrayType, or null to count only
+     * @param nIndex     first value (IS, DS) or first unit of the VR's unit size
+     * @param nArrayType VALUE_ARRAY_ value
+     * @return entries delivered
+     */
+    uint32_t FindGetValue(_DICOMELEMENT *pElement, uint32_t nTag, void *pArray, uint32_t nIndex,
+                          uint32_t nCount, uint32_t nArrayType);
+    /** Finds an element, inserting it beside pElement if it is missing, and sets its value from
+     *  an array of nArrayType. Returns the element, or null. */
+    _DICOMELEMENT *FindSetValue(_DICOMELEMENT *pElement, uint32_t nTag, const void *pArray,
+                                uint32_t nCount, uint32_t nArrayType);
+    ///@}
+
+    /// @name Binary values
+    /// Bytes as the value has them, numbers in host order. Nonzero on success. Buffers that pass
+    /// into the value store have their bytes turned in place during the call.
+    ///@{
+    int32_t GetBinaryValue(_DICOMELEMENT *pElement, void *pBuffer, uint32_t nLength);
+    int32_t GetBinaryValue(_DICOMELEMENT *pElement, void *pBuffer, uint32_t nOffset,
+                           uint32_t nLength);
+    /** Replaces the value; an odd length is padded. */
+    int32_t SetBinaryValue(_DICOMELEMENT *pElement, void *pData, uint32_t nLength);
+    /** Inserts bytes at nOffset, or appends them when nOffset is at or past the end; an odd
+     *  result stays odd. Null pData reserves room. */
+    int32_t InsertBinaryValue(_DICOMELEMENT *pElement, void *pData, uint32_t nOffset,
+                              uint32_t nLength);
+    ///@}
+
+    /// @name Character sets (PS 3.5, 6.1; PS 3.3, C.12.1.1.2)
+    ///@{
+    /** Rereads (0008,0005). 0; 2 no memory, 9 more than ten names. */
+    uint16_t UpdateSpecificCharacterSet();
+    /** Converts stored text of nLength bytes (which ends at a NUL, too) to wide text by the
+     *  active character sets. Returns wide characters with the terminator; a null pszOut
+     *  measures. nOutSize counts wide characters. */
+    uint32_t ConvertStringValue(const char *pszText, uint32_t nLength, wchar_t *pszOut,
+                                uint32_t nOutSize);
+    ///@}
+
+  private:
+    friend class mdicom::ElementReader;
+    friend class mdicom::ElementWriter;
+
+    // Element tree
+    bool CheckElement(_DICOMELEMENT *pElement);
+    void ReportDebug(_DICOMELEMENT *pElement, uint16_t nCode);
+    void DeleteNode(_DICOMELEMENT *pElement);
+    void DeleteAllNodes();
+    static _DICOMELEMENT *GetParentOrNull(_DICOMELEMENT *pElement);
+    static bool IsVolatile(const _DICOMELEMENT *pElement);
+    static void FreeCaches(_DICOMELEMENT *pElement);
+    _DICOMELEMENT *InsertUnder(_DICOMELEMENT *pParent, uint32_t nTag, uint16_t nVR, bool bSequence,
+                               uint32_t nIndex, uint16_t *pRefusal);
+    _DICOMELEMENT *PlaceOnLevel(_DICOMELEMENT *pParent, uint32_t nTag);
+    _DICOMELEMENT *FindOnLevel(_DICOMELEMENT *pParent, uint32_t nTag, _DICOMELEMENT *pPlace);
+    _DICOMELEMENT *FindInTree(uint32_t nTag);
+    void RecordOffset(_DICOMELEMENT *pElement, uint32_t nOffset);
+    void ForgetOffset(_DICOMELEMENT *pElement);
+    void ResetDS(int32_t bClose);
+
+    // Reader and writer
+    uint16_t WriteDS(MDicomFile &file, uint16_t nFlags);
+    uint16_t LoadOwnFile(uint16_t nFlags);
+    bool LoadTrial(MDicomFile &file, uint64_t nOffset, int32_t bRequireImage, uint16_t *pStatus);
+    int32_t GetTS(uint16_t *pFlags, uint32_t *pCompression, const char *pszUID);
+    int32_t GetClass(uint32_t *pClass, const char *pszUID);
+    uint16_t GetDefaultVR(_DICOMELEMENT *pElement, uint32_t nTag, int32_t bChild);
+    uint16_t FixBadElements();
+    void RefreshKeys();
+    void CopyFileReference(_DICOMELEMENT *pRecord, _DICOMELEMENT *pSource);
+
+    // Typed values
+    int32_t GetTypeValue(_DICOMELEMENT *pElement);
+    int32_t SetTypeValue(_DICOMELEMENT *pElement, const void *pArray, uint32_t nCount,
+                         int32_t bRange);
+    int32_t VerifyVR(_DICOMELEMENT *pElement, uint32_t nKind);
+    int32_t VerifyTypeValue(_DICOMELEMENT *pElement, uint32_t nIndex, uint32_t *pCount,
+                            uint32_t nKind);
+    void *GetEntry(_DICOMELEMENT *pElement, uint32_t nIndex, uint32_t nCount, uint32_t nKind);
+    int32_t SetEntries(_DICOMELEMENT *pElement, const void *pArray, uint32_t nCount,
+                       uint32_t nKind);
+    uint16_t GetRange(_DICOMELEMENT *pElement, uint32_t nIndex, void *pRange, uint32_t nKind);
+    mdicom::CharacterSetList SplittingSetsOf(_DICOMELEMENT *pElement);
+    mdicom::CharacterSetList EncodingSetsOf(_DICOMELEMENT *pElement, uint32_t nCharacterSet);
+    uint16_t GetSizeVR(uint16_t nVR);
+    _DICOMELEMENT *FindOutward(_DICOMELEMENT *pElement, uint32_t nTag);
+
+    // Value store
+    bool IsStoredLittleEndian(const _DICOMELEMENT *pElement) const;
+    int32_t GetFileBinaryValue(_DICOMELEMENT *pElement, void *pBuffer, uint32_t nOffset,
+                               uint32_t nLength);
+    int32_t SetFileBinaryValue(_DICOMELEMENT *pElement, void *pData, uint32_t nOffset,
+                               uint32_t nLength);
+    int32_t InsertFileBinaryValue(_DICOMELEMENT *pElement, void *pData, uint32_t nOffset,
+                                  uint32_t nLength);
+    int32_t DeleteFileBinaryValue(_DICOMELEMENT *pElement, uint32_t nOffset, uint32_t nLength);
+
+    // Character sets
+    uint16_t RefreshCharacterSet();
+    int32_t IsElementAffectedByCharacterSet(_DICOMELEMENT *pElement);
+    uint16_t ReadCharacterSets(uint32_t *pTable, uint32_t nCapacity, uint32_t *pCount);
+    uint16_t ApplyCharacterSet(uint32_t nCharacterSet);
+    uint16_t ConvertToWide(const char *pszText, const uint32_t *pTable, uint32_t nCount,
+                           wchar_t *pszOut, uint32_t nOutSize);
+    mdicom::CharacterSetList CharacterSetsOf(_DICOMELEMENT *pElement);
+
+    mdicom::ElementIndex *m_pIndex = nullptr;
+};
+
+#endif

@@ -1,0 +1,151 @@
+// The kernel: memory, low-level files and dynamic loading. Compiles as C11 and as C++.
+
+#ifndef MVKRNX_H
+#define MVKRNX_H
+
+#include <stddef.h>
+#include <stdint.h>
+#include <wchar.h>
+
+#define MVKRNX_API __attribute__((visibility("default")))
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/// @name Memory
+/// Two families of allocation. A block goes back through the family that gave it. Allocators
+/// multiply count and size with an overflow check; contents are undefined. nLine and pszFile name
+/// the caller for debugging and may be 0 and null.
+///@{
+MVKRNX_API void *KernelAlloc(size_t nCount, size_t nSize, int nLine, const char *pszFile);
+/** Null on failure; the old block stays then. A null block is allocated. */
+MVKRNX_API void *KernelRealloc(void *pBlock, size_t nSize, int nLine, const char *pszFile);
+MVKRNX_API void KernelFree(void *pBlock, int nLine, const char *pszFile);
+/** Bytes that a block of the KernelAlloc family was asked for. */
+MVKRNX_API size_t KernelMemSize(const void *pBlock);
+
+MVKRNX_API void *KernelHeapAlloc(size_t nCount, size_t nSize, int nLine, const char *pszFile);
+MVKRNX_API void *KernelHeapRealloc(void *pBlock, size_t nSize, int nLine, const char *pszFile);
+MVKRNX_API void KernelHeapFree(void *pBlock, int nLine, const char *pszFile);
+
+/** 0 when the bytes are equal. */
+MVKRNX_API int KernelMemCompare(const void *pFirst, const void *pSecond, size_t nBytes);
+MVKRNX_API void KernelMemCopy(void *pTarget, const void *pSource, size_t nBytes);
+MVKRNX_API void KernelMemSet(void *pTarget, int nValue, size_t nBytes);
+///@}
+
+/// @name Files
+/// Positional files: there is no file position to share. Paths are UTF-8.
+///@{
+typedef struct M_HFILE__ M_HFILE__;  ///< an open file
+
+/** The value of a handle without a file. */
+#define KERNEL_NO_FILE ((M_HFILE__ *)(intptr_t)-1)
+
+enum {
+    KERNEL_OPEN_READ = 0x01,
+    KERNEL_OPEN_WRITE = 0x02,
+    KERNEL_OPEN_CREATE = 0x04,    ///< make the file, or cut it to nothing
+    KERNEL_OPEN_EXCLUSIVE = 0x08  ///< with CREATE: fail if the file exists
+};
+
+/** Opens a regular file. Anything else that stands under the name, a folder or a pipe, fails. */
+MVKRNX_API M_HFILE__ *KernelFileOpen(const char *pszPath, int nFlags, int nPermissions);
+/** Opens a file without a name in a folder; it vanishes when it is closed. */
+MVKRNX_API M_HFILE__ *KernelFileOpenUnnamed(const char *pszFolder);
+/** Reads up to nBytes at nOffset. Returns the bytes read, fewer only at the end, or -1. */
+MVKRNX_API int64_t KernelFileRead(M_HFILE__ *hFile, void *pBuffer, size_t nBytes, uint64_t nOffset);
+/** Writes nBytes at nOffset. Returns the bytes written, or -1. */
+MVKRNX_API int64_t KernelFileWrite(M_HFILE__ *hFile, const void *pBuffer, size_t nBytes,
+                                   uint64_t nOffset);
+/** Copies bytes from file to file inside the operating system. Returns the bytes copied, or -1
+ *  when the systems of the two files cannot do it. */
+MVKRNX_API int64_t KernelFileCopy(M_HFILE__ *hSource, uint64_t nSourceOffset, M_HFILE__ *hTarget,
+                                  uint64_t nTargetOffset, uint64_t nBytes);
+/** Bytes in the file, or -1. */
+MVKRNX_API int64_t KernelFileLength(M_HFILE__ *hFile);
+/** Cuts or extends the file; 1, or 0 on failure. */
+MVKRNX_API int KernelFileTruncate(M_HFILE__ *hFile, uint64_t nLength);
+MVKRNX_API void KernelFileClose(M_HFILE__ *hFile);
+/** 1 if the folder exists and files can be made in it. */
+MVKRNX_API int KernelFolderIsWritable(const char *pszFolder);
+/** Removes a file; 1, or 0 on failure. */
+MVKRNX_API int KernelFileRemove(const char *pszPath);
+/** Gives a file another name, in one step, replacing what stands there; 1, or 0 on failure. */
+MVKRNX_API int KernelFileRename(const char *pszOldPath, const char *pszNewPath);
+/** The system's folder for temporary files. */
+MVKRNX_API const char *KernelTemporaryFolder(void);
+///@}
+
+/// @name Fault injection, for tests
+///@{
+enum {
+    KERNEL_FAULT_ALLOCATE = 0,
+    KERNEL_FAULT_OPEN = 1,
+    KERNEL_FAULT_READ = 2,
+    KERNEL_FAULT_WRITE = 3,
+    KERNEL_FAULT_RENAME = 4
+};
+/** A function that is asked before each operation and makes it fail by a nonzero result. It is
+ *  called from every thread. */
+typedef int (*KERNEL_FAULT_HOOK)(int nKind);
+/** Installs a fault hook; null for none. */
+MVKRNX_API void KernelSetFaultHook(KERNEL_FAULT_HOOK pfnHook);
+///@}
+
+#ifdef __cplusplus
+}  // extern "C"
+
+#include <string>
+#include <vector>
+
+/**
+ * A companion library that is found at run time. Users are counted: LoadWithPath and Load add
+ * one, Unload takes one away, and the library goes with the last. Not safe against itself from
+ * several threads.
+ */
+class MVKRNX_API M_DllLoader {
+  public:
+    M_DllLoader() = default;
+    ~M_DllLoader();
+    M_DllLoader(const M_DllLoader &) = delete;
+    M_DllLoader &operator=(const M_DllLoader &) = delete;
+
+    /**
+     * Loads a library for the first user.
+     * @param hInstance    any address inside the library that asks: its folder is searched first
+     * @param pszName      file name of the library
+     * @param pszPath      path to try in place of the folder of hInstance; null or the name for
+     *                     none
+     * @param pszComponent name of the component, for diagnosis
+     * @return nonzero if the library is loaded
+     */
+    int32_t LoadWithPath(void *hInstance, const wchar_t *pszName, const wchar_t *pszPath,
+                         const wchar_t *pszComponent);
+    /** Counts one more user of a loaded library; 0 if it is not loaded. */
+    int32_t Load();
+    /** Counts a user less. */
+    void Unload();
+    int32_t IsLoaded();
+    /** Registers a function by its exported name. Resolved at once if the library is loaded, else
+     *  by LoadWithPath. */
+    void AddFunction(const char *pszName);
+    /** The address of a registered function; null if it is not there. */
+    void *GetFunction(const char *pszName);
+    int32_t IsFunctionOk(const char *pszName);
+
+  private:
+    struct Function {
+        std::string Name;
+        void *Address;
+    };
+    void Resolve();
+
+    void *m_hLibrary = nullptr;
+    uint32_t m_nUsers = 0;
+    std::vector<Function> m_Functions;
+};
+#endif
+
+#endif
