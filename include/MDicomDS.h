@@ -4,6 +4,8 @@
 #define MDICOM_DS_H
 
 #include <mutex>
+#include <string>
+#include <span>
 
 #include "MDicomApi.h"
 #include "MDicomFile.h"
@@ -291,7 +293,10 @@ class MDICOM_API MDicomDS {
     // Reader and writer
     uint16_t WriteDS(MDicomFile &file, uint16_t nFlags);
     uint16_t LoadOwnFile(uint16_t nFlags);
-    bool LoadTrial(MDicomFile &file, uint64_t nOffset, int32_t bRequireImage, uint16_t *pStatus);
+    uint16_t LoadByTrial(MDicomFile &file, uint64_t nOffset, uint16_t nBaseFlags,
+                         std::span<const uint16_t> trials, int32_t bRequireImage);
+    uint16_t LoadTrial(MDicomFile &file, uint64_t nOffset, uint16_t nTrialFlags,
+                       int32_t bRequireImage, bool *pSound);
     int32_t GetTS(uint16_t *pFlags, uint32_t *pCompression, const char *pszUID);
     int32_t GetClass(uint32_t *pClass, const char *pszUID);
     uint16_t GetDefaultVR(_DICOMELEMENT *pElement, uint32_t nTag, int32_t bChild);
@@ -311,7 +316,8 @@ class MDICOM_API MDicomDS {
                        uint32_t nKind);
     uint16_t GetRange(_DICOMELEMENT *pElement, uint32_t nIndex, void *pRange, uint32_t nKind);
     mdicom::CharacterSetList SplittingSetsOf(_DICOMELEMENT *pElement);
-    mdicom::CharacterSetList EncodingSetsOf(_DICOMELEMENT *pElement, uint32_t nCharacterSet);
+    bool EncodeStrings(_DICOMELEMENT *pElement, const wchar_t *pszText, uint32_t nCount,
+                       uint32_t nCharacterSet, std::string *pBytes);
     uint16_t GetSizeVR(uint16_t nVR);
     _DICOMELEMENT *FindOutward(_DICOMELEMENT *pElement, uint32_t nTag);
 

@@ -50,8 +50,11 @@ Status ElementReader::ReadLevels() {
     while (!m_Levels.empty()) {
         Level &level = m_Levels.back();
         Header header;
-        const Status status = ReadHeader(level, &header);
-        if (status == DICOM_ERROR_END_OF_STREAM) return DICOM_SUCCESS;
+        const Status status = ReadHeader(&header);
+        if (status == DICOM_ERROR_END_OF_STREAM) {
+            if (m_Levels.size() > 1) m_CutOff = true;
+            return DICOM_SUCCESS;
+        }
         if (status != DICOM_SUCCESS) return status;
         const bool fragments = level.parent != nullptr && level.parent->nTag == TAG_PIXEL_DATA;
         if (fragments && header.tag != TAG_ITEM && header.tag != TAG_SEQUENCE_DELIMITATION) {
@@ -77,12 +80,13 @@ std::span<const uint8_t> ElementReader::Bytes(uint64_t offset, uint32_t wanted) 
 }
 
 /** Reads the header at the position and moves behind it (PS 3.5, 7.1.2 and 7.1.3). */
-Status ElementReader::ReadHeader(const Level &level, Header *header) {
+Status ElementReader::ReadHeader(Header *header) {
     const std::span<const uint8_t> bytes = Bytes(m_Position, kLongestHeader);
     ByteCursor cursor(bytes.first(std::min<size_t>(bytes.size(), kLongestHeader)), m_LittleEndian);
-    bool isExplicit = level.isExplicit;
     uint16_t group = cursor.Read16();
     if (cursor.Failed()) return DICOM_ERROR_END_OF_STREAM;
+    if (m_SyntaxKnown && !m_FormSettled && group > 0x0002) SettleForm(bytes);
+    bool isExplicit = m_Levels.back().isExplicit;
     // The meta header is explicit little endian, whatever follows it (PS 3.10, 7.1).
     if (group == 0x0002 || (!m_LittleEndian && group == 0x0200)) {
         group = 0x0002;
@@ -117,6 +121,20 @@ Status ElementReader::ReadHeader(const Level &level, Header *header) {
     header->size = static_cast<uint32_t>(cursor.Position());
     m_Position += header->size;
     return CheckOddLength(header->length);
+}
+
+/** Some files have the VR form that their meta header does not name: the first element behind it
+ *  tells by the place where letters or a length stand. */
+void ElementReader::SettleForm(std::span<const uint8_t> bytes) {
+    m_FormSettled = true;
+    if (!m_LittleEndian || bytes.size() < 8 || m_Levels.size() != 1) return;
+    const uint16_t code = VrCode(static_cast<char>(bytes[4]), static_cast<char>(bytes[5]));
+    const bool beyond = Load32(bytes.data() + 4, true) > m_File.nLength - m_Position;
+    const bool wrong = m_Explicit ? !IsVrLetters(code) : IsVrCode(code) && beyond;
+    if (!wrong) return;
+    m_Explicit = !m_Explicit;
+    m_Levels.back().isExplicit = m_Explicit;
+    m_DS.m_nFlags ^= DS_IMPLICIT_VR | DS_EXPLICIT_VR;
 }
 
 /** Odd lengths are not DICOM (PS 3.5, 7.1.1); in a file with a preamble a few are repaired. */
@@ -222,6 +240,7 @@ Status ElementReader::ReadLeaf(_DICOMELEMENT *element, const Header &header, boo
     if (m_Position > kLargestOffset) return Refuse(DICOM_ERROR_FORMAT);
     // The dictionary knows a sequence by this tag, but the value does not begin as one.
     if (element->nVR == vr::SQ) element->nVR = vr::UN;
+    if (m_Position + header.length > m_File.nLength) m_CutOff = true;
     element->nLength = header.length;
     element->pBlockLengths[0] = header.length;
     element->pBlockOffsets[0] = static_cast<uint32_t>(m_Position);
@@ -253,7 +272,9 @@ Status ElementReader::CheckTransferSyntax(const Header &header) {
     uint32_t compression = 0;
     m_DS.GetTS(&flags, &compression, text.c_str());
     if (text == kDeflated) return Refuse(DICOM_ERROR_FORMAT);
-    return ((flags ^ m_DS.m_nFlags) & kEncodingFlags) == 0 ? DICOM_SUCCESS : DICOM_ERROR_FORMAT;
+    if (((flags ^ m_DS.m_nFlags) & kEncodingFlags) != 0) return DICOM_ERROR_FORMAT;
+    m_SyntaxKnown = true;
+    return DICOM_SUCCESS;
 }
 
 /** Copies the value at the position to the value store. */

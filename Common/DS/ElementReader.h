@@ -26,6 +26,10 @@ class ElementReader {
     /** True if the input is refused for good, whatever was read of it. */
     bool IsRefused() const { return m_Refused; }
 
+    /** True if the meta header confirmed the encoding, or everything read lies within the stream
+     *  and ends where it says. A wrong encoding seldom gets that far. */
+    bool IsSound() const { return m_SyntaxKnown || !m_CutOff; }
+
   private:
     /** The content of one sequence, item or of the data set. */
     struct Level {
@@ -45,7 +49,8 @@ class ElementReader {
     };
 
     Status ReadLevels();
-    Status ReadHeader(const Level &level, Header *header);
+    Status ReadHeader(Header *header);
+    void SettleForm(std::span<const uint8_t> bytes);
     Status CheckOddLength(uint32_t length);
     Status PlaceElement(Level &level, const Header &header);
     uint16_t DecideVr(const Level &level, const Header &header);
@@ -71,6 +76,9 @@ class ElementReader {
     bool m_Record;    ///< note each element's offset
     bool m_AllowOdd;  ///< odd lengths are collected for repair
     bool m_Refused = false;
+    bool m_SyntaxKnown = false;  ///< the transfer syntax names this encoding
+    bool m_FormSettled = false;  ///< the first element behind the meta header was looked at
+    bool m_CutOff = false;       ///< a value or a level passes the end of the stream
     uint64_t m_Position = 0;
     std::vector<Level> m_Levels;
     std::span<const uint8_t> m_Window;  ///< bytes at m_WindowStart

@@ -9,6 +9,7 @@
 #include "Common/DSValue/ValueStore.h"
 #include "Common/Utils/ByteOrder.h"
 #include "Common/Utils/Vr.h"
+#include "MDicomTag.h"
 
 namespace mdicom {
 
@@ -21,11 +22,6 @@ constexpr uint32_t kLongestShortValue = 65534;
 constexpr uint32_t kDelimiterSize = 8;
 constexpr uint32_t kGroupLengthSize = 12;
 constexpr uint32_t kPreambleSize = 132;
-
-bool IsLetters(uint16_t code) {
-    const auto isLetter = [](int c) { return c >= 'A' && c <= 'Z'; };
-    return isLetter(code >> 8) && isLetter(code & 0xFF);
-}
 
 uint32_t DelimiterOf(const _DICOMELEMENT *element) {
     return element->nTag == TAG_ITEM ? TAG_ITEM_DELIMITATION : TAG_SEQUENCE_DELIMITATION;
@@ -44,13 +40,24 @@ Status ElementWriter::Write() {
         const bool done = Put(m_DS.m_Preamble, sizeof m_DS.m_Preamble) && Put("DICM", 4);
         if (!done) return DICOM_ERROR_WRITE;
     }
-    const Status written = WriteLevels();
-    if (written != DICOM_SUCCESS) return written;
+    for (const bool meta : {true, false}) {
+        m_MetaTurn = meta;
+        const Status written = WriteLevels();
+        if (written != DICOM_SUCCESS) return written;
+    }
     return PutStaged() && m_Target.Flush() ? DICOM_SUCCESS : DICOM_ERROR_WRITE;
 }
 
+/** Group 0002 stands before all else in a file, also before groups with lower numbers. */
 bool ElementWriter::IsLeftOut(const _DICOMELEMENT *element) const {
-    return m_Options.withoutMeta && GroupOf(element->nTag) == 0x0002;
+    const bool meta = GroupOf(element->nTag) == 0x0002;
+    if (meta && m_Options.withoutMeta) return true;
+    return ParentOf(element) == nullptr && meta != m_MetaTurn;
+}
+
+/** True if nothing that belongs to this turn can follow. */
+bool ElementWriter::IsBehindTurn(const _DICOMELEMENT *element) const {
+    return m_MetaTurn && ParentOf(element) == nullptr && GroupOf(element->nTag) > 0x0002;
 }
 
 /** True if a group length element stands before this element. */
@@ -65,7 +72,12 @@ bool ElementWriter::OpensGroup(const Level &level, const _DICOMELEMENT *element)
 bool ElementWriter::HasWrittenLength(const _DICOMELEMENT *element) const {
     if (!m_Options.definedLengths) return false;
     if (element->Link.pFirstChild == nullptr) return true;
-    return element->nTag != TAG_PIXEL_DATA || !m_Options.compressed;
+    if (element->nTag == TAG_PIXEL_DATA) return !m_Options.compressed;
+    if (m_Options.isExplicit || element->nTag == TAG_ITEM) return true;
+    // In implicit form only the delimiter tells that an element which the dictionary does not
+    // know holds items.
+    const _DICOMTAG *row = MDicomTag::Find(element->nTag);
+    return row != nullptr && row->nVR == vr::SQ;
 }
 
 EncodedForm ElementWriter::FormOf(const _DICOMELEMENT *element) const {
@@ -77,7 +89,7 @@ EncodedForm ElementWriter::FormOf(const _DICOMELEMENT *element) const {
     if (!HasLongHeader(form.vr)) {
         if (element->nLength == kUndefinedLength) {
             form.vr = vr::SQ;
-        } else if (!IsLetters(form.vr) || ValueLength(element) > kLongestShortValue) {
+        } else if (!IsVrLetters(form.vr) || ValueLength(element) > kLongestShortValue) {
             form.vr = vr::UN;
         }
     }
@@ -105,11 +117,20 @@ Status ElementWriter::Plan() {
         if (m_DS.m_pIndex == nullptr || m_DS.m_pIndex->MayHold(tag)) m_WantsPlaces = true;
     }
     m_Place = m_Options.preamble ? kPreambleSize : 0;
+    for (const bool meta : {true, false}) {
+        m_MetaTurn = meta;
+        PlanLevels();
+    }
+    return m_TooLong ? DICOM_ERROR_WRITE : DICOM_SUCCESS;
+}
+
+void ElementWriter::PlanLevels() {
     m_Levels.clear();
     m_Levels.push_back({nullptr});
     _DICOMLINK *node = m_DS.m_Tree.pFirst;
     while (node != nullptr) {
         _DICOMELEMENT *element = AsElement(node);
+        if (IsBehindTurn(element)) return;
         const bool out = IsLeftOut(element);
         if (!out) PlanElement(element);
         if (!out && node->pFirstChild != nullptr) {
@@ -122,7 +143,6 @@ Status ElementWriter::Plan() {
         }
         if (node != nullptr) node = node->pNext;
     }
-    return m_TooLong ? DICOM_ERROR_WRITE : DICOM_SUCCESS;
 }
 
 void ElementWriter::PlanElement(_DICOMELEMENT *element) {
@@ -192,10 +212,10 @@ void ElementWriter::FinishLevel() {
 Status ElementWriter::WriteLevels() {
     m_Levels.clear();
     m_Levels.push_back({nullptr});
-    m_NextLength = 0;
     _DICOMLINK *node = m_DS.m_Tree.pFirst;
     while (node != nullptr) {
         _DICOMELEMENT *element = AsElement(node);
+        if (IsBehindTurn(element)) break;
         const bool out = IsLeftOut(element);
         Status status = out ? Status{DICOM_SUCCESS} : WriteOne(m_Levels.back(), element);
         if (status != DICOM_SUCCESS) return status;

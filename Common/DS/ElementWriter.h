@@ -59,6 +59,7 @@ class ElementWriter {
     };
 
     bool IsReplaced(const _DICOMELEMENT *element) const;
+    bool IsBehindTurn(const _DICOMELEMENT *element) const;
     bool IsLeftOut(const _DICOMELEMENT *element) const;
     bool OpensGroup(const Level &level, const _DICOMELEMENT *element) const;
     bool HasWrittenLength(const _DICOMELEMENT *element) const;
@@ -66,6 +67,7 @@ class ElementWriter {
     uint32_t ValueLength(const _DICOMELEMENT *element) const;
 
     Status Plan();
+    void PlanLevels();
     void PlanElement(_DICOMELEMENT *element);
     void FinishLevel();
     void Account(Level &level, const _DICOMELEMENT *element, uint64_t bytes);
@@ -93,6 +95,7 @@ class ElementWriter {
     size_t m_NextLength = 0;
     std::unordered_map<uint32_t, uint32_t> m_ItemPlaces;  ///< by item identity
     bool m_WantsPlaces = false;
+    bool m_MetaTurn = true;  ///< the first turn writes group 0002, the second the rest
     bool m_TooLong = false;
     uint64_t m_Place = 0;  ///< offset in the output during planning
     std::vector<uint8_t> m_Staged;

@@ -98,12 +98,7 @@ uint16_t MDicomDS::LoadDS(MDicomFile *pFile, uint16_t nFlags, int32_t bRequireIm
     uint16_t base = beginning.hasPreamble ? DS_METAHEADER_PRESENT : DS_METAHEADER_ABSENT;
     base |= nFlags & (DS_LOAD_CLOSE | DS_RECORD_OFFSETS);
     const uint64_t offset = beginning.hasPreamble ? kDataSetOffset : beginning.prefixAlone ? 4 : 0;
-    uint16_t status = DICOM_ERROR_FORMAT;
-    for (const uint16_t trial : TrialsOf(nFlags)) {
-        ResetDS(0);
-        m_nFlags = base | trial;
-        if (LoadTrial(*pFile, offset, bRequireImage, &status)) break;
-    }
+    const uint16_t status = LoadByTrial(*pFile, offset, base, TrialsOf(nFlags), bRequireImage);
     if (status != DICOM_SUCCESS) {
         ResetDS(1);
         UpdateSpecificCharacterSet();
@@ -120,28 +115,47 @@ uint16_t MDicomDS::LoadDS(MDicomFile *pFile, uint16_t nFlags, int32_t bRequireIm
     return DICOM_SUCCESS;
 }
 
-/** Reads the stream in the encoding of m_nFlags. True if no further encoding needs a trial. */
-bool MDicomDS::LoadTrial(MDicomFile &file, uint64_t nOffset, int32_t bRequireImage,
-                         uint16_t *pStatus) {
-    ElementReader reader(*this, file);
+/** Takes the first encoding in which the stream reads soundly, else the one that yields most. */
+uint16_t MDicomDS::LoadByTrial(MDicomFile &file, uint64_t nOffset, uint16_t nBaseFlags,
+                               std::span<const uint16_t> trials, int32_t bRequireImage) {
+    const uint16_t *best = nullptr;
+    uint32_t most = 0;
+    for (const uint16_t &trial : trials) {
+        bool sound = false;
+        const uint16_t status = LoadTrial(file, nOffset, nBaseFlags | trial, bRequireImage, &sound);
+        if (sound) return status;
+        if (status != DICOM_SUCCESS) continue;
+        const uint32_t count = m_Tree.GetCount(nullptr, 0);
+        if (best != nullptr && count <= most) continue;
+        best = &trial;
+        most = count;
+    }
+    if (best == nullptr) return DICOM_ERROR_FORMAT;
+    bool sound = false;
+    return LoadTrial(file, nOffset, nBaseFlags | *best, bRequireImage, &sound);
+}
+
+/** Reads the stream in one encoding. *pSound tells that no other encoding needs a trial. */
+uint16_t MDicomDS::LoadTrial(MDicomFile &file, uint64_t nOffset, uint16_t nTrialFlags,
+                             int32_t bRequireImage, bool *pSound) {
+    ResetDS(0);
+    m_nFlags = nTrialFlags;
     try {
-        *pStatus = reader.Read(nOffset);
+        ElementReader reader(*this, file);
+        const uint16_t status = reader.Read(nOffset);
+        *pSound = reader.IsRefused() || (status == DICOM_SUCCESS && reader.IsSound());
+        if (reader.IsRefused()) return status;
+        if (status == DICOM_SUCCESS && !bRequireImage) return DICOM_SUCCESS;
     } catch (const std::bad_alloc &) {
-        *pStatus = DICOM_ERROR_MEMORY;
-        return true;
+        *pSound = true;
+        return DICOM_ERROR_MEMORY;
     }
-    if (reader.IsRefused()) return true;
-    if (*pStatus == DICOM_SUCCESS && !bRequireImage) return true;
     // An image file that is cut off behind its attributes is taken as far as it goes.
-    *pStatus = DICOM_ERROR_FORMAT;
-    if (FindFirstElement(nullptr, TAG_PIXEL_DATA, 0) == nullptr) return false;
-    _DICOMLINK *node = m_Tree.pFirst;
-    for (unsigned i = 0; i < kElementsOfCutImage && node != nullptr; ++i) {
-        node = m_Tree.GetNext(node, 0);
-    }
-    if (node == nullptr) return false;
-    *pStatus = DICOM_SUCCESS;
-    return true;
+    *pSound = false;
+    if (FindFirstElement(nullptr, TAG_PIXEL_DATA, 0) == nullptr) return DICOM_ERROR_FORMAT;
+    if (m_Tree.FindIndex(nullptr, 0, kElementsOfCutImage) == nullptr) return DICOM_ERROR_FORMAT;
+    *pSound = true;
+    return DICOM_SUCCESS;
 }
 
 /** Stores the values of odd length again, padded to an even one. */

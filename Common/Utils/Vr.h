@@ -72,6 +72,12 @@ constexpr bool HasLongHeader(uint16_t code) {
     }
 }
 
+/** True for two capital letters, whether the standard knows them as a VR or not. */
+constexpr bool IsVrLetters(uint16_t code) {
+    const auto isLetter = [](int c) { return c >= 'A' && c <= 'Z'; };
+    return isLetter(code >> 8) && isLetter(code & 0xFF);
+}
+
 /** True for the two letters of a VR of the standard. */
 bool IsVrCode(uint16_t code);
 
