@@ -4,9 +4,11 @@
 #define MDICOM_H
 
 #include "MDicomConstants.h"
+#include "MDicomContextGroup.h"
 #include "MDicomDS.h"
 #include "MDicomEngine.h"
 #include "MDicomFile.h"
+#include "MDicomIOD.h"
 #include "MDicomTag.h"
 #include "MDicomText.h"
 #include "MDicomTree.h"

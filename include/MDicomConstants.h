@@ -88,170 +88,170 @@ enum {
     DICOM_ERROR_CHARACTER_SET = 233,           ///< character set conflicts with the data set
     DICOM_ERROR_PRIVATE_GROUP = 235,           ///< group is no private one
     DICOM_ERROR_PRIVATE_CREATOR_EXISTS = 236,  ///< creator place taken, or none free
-    DICOM_ERROR_PRIVATE_CREATOR_MISSING = 237,  ///< creator not on its level
-    DICOM_ERROR_PRIVATE_BLOCK_FULL = 238,       ///< block has no free number
-    DICOM_ERROR_PRIVATE_ELEMENT = 239,          ///< creator number out of range
-    DICOM_ERROR_NO_DOCUMENT = 240,              ///< no (0042,0011)
-    DICOM_ERROR_DOCUMENT_LENGTH = 241,          ///< (0042,0011) of undefined length
-    DICOM_ERROR_DOCUMENT_VALUE = 242,           ///< document value not read or stored
-    DICOM_ERROR_DOCUMENT_TYPE = 243,            ///< document type is neither 1 nor 2
-    DICOM_STATUS_FILE_LOADED = 300,             ///< callback code: file loaded, no failure
-    DICOM_ERROR_CLASS_NOT_ACCEPTED = 301,       ///< class not accepted by the peer
-    DICOM_ERROR_TIMEOUT = 302,                  ///< no answer in time
-    DICOM_ERROR_ASSOCIATION_REJECTED = 303,     ///< peer rejected the association
-    DICOM_ERROR_PEER_REFUSED = 304,             ///< peer refused the operation
-    DICOM_ERROR_ALREADY_PRESENT = 305,          ///< instance is in the directory already
-    DICOM_ERROR_STRUCT_SIZE_SET = 64747,        ///< wrong size field in a setter or creator
-    DICOM_ERROR_NO_RECORD = 65523,              ///< null record or size below 1, J2K defaults
+    DICOM_ERROR_PRIVATE_CREATOR_MISSING = 237, ///< creator not on its level
+    DICOM_ERROR_PRIVATE_BLOCK_FULL = 238,      ///< block has no free number
+    DICOM_ERROR_PRIVATE_ELEMENT = 239,         ///< creator number out of range
+    DICOM_ERROR_NO_DOCUMENT = 240,             ///< no (0042,0011)
+    DICOM_ERROR_DOCUMENT_LENGTH = 241,         ///< (0042,0011) of undefined length
+    DICOM_ERROR_DOCUMENT_VALUE = 242,          ///< document value not read or stored
+    DICOM_ERROR_DOCUMENT_TYPE = 243,           ///< document type is neither 1 nor 2
+    DICOM_STATUS_FILE_LOADED = 300,            ///< callback code: file loaded, no failure
+    DICOM_ERROR_CLASS_NOT_ACCEPTED = 301,      ///< class not accepted by the peer
+    DICOM_ERROR_TIMEOUT = 302,                 ///< no answer in time
+    DICOM_ERROR_ASSOCIATION_REJECTED = 303,    ///< peer rejected the association
+    DICOM_ERROR_PEER_REFUSED = 304,            ///< peer refused the operation
+    DICOM_ERROR_ALREADY_PRESENT = 305,         ///< instance is in the directory already
+    DICOM_ERROR_STRUCT_SIZE_SET = 64747,       ///< wrong size field in a setter or creator
+    DICOM_ERROR_NO_RECORD = 65523,             ///< null record or size below 1, J2K defaults
 };
 
 /** Flags of M_DicomEngineStartup. */
 enum {
-    DICOM_ENGINE_LAZY_IOD = 0x0001,             ///< leave the IOD tree for later
-    DICOM_ENGINE_LAZY_CONTEXT_GROUPS = 0x0002,  ///< leave the context groups for later
+    DICOM_ENGINE_LAZY_IOD = 0x0001,            ///< leave the IOD tree for later
+    DICOM_ENGINE_LAZY_CONTEXT_GROUPS = 0x0002, ///< leave the context groups for later
 };
 
 /** Mode bits of MDicomFile::Open and MDicomFile::SetHandle. */
 enum {
-    FILE_MODE_CREATE = 0x0001,           ///< make the file or empty it
-    FILE_MODE_READ = 0x0002,             ///< reading
-    FILE_MODE_WRITE = 0x0004,            ///< writing
-    FILE_MODE_TEMPORARY = 0x0008,        ///< unique file in the named folder
-    FILE_MODE_MEMORY = 0x0010,           ///< block of memory instead of a file
-    FILE_MODE_KERNEL = 0x0020,           ///< file functions of the kernel
-    FILE_MODE_AUTO_CLOSE = 0x0040,       ///< Close(0) and destructor really close
-    FILE_MODE_DELETE_ON_CLOSE = 0x0080,  ///< system removes the file at close
-    FILE_MODE_EXTERNAL = 0x1000,         ///< block belongs to the caller
-    FILE_MODE_NO_TRUNCATE = 0x2000,      ///< a cut of the memory stream fails
+    FILE_MODE_CREATE = 0x0001,          ///< make the file or empty it
+    FILE_MODE_READ = 0x0002,            ///< reading
+    FILE_MODE_WRITE = 0x0004,           ///< writing
+    FILE_MODE_TEMPORARY = 0x0008,       ///< unique file in the named folder
+    FILE_MODE_MEMORY = 0x0010,          ///< block of memory instead of a file
+    FILE_MODE_KERNEL = 0x0020,          ///< file functions of the kernel
+    FILE_MODE_AUTO_CLOSE = 0x0040,      ///< Close(0) and destructor really close
+    FILE_MODE_DELETE_ON_CLOSE = 0x0080, ///< system removes the file at close
+    FILE_MODE_EXTERNAL = 0x1000,        ///< block belongs to the caller
+    FILE_MODE_NO_TRUNCATE = 0x2000,     ///< a cut of the memory stream fails
 };
 
 /** Class and bound kind of a value representation (_DICOMVR::nRestrict). */
 enum {
-    VR_BINARY = 0x0100,     ///< array of binary units
-    VR_STRING = 0x0200,     ///< text values split by backslash
-    VR_TEXT = 0x0400,       ///< one text, backslash ordinary
-    VR_FIXED = 0,           ///< length is exact
-    VR_MAXIMUM = 1,         ///< length is an upper bound
-    VR_MAXIMUM_GROUP = 2,   ///< upper bound per component group
-    VR_ANY = 3,             ///< no bound
-    VR_NOT_APPLICABLE = 4,  ///< bound has no meaning
+    VR_BINARY = 0x0100,    ///< array of binary units
+    VR_STRING = 0x0200,    ///< text values split by backslash
+    VR_TEXT = 0x0400,      ///< one text, backslash ordinary
+    VR_FIXED = 0,          ///< length is exact
+    VR_MAXIMUM = 1,        ///< length is an upper bound
+    VR_MAXIMUM_GROUP = 2,  ///< upper bound per component group
+    VR_ANY = 3,            ///< no bound
+    VR_NOT_APPLICABLE = 4, ///< bound has no meaning
 };
 
 /** Kinds of UID (_DICOMUID::nType). */
 enum {
-    UID_TYPE_OTHER = 0,               ///< none of the other kinds
-    UID_TYPE_TRANSFER1 = 1,           ///< uncompressed transfer syntax
-    UID_TYPE_TRANSFER2 = 2,           ///< compressed transfer syntax
-    UID_TYPE_CLASS = 3,               ///< SOP Class
-    UID_TYPE_META_CLASS = 4,          ///< Meta SOP Class
-    UID_TYPE_INSTANCE = 5,            ///< well-known SOP Instance
-    UID_TYPE_APPLICATION = 6,         ///< application context name
-    UID_TYPE_FRAME_OF_REFERENCE = 7,  ///< well-known frame of reference
-    UID_TYPE_LDAP = 8,                ///< LDAP object identifier
+    UID_TYPE_OTHER = 0,              ///< none of the other kinds
+    UID_TYPE_TRANSFER1 = 1,          ///< uncompressed transfer syntax
+    UID_TYPE_TRANSFER2 = 2,          ///< compressed transfer syntax
+    UID_TYPE_CLASS = 3,              ///< SOP Class
+    UID_TYPE_META_CLASS = 4,         ///< Meta SOP Class
+    UID_TYPE_INSTANCE = 5,           ///< well-known SOP Instance
+    UID_TYPE_APPLICATION = 6,        ///< application context name
+    UID_TYPE_FRAME_OF_REFERENCE = 7, ///< well-known frame of reference
+    UID_TYPE_LDAP = 8,               ///< LDAP object identifier
 };
 
 /** Kinds and usages of rows of the IOD tree (_DICOMIOD). */
 enum {
-    IOD_TYPE_CLASS = 0,         ///< row is a class
-    IOD_TYPE_MODULE = 1,        ///< row is a module
-    IOD_TYPE_ELEMENT = 2,       ///< row is an attribute
-    IOD_USAGE_MANDATORY = 0,    ///< module M, or required key
-    IOD_USAGE_CONDITIONAL = 1,  ///< module C
-    IOD_USAGE_OPTIONAL = 2,     ///< module U, class, or optional key
-    IOD_USAGE_1 = 3,            ///< attribute type 1
-    IOD_USAGE_1C = 4,           ///< attribute type 1C
-    IOD_USAGE_2 = 5,            ///< attribute type 2
-    IOD_USAGE_2C = 6,           ///< attribute type 2C
-    IOD_USAGE_3 = 7,            ///< attribute type 3
+    IOD_TYPE_CLASS = 0,        ///< row is a class
+    IOD_TYPE_MODULE = 1,       ///< row is a module
+    IOD_TYPE_ELEMENT = 2,      ///< row is an attribute
+    IOD_USAGE_MANDATORY = 0,   ///< module M, or required key
+    IOD_USAGE_CONDITIONAL = 1, ///< module C
+    IOD_USAGE_OPTIONAL = 2,    ///< module U, class, or optional key
+    IOD_USAGE_1 = 3,           ///< attribute type 1
+    IOD_USAGE_1C = 4,          ///< attribute type 1C
+    IOD_USAGE_2 = 5,           ///< attribute type 2
+    IOD_USAGE_2C = 6,          ///< attribute type 2C
+    IOD_USAGE_3 = 7,           ///< attribute type 3
 };
 
 /** Tags with a role of their own in the element tree (PS 3.5, 7.5). */
 ///@{
-static const uint32_t TAG_ITEM = 0xFFFEE000u;                   ///< item of a sequence, or fragment
-static const uint32_t TAG_ITEM_DELIMITATION = 0xFFFEE00Du;      ///< only in encoded form
-static const uint32_t TAG_SEQUENCE_DELIMITATION = 0xFFFEE0DDu;  ///< only in encoded form
-static const uint32_t TAG_PIXEL_DATA = 0x7FE00010u;             ///< the pixels
+static const uint32_t TAG_ITEM = 0xFFFEE000u;                  ///< item of a sequence, or fragment
+static const uint32_t TAG_ITEM_DELIMITATION = 0xFFFEE00Du;     ///< only in encoded form
+static const uint32_t TAG_SEQUENCE_DELIMITATION = 0xFFFEE0DDu; ///< only in encoded form
+static const uint32_t TAG_PIXEL_DATA = 0x7FE00010u;            ///< the pixels
 ///@}
 
 /** Data set flags: the encoding of a data set, and flags of LoadDS, SaveDS and InitDS. */
 enum {
-    DS_METAHEADER_PRESENT = 0x0001,           ///< preamble, DICM and group 0002
-    DS_METAHEADER_ABSENT = 0x0002,            ///< no preamble
-    DS_LITTLE_ENDIAN = 0x0004,                ///< values little endian
-    DS_BIG_ENDIAN = 0x0008,                   ///< values big endian
-    DS_IMPLICIT_VR = 0x0010,                  ///< VR not encoded
-    DS_EXPLICIT_VR = 0x0020,                  ///< VR encoded
-    DS_GROUP_LENGTHS = 0x0040,                ///< save: length element for every group
-    DS_LENGTH_EXPLICIT = 0x0080,              ///< save: computed lengths, no delimiters
-    DS_EXCLUDE_METAHEADER_GROUP = 0x0100,     ///< save: without group 0002
-    DS_LOAD_CLOSE = 0x0200,                   ///< load: copy values, close the file
-    DS_KEEP_PIXEL_DATA_INTACT = 0x0400,       ///< compressed pixels stay as they are
-    DS_RECORD_OFFSETS = 0x0800,               ///< load: note the offset of each element
-    DS_ADD_MANDATORY_ELEMENTS_ONLY = 0x1000,  ///< init: types 1 and 2 only
-    DS_ADD_MANDATORY_MODULES_ONLY = 0x2000,   ///< init: mandatory modules only
+    DS_METAHEADER_PRESENT = 0x0001,          ///< preamble, DICM and group 0002
+    DS_METAHEADER_ABSENT = 0x0002,           ///< no preamble
+    DS_LITTLE_ENDIAN = 0x0004,               ///< values little endian
+    DS_BIG_ENDIAN = 0x0008,                  ///< values big endian
+    DS_IMPLICIT_VR = 0x0010,                 ///< VR not encoded
+    DS_EXPLICIT_VR = 0x0020,                 ///< VR encoded
+    DS_GROUP_LENGTHS = 0x0040,               ///< save: length element for every group
+    DS_LENGTH_EXPLICIT = 0x0080,             ///< save: computed lengths, no delimiters
+    DS_EXCLUDE_METAHEADER_GROUP = 0x0100,    ///< save: without group 0002
+    DS_LOAD_CLOSE = 0x0200,                  ///< load: copy values, close the file
+    DS_KEEP_PIXEL_DATA_INTACT = 0x0400,      ///< compressed pixels stay as they are
+    DS_RECORD_OFFSETS = 0x0800,              ///< load: note the offset of each element
+    DS_ADD_MANDATORY_ELEMENTS_ONLY = 0x1000, ///< init: types 1 and 2 only
+    DS_ADD_MANDATORY_MODULES_ONLY = 0x2000,  ///< init: mandatory modules only
 };
 
 /** Reason codes of the debug callback (SetDebugDS). */
 enum {
-    DS_DEBUG_BAD_TAG = 2,        ///< tag that may not be inserted
-    DS_DEBUG_BAD_ELEMENT = 256,  ///< handle not in this tree
-    DS_DEBUG_DUPLICATE = 512,    ///< tag stands on this level already
-    DS_DEBUG_NO_MEMORY = 1024,   ///< insertion ran out of memory
+    DS_DEBUG_BAD_TAG = 2,       ///< tag that may not be inserted
+    DS_DEBUG_BAD_ELEMENT = 256, ///< handle not in this tree
+    DS_DEBUG_DUPLICATE = 512,   ///< tag stands on this level already
+    DS_DEBUG_NO_MEMORY = 1024,  ///< insertion ran out of memory
 };
 
 /** Positions of MDicomTree::Insert. */
 enum {
-    TREE_FIRST_CHILD = 0,    ///< before the first child
-    TREE_LAST_CHILD = 1,     ///< after the last child
-    TREE_FIRST_SIBLING = 2,  ///< start of the level
-    TREE_LAST_SIBLING = 3,   ///< end of the level
-    TREE_NEXT = 4,           ///< right after
-    TREE_PREVIOUS = 5,       ///< right before
+    TREE_FIRST_CHILD = 0,   ///< before the first child
+    TREE_LAST_CHILD = 1,    ///< after the last child
+    TREE_FIRST_SIBLING = 2, ///< start of the level
+    TREE_LAST_SIBLING = 3,  ///< end of the level
+    TREE_NEXT = 4,          ///< right after
+    TREE_PREVIOUS = 5,      ///< right before
 };
 
 /** Forms of a date, time or date-time range (PS 3.4, C.2.2.2.5). */
 enum {
-    VALUE_RANGE_NONE = 0,   ///< single value
-    VALUE_RANGE_LOWER = 1,  ///< value and what lies after
-    VALUE_RANGE_UPPER = 2,  ///< value and what lies before
-    VALUE_RANGE_BOTH = 3,   ///< from first to second
+    VALUE_RANGE_NONE = 0,  ///< single value
+    VALUE_RANGE_LOWER = 1, ///< value and what lies after
+    VALUE_RANGE_UPPER = 2, ///< value and what lies before
+    VALUE_RANGE_BOTH = 3,  ///< from first to second
 };
 
 /** Kinds of typed values, each a set of VRs. */
 enum {
-    VALUE_KIND_CHAR = 0,      ///< OB, SQ, UN
-    VALUE_KIND_SHORT = 1,     ///< OW, SS, US
-    VALUE_KIND_LONG = 2,      ///< AT, IS, SL, UL
-    VALUE_KIND_FLOAT = 3,     ///< FL, OF
-    VALUE_KIND_DOUBLE = 4,    ///< DS, FD
-    VALUE_KIND_STRING = 5,    ///< AE, CS, LO, LT, PN, SH, ST, UI, UT
-    VALUE_KIND_AGE = 6,       ///< AS
-    VALUE_KIND_DATE = 7,      ///< DA
-    VALUE_KIND_TIME = 8,      ///< TM
-    VALUE_KIND_DATETIME = 9,  ///< DT
+    VALUE_KIND_CHAR = 0,     ///< OB, SQ, UN
+    VALUE_KIND_SHORT = 1,    ///< OW, SS, US
+    VALUE_KIND_LONG = 2,     ///< AT, IS, SL, UL
+    VALUE_KIND_FLOAT = 3,    ///< FL, OF
+    VALUE_KIND_DOUBLE = 4,   ///< DS, FD
+    VALUE_KIND_STRING = 5,   ///< AE, CS, LO, LT, PN, SH, ST, UI, UT
+    VALUE_KIND_AGE = 6,      ///< AS
+    VALUE_KIND_DATE = 7,     ///< DA
+    VALUE_KIND_TIME = 8,     ///< TM
+    VALUE_KIND_DATETIME = 9, ///< DT
 };
 
 /** Array types of FindGetValue and FindSetValue. */
 enum {
-    VALUE_ARRAY_BYTE = 0,    ///< array of unsigned 8 bits
-    VALUE_ARRAY_WORD = 1,    ///< array of unsigned 16 bits
-    VALUE_ARRAY_DWORD = 2,   ///< array of unsigned 32 bits
-    VALUE_ARRAY_FLOAT = 3,   ///< array of floats
-    VALUE_ARRAY_DOUBLE = 4,  ///< array of doubles
+    VALUE_ARRAY_BYTE = 0,   ///< array of unsigned 8 bits
+    VALUE_ARRAY_WORD = 1,   ///< array of unsigned 16 bits
+    VALUE_ARRAY_DWORD = 2,  ///< array of unsigned 32 bits
+    VALUE_ARRAY_FLOAT = 3,  ///< array of floats
+    VALUE_ARRAY_DOUBLE = 4, ///< array of doubles
 };
 
 /** Compression classes of the transfer syntaxes. */
 enum {
-    IMAGE_COMPRESSION_NONE = 0,              ///< native
-    IMAGE_COMPRESSION_RLE = 1,               ///< RLE
-    IMAGE_COMPRESSION_JPEG_LOSSLESS = 2,     ///< lossless JPEG
-    IMAGE_COMPRESSION_JPEG_LOSSY = 3,        ///< lossy JPEG
-    IMAGE_COMPRESSION_JPEG_LS_LOSSLESS = 4,  ///< JPEG-LS lossless, not decoded
-    IMAGE_COMPRESSION_JPEG_LS_LOSSY = 5,     ///< JPEG-LS near-lossless, not decoded
-    IMAGE_COMPRESSION_J2K_LOSSLESS = 6,      ///< JPEG 2000 lossless
-    IMAGE_COMPRESSION_J2K_LOSSY = 7,         ///< JPEG 2000
-    IMAGE_COMPRESSION_MPEG2_MAIN = 8,        ///< MPEG-2 main level, not decoded
-    IMAGE_COMPRESSION_MPEG2_HIGH = 9,        ///< MPEG-2 high level, not decoded
+    IMAGE_COMPRESSION_NONE = 0,             ///< native
+    IMAGE_COMPRESSION_RLE = 1,              ///< RLE
+    IMAGE_COMPRESSION_JPEG_LOSSLESS = 2,    ///< lossless JPEG
+    IMAGE_COMPRESSION_JPEG_LOSSY = 3,       ///< lossy JPEG
+    IMAGE_COMPRESSION_JPEG_LS_LOSSLESS = 4, ///< JPEG-LS lossless, not decoded
+    IMAGE_COMPRESSION_JPEG_LS_LOSSY = 5,    ///< JPEG-LS near-lossless, not decoded
+    IMAGE_COMPRESSION_J2K_LOSSLESS = 6,     ///< JPEG 2000 lossless
+    IMAGE_COMPRESSION_J2K_LOSSY = 7,        ///< JPEG 2000
+    IMAGE_COMPRESSION_MPEG2_MAIN = 8,       ///< MPEG-2 main level, not decoded
+    IMAGE_COMPRESSION_MPEG2_HIGH = 9,       ///< MPEG-2 high level, not decoded
 };
 
 #endif

@@ -4,8 +4,8 @@
 #define MDICOM_DS_H
 
 #include <mutex>
-#include <string>
 #include <span>
+#include <string>
 
 #include "MDicomApi.h"
 #include "MDicomFile.h"
@@ -17,20 +17,21 @@ class ElementIndex;
 class ElementReader;
 class ElementWriter;
 struct CharacterSetList;
-}  // namespace mdicom
+struct DataSetAccess;
+} // namespace mdicom
 
 /** Side record of a data set. */
 struct DICOMDSEXTRA {
-    uint32_t nSize;                 ///< sizeof(DICOMDSEXTRA)
-    DICOMBADELEMENT *pBadElements;  ///< table of 50
-    uint32_t nBadElements;          ///< entries in use
-    _FILEJ2KOPTIONS J2KOptions;
-    int32_t bCodecFlag;
-    MDicomTree Offsets;  ///< nodes of element and file offset, under DS_RECORD_OFFSETS
-    int32_t bAutoScale;
-    double fAutoScaleFactor;
-    double fAutoScaleOffset;
-    std::recursive_mutex Lock;  ///< guards the value store
+    uint32_t nSize;                ///< sizeof(DICOMDSEXTRA)
+    DICOMBADELEMENT *pBadElements; ///< table of 50
+    uint32_t nBadElements;         ///< entries in use
+    _FILEJ2KOPTIONS J2KOptions;    ///< JPEG 2000 encoding options
+    int32_t bCodecFlag;            ///< codec flag of the image operations
+    MDicomTree Offsets;            ///< nodes of element and file offset, under DS_RECORD_OFFSETS
+    int32_t bAutoScale;            ///< nonzero: the last image load rescaled its modality values
+    double fAutoScaleFactor;       ///< factor of that rescaling
+    double fAutoScaleOffset;       ///< offset of that rescaling
+    std::recursive_mutex Lock;     ///< guards the value store
 };
 
 /**
@@ -48,27 +49,28 @@ struct DICOMDSEXTRA {
  */
 class MDICOM_API MDicomDS {
   public:
-    static void *m_hInstance;  ///< handle of the loaded library
+    static void *m_hInstance; ///< handle of the loaded library
 
-    MDicomTree m_Tree;
-    uint16_t m_nFlags = 37;  ///< DS_ flags of the encoding
-    DICOMDSEXTRA *m_pExtra = nullptr;
-    uint8_t m_Preamble[128] = {};
-    MDicomFile *m_pFile = &m_File;  ///< stream that loaded elements refer to
-    MDicomFile m_File;
-    MDicomFile m_TempFile;  ///< the value store
-    int32_t m_bConforming = 0;
-    _DICOMMODULE m_Module;
-    MDICOM_DEBUG_CALLBACK m_pfnDebug = nullptr;
-    void *m_pDebugUserData = nullptr;
-    uint32_t *m_pCharacterSets = nullptr;  ///< table of ten identifiers, null until first used
-    uint32_t m_nCharacterSets = 0;
+    MDicomTree m_Tree;                          ///< the elements
+    uint16_t m_nFlags = 37;                     ///< DS_ flags of the encoding
+    DICOMDSEXTRA *m_pExtra = nullptr;           ///< side record; null when memory was short
+    uint8_t m_Preamble[128] = {};               ///< written by saves with DS_METAHEADER_PRESENT
+    MDicomFile *m_pFile = &m_File;              ///< stream that loaded elements refer to
+    MDicomFile m_File;                          ///< stream that LoadDS opens by name
+    MDicomFile m_TempFile;                      ///< the value store
+    int32_t m_bConforming = 0;                  ///< nonzero: the tree must not change
+    _DICOMMODULE m_Module;                      ///< elements of the module that was asked for last
+    MDICOM_DEBUG_CALLBACK m_pfnDebug = nullptr; ///< null for none
+    void *m_pDebugUserData = nullptr;           ///< passed to the callback
+    uint32_t *m_pCharacterSets = nullptr;       ///< table of ten identifiers, null until first used
+    uint32_t m_nCharacterSets = 0;              ///< entries of the table in use
 
     /// @name Life
     ///@{
     /** An empty data set. pszTempPath names the folder of its value store; null or empty stands
      *  for the system's folder for temporary files. */
     explicit MDicomDS(const wchar_t *pszTempPath);
+    /** ResetDS, and the value store goes. */
     ~MDicomDS();
     MDicomDS(const MDicomDS &) = delete;
     MDicomDS &operator=(const MDicomDS &) = delete;
@@ -93,11 +95,17 @@ class MDICOM_API MDicomDS {
     /** Deletes an element and everything below it. Returns its next sibling, else its previous
      *  one, else its parent. */
     _DICOMELEMENT *DeleteElement(_DICOMELEMENT *pElement);
+    /** First sibling of pElement, or first element of the tree. Null pElement: the top level. */
     _DICOMELEMENT *GetFirstElement(_DICOMELEMENT *pElement, int32_t bSameLevel, int32_t bVolatile);
+    /** Last sibling of pElement, or last element of the walk. */
     _DICOMELEMENT *GetLastElement(_DICOMELEMENT *pElement, int32_t bSameLevel, int32_t bVolatile);
+    /** The element behind pElement; null at the end. */
     _DICOMELEMENT *GetNextElement(_DICOMELEMENT *pElement, int32_t bSameLevel, int32_t bVolatile);
+    /** The element before pElement; null at the start. */
     _DICOMELEMENT *GetPrevElement(_DICOMELEMENT *pElement, int32_t bSameLevel, int32_t bVolatile);
+    /** First child: item of a sequence, element of an item. Null for a leaf. */
     _DICOMELEMENT *GetChildElement(_DICOMELEMENT *pElement, int32_t bVolatile);
+    /** The item or sequence around the element; null on the top level. */
     _DICOMELEMENT *GetParentElement(_DICOMELEMENT *pElement);
     /** Ancestor on the top level, or the element itself. */
     _DICOMELEMENT *GetRootElement(_DICOMELEMENT *pElement);
@@ -110,15 +118,18 @@ class MDICOM_API MDicomDS {
     /** First element with this tag: on the level of pElement (null: the top level), or with
      *  bSameLevel zero in the whole tree. */
     _DICOMELEMENT *FindFirstElement(_DICOMELEMENT *pElement, uint32_t nTag, int32_t bSameLevel);
+    /** Last element with this tag; arguments as those of FindFirstElement. */
     _DICOMELEMENT *FindLastElement(_DICOMELEMENT *pElement, uint32_t nTag, int32_t bSameLevel);
     /** The next element with the tag of pElement. */
     _DICOMELEMENT *FindNextElement(_DICOMELEMENT *pElement, int32_t bSameLevel);
+    /** The previous element with the tag of pElement. */
     _DICOMELEMENT *FindPrevElement(_DICOMELEMENT *pElement, int32_t bSameLevel);
     /** Offset of the element in its file, noted by a load with DS_RECORD_OFFSETS; 0 for none. */
     uint32_t GetElementOffset(_DICOMELEMENT *pElement);
     /** Sets the callback that hears why an operation refused; null for none. While one is set,
      *  every element argument is first looked up in the tree. */
     void SetDebugDS(MDICOM_DEBUG_CALLBACK pfnDebug, void *pUserData);
+    /** Nonzero if DS_KEEP_PIXEL_DATA_INTACT is set. */
     int32_t GetKeepPixelDataIntactFlag();
     /** Sets or clears DS_KEEP_PIXEL_DATA_INTACT; returns the setting before. */
     int32_t SetKeepPixelDataIntactFlag(int32_t bKeep);
@@ -167,10 +178,15 @@ class MDICOM_API MDicomDS {
     /// set, freed (FreeValue) or deleted. Setters replace the whole value and return nonzero on
     /// success; each demands a VR of its kind.
     ///@{
+    /** Bytes of OB, OV, SV, UN and UV. */
     uint8_t *GetCharValue(_DICOMELEMENT *pElement, uint32_t nIndex, uint32_t nCount);
+    /** Numbers of OW, SS and US. */
     int16_t *GetShortValue(_DICOMELEMENT *pElement, uint32_t nIndex, uint32_t nCount);
+    /** Numbers of IS, OL, SL and UL, and tags of AT with the group in the high half. */
     int32_t *GetLongValue(_DICOMELEMENT *pElement, uint32_t nIndex, uint32_t nCount);
+    /** Numbers of FL and OF. */
     float *GetFloatValue(_DICOMELEMENT *pElement, uint32_t nIndex, uint32_t nCount);
+    /** Numbers of DS, FD and OD. */
     double *GetDoubleValue(_DICOMELEMENT *pElement, uint32_t nIndex, uint32_t nCount);
     /** Values of an IS element without a limit of 32 bits. 0; 9 bad argument, 14 not readable. */
     uint16_t GetLong64Value(_DICOMELEMENT *pElement, int64_t *pArray, uint32_t nIndex,
@@ -181,25 +197,34 @@ class MDICOM_API MDicomDS {
     const wchar_t *GetStringValue(_DICOMELEMENT *pElement, uint32_t nIndex, uint32_t nCount);
     /** Bytes of value nIndex as they are stored; further values follow behind its NUL. */
     const char *GetStringValueA(_DICOMELEMENT *pElement, uint32_t nIndex, uint32_t nCount);
+    /** Ages of AS. */
     _VALUEAGE *GetAgeValue(_DICOMELEMENT *pElement, uint32_t nIndex, uint32_t nCount);
     /** Null for a value that is a range. */
     _VALUEDATE *GetDateValue(_DICOMELEMENT *pElement, uint32_t nIndex, uint32_t nCount);
     /** Null for a value that is a range. */
     _VALUETIME *GetTimeValue(_DICOMELEMENT *pElement, uint32_t nIndex, uint32_t nCount);
+    /** Dates with times of DT. */
     _VALUEDATETIME *GetDateTimeValue(_DICOMELEMENT *pElement, uint32_t nIndex, uint32_t nCount);
     /** Fills one range record. 0; 2 no memory, 9 bad argument. */
     int32_t GetDateRangeValue(_DICOMELEMENT *pElement, uint32_t nIndex, _VALUEDATERANGE *pRange);
+    /** As GetDateRangeValue, for TM. */
     int16_t GetTimeRangeValue(_DICOMELEMENT *pElement, uint32_t nIndex, _VALUETIMERANGE *pRange);
+    /** As GetDateRangeValue, for DT. */
     int16_t GetDateTimeRangeValue(_DICOMELEMENT *pElement, uint32_t nIndex,
                                   _VALUEDATETIMERANGE *pRange);
     /** Value multiplicity. */
     uint32_t GetCountValue(_DICOMELEMENT *pElement);
     /** Frees the caches of an element; its value stays. */
     void FreeValue(_DICOMELEMENT *pElement);
+    /** Sets bytes; VRs as GetCharValue. */
     int32_t SetCharValue(_DICOMELEMENT *pElement, uint8_t *pArray, uint32_t nCount);
+    /** Sets numbers; VRs as GetShortValue. */
     int32_t SetShortValue(_DICOMELEMENT *pElement, int16_t *pArray, uint32_t nCount);
+    /** Sets numbers or tags; VRs as GetLongValue. */
     int32_t SetLongValue(_DICOMELEMENT *pElement, int32_t *pArray, uint32_t nCount);
+    /** Sets numbers; VRs as GetFloatValue. */
     int32_t SetFloatValue(_DICOMELEMENT *pElement, float *pArray, uint32_t nCount);
+    /** Sets numbers; VRs as GetDoubleValue. */
     int32_t SetDoubleValue(_DICOMELEMENT *pElement, double *pArray, uint32_t nCount);
     /**
      * Sets nCount texts that stand back to back, each with its NUL.
@@ -213,8 +238,11 @@ class MDICOM_API MDicomDS {
     int32_t SetStringValueA(_DICOMELEMENT *pElement, const char *pszText, uint32_t nCount);
     /** 9 for a reference letter other than D, W, M and Y. */
     int32_t SetAgeValue(_DICOMELEMENT *pElement, const _VALUEAGE *pArray, uint32_t nCount);
+    /** Sets dates of DA. */
     int32_t SetDateValue(_DICOMELEMENT *pElement, const _VALUEDATE *pArray, uint32_t nCount);
+    /** Sets times of TM. */
     int32_t SetTimeValue(_DICOMELEMENT *pElement, const _VALUETIME *pArray, uint32_t nCount);
+    /** Sets dates with times of DT. */
     int32_t SetDateTimeValue(_DICOMELEMENT *pElement, const _VALUEDATETIME *pArray,
                              uint32_t nCount);
     /** 0 for a null array or a range type above 3. */
@@ -247,7 +275,9 @@ class MDICOM_API MDicomDS {
     /// Bytes as the value has them, numbers in host order. Nonzero on success. Buffers that pass
     /// into the value store have their bytes turned in place during the call.
     ///@{
+    /** Copies up to nLength bytes from the start of the value. */
     int32_t GetBinaryValue(_DICOMELEMENT *pElement, void *pBuffer, uint32_t nLength);
+    /** Copies up to nLength bytes from nOffset of the value on. */
     int32_t GetBinaryValue(_DICOMELEMENT *pElement, void *pBuffer, uint32_t nOffset,
                            uint32_t nLength);
     /** Replaces the value; an odd length is padded. */
@@ -272,6 +302,7 @@ class MDICOM_API MDicomDS {
   private:
     friend class mdicom::ElementReader;
     friend class mdicom::ElementWriter;
+    friend struct mdicom::DataSetAccess; // tests of the value store
 
     // Element tree
     bool CheckElement(_DICOMELEMENT *pElement);

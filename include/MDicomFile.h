@@ -11,7 +11,7 @@
 namespace mdicom {
 struct StreamBuffer;
 struct StreamShare;
-}  // namespace mdicom
+} // namespace mdicom
 
 /**
  * A stream with a 64-bit position. All results are 1 for success and 0 for failure.
@@ -24,18 +24,19 @@ struct StreamShare;
  */
 class MDICOM_API MDicomFile {
   public:
-    wchar_t szName[260];       ///< path given to Open; empty when null or too long to fit
-    void *hFile;               ///< open file of the kernel, or none
-    uint16_t nFlags = 0;       ///< FILE_MODE_ bits
-    uint64_t nLength = 0;      ///< bytes in the stream
-    uint64_t nPosition = 0;    ///< bytes from the start
-    uint8_t *pData = nullptr;  ///< block of the memory back end, null while empty
+    wchar_t szName[260];      ///< path given to Open; empty when null or too long to fit
+    void *hFile;              ///< open file of the kernel, or none
+    uint16_t nFlags = 0;      ///< FILE_MODE_ bits
+    uint64_t nLength = 0;     ///< bytes in the stream
+    uint64_t nPosition = 0;   ///< bytes from the start
+    uint8_t *pData = nullptr; ///< block of the memory back end, null while empty
 
     MDicomFile();
     /** Close(0). */
     ~MDicomFile();
     /** The copy and its source share file and block; the last of them to close gives them back. */
     MDicomFile(const MDicomFile &Source);
+    /** Close(0), then as the copy. */
     MDicomFile &operator=(const MDicomFile &Source);
 
     /**

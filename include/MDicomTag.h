@@ -12,7 +12,7 @@
  */
 class MDICOM_API MDicomTag {
   public:
-    static MDicomTreeEx m_InfoTag;
+    static MDicomTreeEx m_InfoTag; ///< the rows, on the root level
 
     /** Empties the table and fills it with the 2,989 default rows. */
     static void Default();
@@ -32,9 +32,13 @@ class MDICOM_API MDicomTag {
     static _DICOMTAG *FindIndex(uint32_t nIndex);
     /** 1 if the record is a row of the table. */
     static int32_t Exists(_DICOMTAG *pRecord);
+    /** First row, or null. */
     static _DICOMTAG *GetFirst();
+    /** Last row, or null. */
     static _DICOMTAG *GetLast();
+    /** The row behind this one, or null. */
     static _DICOMTAG *GetNext(_DICOMTAG *pRecord);
+    /** The row before this one, or null. */
     static _DICOMTAG *GetPrev(_DICOMTAG *pRecord);
     /** Number of rows. */
     static uint32_t GetCount();

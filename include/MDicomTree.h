@@ -16,8 +16,8 @@
  */
 class MDICOM_API MDicomTree {
   public:
-    _DICOMLINK *pFirst = nullptr;  ///< first node of the root level
-    _DICOMLINK *pLast = nullptr;   ///< last node of the root level
+    _DICOMLINK *pFirst = nullptr; ///< first node of the root level
+    _DICOMLINK *pLast = nullptr;  ///< last node of the root level
 
     MDicomTree() = default;
     ~MDicomTree() = default;

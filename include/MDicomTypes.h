@@ -18,49 +18,59 @@ class MDicomDS;
 #define MDICOM_ASSERT_SIZE(Record, nBytes) static_assert(sizeof(Record) == (nBytes), #Record)
 #else
 #include <assert.h>
-typedef struct MDicomFile MDicomFile;  ///< opaque in C
-typedef struct MDicomDS MDicomDS;      ///< opaque in C
+typedef struct MDicomFile MDicomFile; ///< opaque in C
+typedef struct MDicomDS MDicomDS;     ///< opaque in C
 #define MDICOM_ASSERT_SIZE(Record, nBytes) _Static_assert(sizeof(Record) == (nBytes), #Record)
 #endif
 
 /** Head of every node of an MDicomTree. The tree owns the links; callers read them only. */
 typedef struct _DICOMLINK {
-    struct _DICOMLINK *pParent;  ///< null on the root level
-    struct _DICOMLINK *pFirstChild;
-    struct _DICOMLINK *pLastChild;
-    struct _DICOMLINK *pPrev;  ///< previous sibling
-    struct _DICOMLINK *pNext;  ///< next sibling
+    struct _DICOMLINK *pParent;     ///< null on the root level
+    struct _DICOMLINK *pFirstChild; ///< null without children
+    struct _DICOMLINK *pLastChild;  ///< null without children
+    struct _DICOMLINK *pPrev;       ///< previous sibling
+    struct _DICOMLINK *pNext;       ///< next sibling
 } _DICOMLINK;
 
 /** Row of the VR table (PS 3.5, 6.2). Owned by MDicomVR. */
 typedef struct _DICOMVR {
-    _DICOMLINK Link;
-    uint16_t nCode;      ///< the two letters, first letter in the high byte
-    wchar_t *pszName;    ///< display name, owned by the row
-    uint32_t nLength;    ///< length bound of a value in bytes, advisory
-    uint16_t nRestrict;  ///< class in the high byte (VR_BINARY...), bound kind in the low byte
-    uint16_t nUnitSize;  ///< bytes of one binary unit; 1 for text
+    _DICOMLINK Link;    ///< place in the tree
+    uint16_t nCode;     ///< the two letters, first letter in the high byte
+    wchar_t *pszName;   ///< display name, owned by the row
+    uint32_t nLength;   ///< length bound of a value in bytes, advisory
+    uint16_t nRestrict; ///< class in the high byte (VR_BINARY...), bound kind in the low byte
+    uint16_t nUnitSize; ///< bytes of one binary unit; 1 for text
 } _DICOMVR;
 
 /** Row of the data dictionary (PS 3.6; PS 3.7, E). Owned by MDicomTag. */
 typedef struct _DICOMTAG {
-    _DICOMLINK Link;
-    uint32_t nCode;      ///< the tag, variable digits zero
-    uint32_t nMask;      ///< bits of a tag that are compared with nCode
-    wchar_t *pszName;    ///< name, owned by the row
-    uint16_t nVR;        ///< VR of an element whose encoding names none
-    uint32_t nMinVM;     ///< least value multiplicity
-    uint32_t nMaxVM;     ///< largest value multiplicity, 0xFFFFFFFF for unbounded
-    uint32_t nDivideVM;  ///< the multiplicity is a multiple of this
+    _DICOMLINK Link;    ///< place in the tree
+    uint32_t nCode;     ///< the tag, variable digits zero
+    uint32_t nMask;     ///< bits of a tag that are compared with nCode
+    wchar_t *pszName;   ///< name, owned by the row
+    uint16_t nVR;       ///< VR of an element whose encoding names none
+    uint32_t nMinVM;    ///< least value multiplicity
+    uint32_t nMaxVM;    ///< largest value multiplicity, 0xFFFFFFFF for unbounded
+    uint32_t nDivideVM; ///< the multiplicity is a multiple of this
 } _DICOMTAG;
 
 /** Row of the UID registry (PS 3.6, A). Owned by MDicomUID. */
 typedef struct _DICOMUID {
-    _DICOMLINK Link;
-    wchar_t *pszCode;  ///< the UID, owned by the row
-    wchar_t *pszName;  ///< its name, owned by the row
-    uint32_t nType;    ///< UID_TYPE_ value
+    _DICOMLINK Link;  ///< place in the tree
+    wchar_t *pszCode; ///< the UID, owned by the row
+    wchar_t *pszName; ///< its name, owned by the row
+    uint32_t nType;   ///< UID_TYPE_ value
 } _DICOMUID;
+
+/** Row of the tree of object definitions (PS 3.3). Owned by MDicomIOD. */
+typedef struct _DICOMIOD {
+    _DICOMLINK Link;         ///< place in the tree
+    uint32_t nCode;          ///< number of the class or module, or tag
+    wchar_t *pszName;        ///< name, owned by the row
+    uint8_t nType;           ///< IOD_TYPE_ value
+    uint16_t nUsage;         ///< IOD_USAGE_ value
+    wchar_t *pszDescription; ///< a class: its SOP Class UIDs; else a note; owned by the row
+} _DICOMIOD;
 
 /** Transfer syntaxes that a data set can be changed to (PS 3.5, A). */
 typedef enum tagDICOM_TRANSFER_SYNTAXES {
@@ -85,7 +95,7 @@ typedef enum tagDICOM_TRANSFER_SYNTAXES {
  * a stream, in the byte order of the data set.
  */
 typedef struct _DICOMELEMENT {
-    _DICOMLINK Link;
+    _DICOMLINK Link;          ///< place in the tree
     uint32_t nTag;            ///< group in the high half
     uint16_t nVR;             ///< first letter in the high byte
     uint32_t nLength;         ///< bytes of the value; 0xFFFFFFFF: content is the children
@@ -93,106 +103,126 @@ typedef struct _DICOMELEMENT {
     void *pValue;             ///< parsed value, null while unparsed
     uint32_t nRecordOffset;   ///< item: its identity; directory reference: the identity it names
     uint32_t *pBlockOffsets;  ///< for each block its offset in its stream
-    MDicomFile **pBlockFiles;
-    uint32_t *pBlockLengths;
-    uint32_t nBlockCount;
-    void *pText;  ///< text that GetStringValue handed out last
+    MDicomFile **pBlockFiles; ///< for each block its stream
+    uint32_t *pBlockLengths;  ///< for each block its bytes
+    uint32_t nBlockCount;     ///< blocks of the value
+    void *pText;              ///< text that GetStringValue handed out last
 } _DICOMELEMENT;
 
 /** Age (VR AS; PS 3.5, 6.2). */
 typedef struct _VALUEAGE {
-    uint16_t Number;
+    uint16_t Number; ///< how many units
     char Reference;  ///< D, W, M or Y
 } _VALUEAGE;
 
 /** Date (VR DA). All fields 0xFFFF mark a value that holds no plain date, such as a range. */
 typedef struct _VALUEDATE {
-    uint16_t Year;
-    uint16_t Month;
-    uint16_t Day;
+    uint16_t Year;  ///< four digits
+    uint16_t Month; ///< 1 to 12
+    uint16_t Day;   ///< 1 to 31
 } _VALUEDATE;
 
 /** Time of day (VR TM). All fields 0xFFFF mark a value that holds no plain time. */
 typedef struct _VALUETIME {
-    uint16_t Hours;
-    uint16_t Minutes;
-    uint16_t Seconds;
-    uint32_t Fractions;  ///< millionths of a second
+    uint16_t Hours;     ///< 0 to 23
+    uint16_t Minutes;   ///< 0 to 59
+    uint16_t Seconds;   ///< 0 to 60
+    uint32_t Fractions; ///< millionths of a second
 } _VALUETIME;
 
 /** Date and time (VR DT). */
 typedef struct _VALUEDATETIME {
-    uint16_t Year;
-    uint16_t Month;
-    uint16_t Day;
-    uint16_t Hours;
-    uint16_t Minutes;
-    uint16_t Seconds;
-    uint32_t Fractions;  ///< the digits behind the point, as a number
-    int32_t Offset;      ///< UTC offset as the number HHMM with its sign
+    uint16_t Year;      ///< four digits
+    uint16_t Month;     ///< 1 to 12
+    uint16_t Day;       ///< 1 to 31
+    uint16_t Hours;     ///< 0 to 23
+    uint16_t Minutes;   ///< 0 to 59
+    uint16_t Seconds;   ///< 0 to 60
+    uint32_t Fractions; ///< the digits behind the point, as a number
+    int32_t Offset;     ///< UTC offset as the number HHMM with its sign
 } _VALUEDATETIME;
+
+/** A context group (PS 3.16). Owned by MDicomContextGroup. */
+typedef struct tagDICOMCONTEXTGROUP {
+    _DICOMLINK Link;                      ///< place in the tree
+    wchar_t *pszContextIdentifier;        ///< for instance "CID 2", owned by the group
+    wchar_t *pszName;                     ///< owned by the group
+    int32_t bExtensible;                  ///< nonzero: programs may add concepts
+    _VALUEDATETIME *pContextGroupVersion; ///< owned by the group
+} tagDICOMCONTEXTGROUP;
+
+/** A coded concept of a context group (PS 3.3, 8). All that it points to belongs to it. */
+typedef struct tagDICOMCODEDCONCEPT {
+    _DICOMLINK Link;                             ///< place in the tree
+    wchar_t *pszCodingSchemeDesignator;          ///< which coding scheme
+    wchar_t *pszCodingSchemeVersion;             ///< may be null
+    wchar_t *pszCodeValue;                       ///< the code within the scheme
+    wchar_t *pszCodeMeaning;                     ///< what it means, for people
+    _VALUEDATETIME *pContextGroupLocalVersion;   ///< may be null
+    wchar_t *pszContextGroupExtensionCreatorUID; ///< may be null
+} tagDICOMCODEDCONCEPT;
 
 /** Range of dates (PS 3.4, C.2.2.2.5). */
 typedef struct _VALUEDATERANGE {
-    uint32_t Type;  ///< VALUE_RANGE_ value
-    _VALUEDATE Date1;
-    _VALUEDATE Date2;
+    uint32_t Type;    ///< VALUE_RANGE_ value
+    _VALUEDATE Date1; ///< first or only bound
+    _VALUEDATE Date2; ///< second bound of VALUE_RANGE_BOTH
 } _VALUEDATERANGE;
 
 /** Range of times. */
 typedef struct _VALUETIMERANGE {
-    uint32_t Type;  ///< VALUE_RANGE_ value
-    _VALUETIME Time1;
-    _VALUETIME Time2;
+    uint32_t Type;    ///< VALUE_RANGE_ value
+    _VALUETIME Time1; ///< first or only bound
+    _VALUETIME Time2; ///< second bound of VALUE_RANGE_BOTH
 } _VALUETIMERANGE;
 
 /** Range of date-times. */
 typedef struct _VALUEDATETIMERANGE {
-    uint32_t Type;  ///< VALUE_RANGE_ value
-    _VALUEDATETIME DateTime1;
-    _VALUEDATETIME DateTime2;
+    uint32_t Type;            ///< VALUE_RANGE_ value
+    _VALUEDATETIME DateTime1; ///< first or only bound
+    _VALUEDATETIME DateTime2; ///< second bound of VALUE_RANGE_BOTH
 } _VALUEDATETIMERANGE;
 
 /** The elements of one module that a data set holds. */
 typedef struct _DICOMMODULE {
-    uint32_t nModule;
-    uint32_t nCount;  ///< entries in use
-    _DICOMELEMENT *pElement[1000];
+    uint32_t nModule;              ///< number of the module
+    uint32_t nCount;               ///< entries in use
+    _DICOMELEMENT *pElement[1000]; ///< the elements
 } _DICOMMODULE;
 
 /** An element whose value had an odd length in its file. */
 typedef struct DICOMBADELEMENT {
-    uint32_t nSize;  ///< sizeof(DICOMBADELEMENT)
-    _DICOMELEMENT *pElement;
-    uint32_t nReason;  ///< 1: odd length
+    uint32_t nSize;          ///< sizeof(DICOMBADELEMENT)
+    _DICOMELEMENT *pElement; ///< the element
+    uint32_t nReason;        ///< 1: odd length
 } DICOMBADELEMENT;
 
 /** JPEG 2000 encoding options of a data set. */
 typedef struct _FILEJ2KOPTIONS {
-    uint32_t nStructSize;           ///< sizeof(_FILEJ2KOPTIONS)
-    uint32_t bUseColorTransform;    ///< default 1
-    uint32_t bDerivedQuantization;  ///< default 1
-    uint32_t nCompressionControl;   ///< default 3
-    float fCompressionRatio;        ///< default 15.0
-    uint32_t nTargetFileSize;       ///< bytes, default 10240
-    uint32_t nReserved;
-    uint32_t nXOsiz;
-    uint32_t nYOsiz;
-    uint32_t nXTsiz;  ///< default 640
-    uint32_t nYTsiz;  ///< default 480
-    uint32_t nXTOsiz;
-    uint32_t nYTOsiz;
-    uint32_t nXRsiz[3];             ///< default 1 each
-    uint32_t nYRsiz[3];             ///< default 1 each
-    uint32_t nDecompositionLevels;  ///< default 5
-    uint32_t nProgressionOrder;
-    uint32_t nCodeBlockWidth;   ///< default 64
-    uint32_t nCodeBlockHeight;  ///< default 64
-    uint32_t nCodeBlockStyle;
-    uint32_t nGuardBits;  ///< default 2
-    uint32_t nBaseMantissa;
-    uint32_t nBaseExponent;  ///< default 8
-    uint32_t nFurther[12];   ///< zero, but the fifth holds the float 0.5
+    uint32_t nStructSize;          ///< sizeof(_FILEJ2KOPTIONS)
+    uint32_t bUseColorTransform;   ///< default 1
+    uint32_t bDerivedQuantization; ///< default 1
+    uint32_t nCompressionControl;  ///< default 3
+    float fCompressionRatio;       ///< default 15.0
+    uint32_t nTargetFileSize;      ///< bytes, default 10240
+    uint32_t nReserved;            ///< zero
+    uint32_t nXOsiz;               ///< left edge of the image on the reference grid
+    uint32_t nYOsiz;               ///< top edge of the image
+    uint32_t nXTsiz;               ///< default 640
+    uint32_t nYTsiz;               ///< default 480
+    uint32_t nXTOsiz;              ///< left edge of the first tile
+    uint32_t nYTOsiz;              ///< top edge of the first tile
+    uint32_t nXRsiz[3];            ///< default 1 each
+    uint32_t nYRsiz[3];            ///< default 1 each
+    uint32_t nDecompositionLevels; ///< default 5
+    uint32_t nProgressionOrder;    ///< order of packets
+    uint32_t nCodeBlockWidth;      ///< default 64
+    uint32_t nCodeBlockHeight;     ///< default 64
+    uint32_t nCodeBlockStyle;      ///< flags of the code blocks
+    uint32_t nGuardBits;           ///< default 2
+    uint32_t nBaseMantissa;        ///< mantissa of the quantization step
+    uint32_t nBaseExponent;        ///< default 8
+    uint32_t nFurther[12];         ///< zero, but the fifth holds the float 0.5
 } _FILEJ2KOPTIONS;
 
 /** Debug callback of a data set: element, DS_DEBUG_ code, user data. Its result is ignored. */
@@ -202,6 +232,9 @@ MDICOM_ASSERT_SIZE(_DICOMLINK, 40);
 MDICOM_ASSERT_SIZE(_DICOMVR, 64);
 MDICOM_ASSERT_SIZE(_DICOMTAG, 72);
 MDICOM_ASSERT_SIZE(_DICOMUID, 64);
+MDICOM_ASSERT_SIZE(_DICOMIOD, 72);
+MDICOM_ASSERT_SIZE(tagDICOMCONTEXTGROUP, 72);
+MDICOM_ASSERT_SIZE(tagDICOMCODEDCONCEPT, 88);
 MDICOM_ASSERT_SIZE(_DICOMELEMENT, 112);
 MDICOM_ASSERT_SIZE(_VALUEAGE, 4);
 MDICOM_ASSERT_SIZE(_VALUEDATE, 6);

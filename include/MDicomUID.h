@@ -11,7 +11,7 @@
  */
 class MDICOM_API MDicomUID {
   public:
-    static MDicomTreeEx m_InfoUID;
+    static MDicomTreeEx m_InfoUID; ///< the rows, on the root level
 
     /** Empties the table and fills it with the 295 default rows. */
     static void Default();
@@ -30,9 +30,13 @@ class MDICOM_API MDicomUID {
     static _DICOMUID *FindIndex(uint32_t nIndex);
     /** 1 if the record is a row of the table. */
     static int32_t Exists(_DICOMUID *pRecord);
+    /** First row, or null. */
     static _DICOMUID *GetFirst();
+    /** Last row, or null. */
     static _DICOMUID *GetLast();
+    /** The row behind this one, or null. */
     static _DICOMUID *GetNext(_DICOMUID *pRecord);
+    /** The row before this one, or null. */
     static _DICOMUID *GetPrev(_DICOMUID *pRecord);
     /** Number of rows. */
     static uint32_t GetCount();

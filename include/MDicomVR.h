@@ -11,7 +11,7 @@
  */
 class MDICOM_API MDicomVR {
   public:
-    static MDicomTreeEx m_InfoVR;
+    static MDicomTreeEx m_InfoVR; ///< the rows, on the root level
 
     /** Empties the table and fills it with the 27 default rows. */
     static void Default();
@@ -31,9 +31,13 @@ class MDICOM_API MDicomVR {
     static _DICOMVR *FindIndex(uint32_t nIndex);
     /** 1 if the record is a row of the table. */
     static int32_t Exists(_DICOMVR *pRecord);
+    /** First row, or null. */
     static _DICOMVR *GetFirst();
+    /** Last row, or null. */
     static _DICOMVR *GetLast();
+    /** The row behind this one, or null. */
     static _DICOMVR *GetNext(_DICOMVR *pRecord);
+    /** The row before this one, or null. */
     static _DICOMVR *GetPrev(_DICOMVR *pRecord);
     /** Number of rows. */
     static uint32_t GetCount();

@@ -25,7 +25,7 @@ std::string FolderOf(void *address) {
     return slash == std::string::npos ? std::string() : path.substr(0, slash + 1);
 }
 
-}  // namespace
+} // namespace
 
 M_DllLoader::~M_DllLoader() {
     if (m_hLibrary != nullptr) dlclose(m_hLibrary);

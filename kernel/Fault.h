@@ -16,4 +16,4 @@ inline bool FaultWanted(int kind) {
     return __builtin_expect(hook != nullptr, 0) && hook(kind) != 0;
 }
 
-}  // namespace kernel
+} // namespace kernel

@@ -35,7 +35,7 @@ int SystemOpenFlags(int flags) {
     return result;
 }
 
-}  // namespace
+} // namespace
 
 extern "C" {
 
@@ -141,4 +141,4 @@ const char *KernelTemporaryFolder(void) {
     return folder != nullptr && folder[0] != '\0' ? folder : "/tmp";
 }
 
-}  // extern "C"
+} // extern "C"

@@ -21,7 +21,7 @@ SizeHeader *HeaderOf(void *block) {
     return static_cast<SizeHeader *>(block) - 1;
 }
 
-}  // namespace
+} // namespace
 
 extern "C" {
 
@@ -88,4 +88,4 @@ void KernelMemSet(void *pTarget, int nValue, size_t nBytes) {
     std::memset(pTarget, nValue, nBytes);
 }
 
-}  // extern "C"
+} // extern "C"

@@ -38,7 +38,7 @@ MVKRNX_API void KernelMemSet(void *pTarget, int nValue, size_t nBytes);
 /// @name Files
 /// Positional files: there is no file position to share. Paths are UTF-8.
 ///@{
-typedef struct M_HFILE__ M_HFILE__;  ///< an open file
+typedef struct M_HFILE__ M_HFILE__; ///< an open file
 
 /** The value of a handle without a file. */
 #define KERNEL_NO_FILE ((M_HFILE__ *)(intptr_t)-1)
@@ -46,8 +46,8 @@ typedef struct M_HFILE__ M_HFILE__;  ///< an open file
 enum {
     KERNEL_OPEN_READ = 0x01,
     KERNEL_OPEN_WRITE = 0x02,
-    KERNEL_OPEN_CREATE = 0x04,    ///< make the file, or cut it to nothing
-    KERNEL_OPEN_EXCLUSIVE = 0x08  ///< with CREATE: fail if the file exists
+    KERNEL_OPEN_CREATE = 0x04,   ///< make the file, or cut it to nothing
+    KERNEL_OPEN_EXCLUSIVE = 0x08 ///< with CREATE: fail if the file exists
 };
 
 /** Opens a regular file. Anything else that stands under the name, a folder or a pipe, fails. */
@@ -95,7 +95,7 @@ MVKRNX_API void KernelSetFaultHook(KERNEL_FAULT_HOOK pfnHook);
 ///@}
 
 #ifdef __cplusplus
-}  // extern "C"
+} // extern "C"
 
 #include <string>
 #include <vector>
@@ -127,12 +127,14 @@ class MVKRNX_API M_DllLoader {
     int32_t Load();
     /** Counts a user less. */
     void Unload();
+    /** Nonzero while the library is loaded. */
     int32_t IsLoaded();
     /** Registers a function by its exported name. Resolved at once if the library is loaded, else
      *  by LoadWithPath. */
     void AddFunction(const char *pszName);
     /** The address of a registered function; null if it is not there. */
     void *GetFunction(const char *pszName);
+    /** Nonzero if GetFunction has an address for this name. */
     int32_t IsFunctionOk(const char *pszName);
 
   private:

@@ -20,7 +20,7 @@ namespace charset {
 constexpr uint32_t Default = 0;
 constexpr uint32_t Utf8 = 27;
 constexpr uint32_t Gb18030 = 28;
-}  // namespace charset
+} // namespace charset
 
 constexpr uint32_t kMaxCharacterSets = 10;
 
@@ -41,14 +41,16 @@ std::optional<uint32_t> FindCharacterSet(std::string_view name);
 /** Identifier of a selector of SetStringValue (0 to 14); nothing for any other number. */
 std::optional<uint32_t> CharacterSetOfSelector(uint32_t selector);
 
-/** Wide text of stored bytes; nothing when they are not valid in their set. */
+/** Wide text of stored bytes, with U+FFFD for what is not valid in its set; nothing when memory
+ *  is short or the system lacks the conversion. */
 std::optional<std::wstring> DecodeText(std::string_view bytes, std::span<const uint32_t> sets);
 
-/** Stored bytes of wide text; nothing when a character has no place in any of the sets. */
+/** Stored bytes of wide text; nothing when a character has no place in any of the sets. With no
+ *  set but the default repertoire, text that is not ASCII becomes UTF-8. */
 std::optional<std::string> EncodeText(std::wstring_view text, std::span<const uint32_t> sets);
 
 /** Place of the first backslash that separates values, and is not the second byte of a
  *  character; npos when there is none. */
 size_t FindValueEnd(std::string_view bytes, std::span<const uint32_t> sets);
 
-}  // namespace mdicom
+} // namespace mdicom

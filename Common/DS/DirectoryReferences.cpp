@@ -20,7 +20,7 @@ bool HasValue(const _DICOMELEMENT *element) {
     return element != nullptr && element->nLength > 0 && element->nLength < kUndefinedLength;
 }
 
-}  // namespace
+} // namespace
 
 /** Gives each record that names a multi-referenced record the file reference itself. */
 void MDicomDS::RefreshKeys() {

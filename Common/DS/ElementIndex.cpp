@@ -20,7 +20,7 @@ uint32_t HashOf(uint32_t tag) {
     return (tag * 0x9E3779B1u) >> 7;
 }
 
-}  // namespace
+} // namespace
 
 TagCounts::Entry *TagCounts::Find(uint32_t tag) const noexcept {
     if (m_Capacity == 0) return nullptr;
@@ -226,4 +226,4 @@ _DICOMELEMENT *ElementIndex::WalkWithSamples(_DICOMELEMENT *parent, _DICOMELEMEN
     }
 }
 
-}  // namespace mdicom
+} // namespace mdicom

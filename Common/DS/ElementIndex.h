@@ -24,16 +24,16 @@ class TagCounts {
 
   private:
     struct Entry {
-        uint32_t tag;  ///< 0 for a free entry: no element has this tag
+        uint32_t tag; ///< 0 for a free entry: no element has this tag
         uint32_t count;
     };
     Entry *Find(uint32_t tag) const noexcept;
     bool Grow() noexcept;
 
     std::unique_ptr<Entry[]> m_Entries;
-    uint32_t m_Capacity = 0;  ///< a power of two
+    uint32_t m_Capacity = 0; ///< a power of two
     uint32_t m_Used = 0;
-    bool m_Complete = true;  ///< false after a failed allocation: then any tag may be there
+    bool m_Complete = true; ///< false after a failed allocation: then any tag may be there
 };
 
 /**
@@ -74,6 +74,7 @@ class ElementIndex {
 
     /** Steps that were walked over levels without order; a reader of hostile input asks. */
     uint64_t StepsWithoutOrder() const noexcept { return m_StepsWithoutOrder; }
+    void CountSteps(uint64_t steps) noexcept { m_StepsWithoutOrder += steps; }
 
   private:
     using Samples = std::map<uint32_t, _DICOMELEMENT *>;
@@ -86,10 +87,10 @@ class ElementIndex {
     std::array<_DICOMELEMENT *, 8> m_Firsts{};
     uint32_t m_NextFirst = 0;
     bool m_HasFirsts = false;
-    std::unordered_map<const _DICOMELEMENT *, Samples> m_Samples;  ///< by parent
-    std::unordered_set<const _DICOMELEMENT *> m_Unordered;         ///< parents of such levels
+    std::unordered_map<const _DICOMELEMENT *, Samples> m_Samples; ///< by parent
+    std::unordered_set<const _DICOMELEMENT *> m_Unordered;        ///< parents of such levels
     std::unordered_map<const _DICOMELEMENT *, _DICOMLINK *> m_Offsets;
     uint64_t m_StepsWithoutOrder = 0;
 };
 
-}  // namespace mdicom
+} // namespace mdicom

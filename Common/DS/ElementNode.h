@@ -76,4 +76,4 @@ constexpr bool IsDirectoryReference(uint32_t tag) {
     }
 }
 
-}  // namespace mdicom
+} // namespace mdicom

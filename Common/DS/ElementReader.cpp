@@ -17,17 +17,17 @@ namespace mdicom {
 namespace {
 
 constexpr size_t kDeepestSequence = 1024;
-constexpr size_t kMostLevels = 1 + 2 * kDeepestSequence;  ///< each sequence with its item
-constexpr uint64_t kMostStepsWithoutOrder = 50'000'000;
+constexpr size_t kMostLevels = 1 + 2 * kDeepestSequence; ///< each sequence with its item
+constexpr uint64_t kMostStepsWithoutOrder = 20'000'000;
 constexpr uint32_t kLongestHeader = 12;
-constexpr uint64_t kLargestOffset = 0xFFFFFFFE;  ///< block offsets have 32 bits
+constexpr uint64_t kLargestOffset = 0xFFFFFFFE; ///< block offsets have 32 bits
 constexpr uint32_t kBadElementRoom = 50;
 constexpr uint32_t kLongestUid = 256;
 constexpr std::string_view kDeflated = "1.2.840.10008.1.2.1.99";
 constexpr uint16_t kEncodingFlags =
     DS_LITTLE_ENDIAN | DS_BIG_ENDIAN | DS_IMPLICIT_VR | DS_EXPLICIT_VR;
 
-}  // namespace
+} // namespace
 
 ElementReader::ElementReader(MDicomDS &ds, MDicomFile &file)
     : m_DS(ds),
@@ -187,7 +187,7 @@ uint16_t ElementReader::DecideVr(const Level &level, const Header &header) {
         return fragment ? level.parent->nVR : vr::OB;
     }
     _DICOMELEMENT *near = level.previous != nullptr ? level.previous : level.parent;
-    m_Window = {};  // the look-up may read values through the same stream
+    m_Window = {}; // the look-up may read values through the same stream
     return m_DS.GetDefaultVR(near, header.tag, level.previous == nullptr ? 1 : 0);
 }
 
@@ -329,4 +329,4 @@ bool ElementReader::SequenceGoesOn() {
     return next == TAG_ITEM || next == TAG_SEQUENCE_DELIMITATION;
 }
 
-}  // namespace mdicom
+} // namespace mdicom

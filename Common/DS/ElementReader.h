@@ -33,19 +33,19 @@ class ElementReader {
   private:
     /** The content of one sequence, item or of the data set. */
     struct Level {
-        _DICOMELEMENT *parent;    ///< null: elements go to the top level
-        _DICOMELEMENT *previous;  ///< the element inserted last
-        uint32_t length;          ///< bytes of the level, 0xFFFFFFFF up to a delimiter
+        _DICOMELEMENT *parent;   ///< null: elements go to the top level
+        _DICOMELEMENT *previous; ///< the element inserted last
+        uint32_t length;         ///< bytes of the level, 0xFFFFFFFF up to a delimiter
         uint64_t consumed;
-        uint32_t opener;  ///< tag of the element whose content this is; 0 for the data set
-        bool isExplicit;  ///< VR form of its elements
+        uint32_t opener; ///< tag of the element whose content this is; 0 for the data set
+        bool isExplicit; ///< VR form of its elements
     };
 
     struct Header {
         uint32_t tag;
-        uint16_t vr;  ///< as encoded; vr::Implicit where the form names none
+        uint16_t vr; ///< as encoded; vr::Implicit where the form names none
         uint32_t length;
-        uint32_t size;  ///< bytes of the header
+        uint32_t size; ///< bytes of the header
     };
 
     Status ReadLevels();
@@ -72,17 +72,17 @@ class ElementReader {
     MDicomFile &m_File;
     bool m_LittleEndian;
     bool m_Explicit;
-    bool m_Copy;      ///< values go to the value store
-    bool m_Record;    ///< note each element's offset
-    bool m_AllowOdd;  ///< odd lengths are collected for repair
+    bool m_Copy;     ///< values go to the value store
+    bool m_Record;   ///< note each element's offset
+    bool m_AllowOdd; ///< odd lengths are collected for repair
     bool m_Refused = false;
-    bool m_SyntaxKnown = false;  ///< the transfer syntax names this encoding
-    bool m_FormSettled = false;  ///< the first element behind the meta header was looked at
-    bool m_CutOff = false;       ///< a value or a level passes the end of the stream
+    bool m_SyntaxKnown = false; ///< the transfer syntax names this encoding
+    bool m_FormSettled = false; ///< the first element behind the meta header was looked at
+    bool m_CutOff = false;      ///< a value or a level passes the end of the stream
     uint64_t m_Position = 0;
     std::vector<Level> m_Levels;
-    std::span<const uint8_t> m_Window;  ///< bytes at m_WindowStart
+    std::span<const uint8_t> m_Window; ///< bytes at m_WindowStart
     uint64_t m_WindowStart = 0;
 };
 
-}  // namespace mdicom
+} // namespace mdicom

@@ -19,7 +19,7 @@ OffsetNode *AsOffset(_DICOMLINK *link) {
     return reinterpret_cast<OffsetNode *>(link);
 }
 
-}  // namespace
+} // namespace
 
 _DICOMELEMENT *MDicomDS::FindFirstElement(_DICOMELEMENT *pElement, uint32_t nTag,
                                           int32_t bSameLevel) {
@@ -34,7 +34,9 @@ _DICOMELEMENT *MDicomDS::FindFirstElement(_DICOMELEMENT *pElement, uint32_t nTag
 _DICOMELEMENT *MDicomDS::FindOnLevel(_DICOMELEMENT *pParent, uint32_t nTag, _DICOMELEMENT *pPlace) {
     const bool ordered = m_pIndex != nullptr && m_pIndex->HasOrder(pParent);
     if (ordered) return pPlace != nullptr && pPlace->nTag == nTag ? pPlace : nullptr;
-    while (pPlace != nullptr && pPlace->nTag != nTag) pPlace = NextOf(pPlace);
+    uint64_t steps = 0;
+    for (; pPlace != nullptr && pPlace->nTag != nTag; pPlace = NextOf(pPlace)) ++steps;
+    if (m_pIndex != nullptr) m_pIndex->CountSteps(steps);
     return pPlace;
 }
 

@@ -31,7 +31,7 @@ _DICOMELEMENT *LinearLowerBound(_DICOMLINK *first, uint32_t tag) {
     return AsElement(first);
 }
 
-}  // namespace
+} // namespace
 
 void MDicomDS::ReportDebug(_DICOMELEMENT *pElement, uint16_t nCode) {
     if (m_pfnDebug != nullptr) m_pfnDebug(pElement, nCode, m_pDebugUserData);

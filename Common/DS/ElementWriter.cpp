@@ -17,7 +17,7 @@ namespace {
 
 constexpr size_t kStageSize = 64 * 1024;
 constexpr uint32_t kLargeBlock = 32 * 1024;
-constexpr uint32_t kTurnedPiece = 48 * 1024;  ///< holds whole units of every size
+constexpr uint32_t kTurnedPiece = 48 * 1024; ///< holds whole units of every size
 constexpr uint32_t kLongestShortValue = 65534;
 constexpr uint32_t kDelimiterSize = 8;
 constexpr uint32_t kGroupLengthSize = 12;
@@ -27,7 +27,7 @@ uint32_t DelimiterOf(const _DICOMELEMENT *element) {
     return element->nTag == TAG_ITEM ? TAG_ITEM_DELIMITATION : TAG_SEQUENCE_DELIMITATION;
 }
 
-}  // namespace
+} // namespace
 
 ElementWriter::ElementWriter(MDicomDS &ds, MDicomFile &target, const SaveOptions &options)
     : m_DS(ds), m_Target(target), m_Options(options) {}
@@ -380,4 +380,4 @@ bool ElementWriter::PutStaged() {
     return done;
 }
 
-}  // namespace mdicom
+} // namespace mdicom

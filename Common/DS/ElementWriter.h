@@ -16,20 +16,20 @@ namespace mdicom {
 struct EncodedForm {
     bool littleEndian;
     bool isExplicit;
-    uint16_t vr;          ///< as written
-    uint32_t headerSize;  ///< bytes
+    uint16_t vr;         ///< as written
+    uint32_t headerSize; ///< bytes
 };
 
 /** What a save writes, beyond the tree itself. */
 struct SaveOptions {
-    bool preamble;  ///< preamble, prefix and the length of group 0002
+    bool preamble; ///< preamble, prefix and the length of group 0002
     bool littleEndian;
     bool isExplicit;
-    bool groupLengths;           ///< a length element opens every group
-    bool definedLengths;         ///< sequences and items without delimiters
-    bool withoutMeta;            ///< group 0002 stays out
-    bool compressed;             ///< Pixel Data is encapsulated
-    std::string transferSyntax;  ///< written in (0002,0010) in place of its value; empty: the value
+    bool groupLengths;          ///< a length element opens every group
+    bool definedLengths;        ///< sequences and items without delimiters
+    bool withoutMeta;           ///< group 0002 stays out
+    bool compressed;            ///< Pixel Data is encapsulated
+    std::string transferSyntax; ///< written in (0002,0010) in place of its value; empty: the value
 };
 
 /**
@@ -49,13 +49,13 @@ class ElementWriter {
     /** State of one level of the walk. */
     struct Level {
         _DICOMELEMENT *parent;
-        int32_t group = -1;    ///< group that was opened last
-        size_t groupSlot = 0;  ///< place of its length
+        int32_t group = -1;   ///< group that was opened last
+        size_t groupSlot = 0; ///< place of its length
         bool groupOpen = false;
-        uint64_t size = 0;  ///< bytes of the level so far
+        uint64_t size = 0; ///< bytes of the level so far
         size_t contentSlot = 0;
         bool hasContentSlot = false;
-        uint64_t overhead = 0;  ///< header and delimiter of the parent
+        uint64_t overhead = 0; ///< header and delimiter of the parent
     };
 
     bool IsReplaced(const _DICOMELEMENT *element) const;
@@ -91,14 +91,14 @@ class ElementWriter {
     MDicomFile &m_Target;
     const SaveOptions &m_Options;
     std::vector<Level> m_Levels;
-    std::vector<uint32_t> m_Lengths;  ///< content and group lengths in the order of writing
+    std::vector<uint32_t> m_Lengths; ///< content and group lengths in the order of writing
     size_t m_NextLength = 0;
-    std::unordered_map<uint32_t, uint32_t> m_ItemPlaces;  ///< by item identity
+    std::unordered_map<uint32_t, uint32_t> m_ItemPlaces; ///< by item identity
     bool m_WantsPlaces = false;
-    bool m_MetaTurn = true;  ///< the first turn writes group 0002, the second the rest
+    bool m_MetaTurn = true; ///< the first turn writes group 0002, the second the rest
     bool m_TooLong = false;
-    uint64_t m_Place = 0;  ///< offset in the output during planning
+    uint64_t m_Place = 0; ///< offset in the output during planning
     std::vector<uint8_t> m_Staged;
 };
 
-}  // namespace mdicom
+} // namespace mdicom

@@ -81,7 +81,7 @@ uint16_t CurveVr(uint32_t representation) {
     return representation < std::size(kVrs) ? kVrs[representation] : vr::US;
 }
 
-}  // namespace
+} // namespace
 
 /** Flags and compression class of a transfer syntax; null: of the one in (0002,0010). 1 if there
  *  was a UID; the results are those of implicit little endian otherwise. */

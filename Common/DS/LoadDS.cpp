@@ -40,9 +40,9 @@ std::span<const uint16_t> TrialsOf(uint16_t flags) {
 /** How a stream begins (PS 3.10, 7.1). */
 struct Beginning {
     uint8_t preamble[kPreambleLength] = {};
-    bool complete = false;     ///< long enough for a preamble and the prefix
-    bool hasPreamble = false;  ///< preamble and "DICM"
-    bool prefixAlone = false;  ///< "DICM" without a preamble
+    bool complete = false;    ///< long enough for a preamble and the prefix
+    bool hasPreamble = false; ///< preamble and "DICM"
+    bool prefixAlone = false; ///< "DICM" without a preamble
 };
 
 bool IsPrefix(const uint8_t *bytes) {
@@ -61,7 +61,7 @@ Beginning LookAtBeginning(MDicomFile &file) {
     return result;
 }
 
-}  // namespace
+} // namespace
 
 uint16_t MDicomDS::LoadDS(const wchar_t *pszName, uint16_t nFlags) {
     ResetDS(1);

@@ -61,7 +61,7 @@ void FreeOffsets(MDicomTree &offsets) {
     while (offsets.pFirst != nullptr) offsets.Delete(offsets.pFirst);
 }
 
-}  // namespace
+} // namespace
 
 MDicomDS::MDicomDS(const wchar_t *pszTempPath)
     : m_pExtra(MakeExtra()), m_pIndex(new (std::nothrow) ElementIndex) {

@@ -52,7 +52,7 @@ SaveOptions OptionsOf(uint16_t flags, bool compressed) {
     return options;
 }
 
-}  // namespace
+} // namespace
 
 uint16_t MDicomDS::SaveDS(const wchar_t *pszName, uint16_t nFlags) {
     try {
@@ -95,6 +95,6 @@ uint16_t MDicomDS::WriteDS(MDicomFile &file, uint16_t nFlags) {
     } catch (const std::bad_alloc &) {
         status = DICOM_ERROR_MEMORY;
     }
-    if (added != nullptr) DeleteNode(added);  // the data set did not have it
+    if (added != nullptr) DeleteNode(added); // the data set did not have it
     return status;
 }

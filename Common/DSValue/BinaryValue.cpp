@@ -70,7 +70,7 @@ bool ReadBlocks(const _DICOMELEMENT *element, uint8_t *target, uint32_t offset, 
 bool AppendToStore(MDicomFile &store, const void *data, uint32_t length, uint32_t *offset) {
     if (!store.Seek(0, 2)) return false;
     const uint64_t end = store.Tell();
-    if (end + length > 0xFFFFFFFE) return false;  // block offsets have 32 bits
+    if (end + length > 0xFFFFFFFE) return false; // block offsets have 32 bits
     *offset = static_cast<uint32_t>(end);
     if (data != nullptr) return store.Write(data, length) != 0;
     const uint8_t zero = 0;
@@ -122,7 +122,7 @@ bool IsUndefined(const _DICOMELEMENT *element) {
     return element->nLength == kUndefinedLength;
 }
 
-}  // namespace
+} // namespace
 
 bool MDicomDS::IsStoredLittleEndian(const _DICOMELEMENT *pElement) const {
     return (m_nFlags & DS_LITTLE_ENDIAN) != 0 || GroupOf(pElement->nTag) == 0x0002;

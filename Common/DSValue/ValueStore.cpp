@@ -38,7 +38,7 @@ void CloseGap(T *array, uint32_t first, uint32_t end, uint32_t count) {
     std::memmove(array + first, array + end, (count - end) * sizeof(T));
 }
 
-}  // namespace
+} // namespace
 
 bool ValueIsPresent(const _DICOMELEMENT *pElement) {
     for (uint32_t i = 0; i < pElement->nBlockCount; ++i) {
@@ -124,4 +124,4 @@ uint8_t PadByteOf(uint16_t nVR) {
     return nVR == vr::UI || nVR == vr::OB ? 0 : ' ';
 }
 
-}  // namespace mdicom
+} // namespace mdicom

@@ -48,4 +48,4 @@ uint32_t FindBlock(const _DICOMELEMENT *pElement, uint32_t *pOffset);
 /** Pad byte of a VR: NUL for UI and OB, blank for all others. */
 uint8_t PadByteOf(uint16_t nVR);
 
-}  // namespace mdicom
+} // namespace mdicom

@@ -35,7 +35,7 @@ struct CompanionState {
         }
     }
 
-    std::shared_mutex lock;  ///< shared by calls, exclusive for loading and unloading
+    std::shared_mutex lock; ///< shared by calls, exclusive for loading and unloading
     unsigned users = 0;
     M_DllLoader loaders[std::size(kDescriptions)];
     bool tried[std::size(kDescriptions)] = {};
@@ -54,7 +54,7 @@ void Open(CompanionState &state, size_t which) {
                                       description.component);
 }
 
-}  // namespace
+} // namespace
 
 void AttachCompanions() {
     CompanionState &state = State();
@@ -84,4 +84,4 @@ void *CompanionFunction(Companion companion, const char *name) {
     return state.loaders[which].GetFunction(name);
 }
 
-}  // namespace mdicom
+} // namespace mdicom

@@ -15,4 +15,4 @@ void DetachCompanions();
  *  while the caller's data set lives. */
 void *CompanionFunction(Companion companion, const char *name);
 
-}  // namespace mdicom
+} // namespace mdicom

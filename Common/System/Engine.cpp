@@ -40,7 +40,7 @@ struct LibraryEntry {
     ~LibraryEntry() { M_DicomEngineShutdown(); }
 };
 
-}  // namespace
+} // namespace
 
 void *mdicom::DataAlloc(size_t count, size_t size) {
     return family.allocate(count, size, 0, nullptr);

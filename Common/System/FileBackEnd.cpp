@@ -23,7 +23,7 @@ M_HFILE__ *KernelHandle(void *file) {
     return static_cast<M_HFILE__ *>(file);
 }
 
-}  // namespace
+} // namespace
 
 int32_t MDicomFile::EnsureBuffer(uint32_t nBytes) {
     if (m_pBuffer == nullptr) m_pBuffer = new (std::nothrow) StreamBuffer;

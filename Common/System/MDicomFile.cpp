@@ -39,7 +39,7 @@ int KernelFlagsOf(uint16_t mode) {
     return flags;
 }
 
-}  // namespace
+} // namespace
 
 MDicomFile::MDicomFile() : hFile(KERNEL_NO_FILE) {
     szName[0] = L'\0';

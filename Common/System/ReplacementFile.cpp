@@ -22,7 +22,7 @@ std::string RandomSuffix() {
     return suffix;
 }
 
-}  // namespace
+} // namespace
 
 ReplacementFile::~ReplacementFile() {
     if (m_Temporary.empty()) return;
@@ -62,4 +62,4 @@ bool ReplacementFile::Commit() {
     return true;
 }
 
-}  // namespace mdicom
+} // namespace mdicom

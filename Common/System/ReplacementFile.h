@@ -30,4 +30,4 @@ class ReplacementFile {
     std::string m_Temporary;
 };
 
-}  // namespace mdicom
+} // namespace mdicom

@@ -12,13 +12,13 @@ namespace mdicom {
 struct StreamBuffer {
     uint8_t *bytes = nullptr;
     uint32_t capacity = 0;
-    uint64_t start = 0;    ///< offset of the window in the stream
-    uint32_t size = 0;     ///< bytes in the window
-    uint32_t ahead = 0;    ///< bytes to read ahead next time
-    bool dirty = false;    ///< the window holds bytes that the file does not
-    bool pending = false;  ///< a temporary stream without a file; the window is all its content
-    std::string folder;    ///< where the file of a pending stream will be made
-    std::string path;      ///< name to remove at the end of a stream that is deleted on close
+    uint64_t start = 0;   ///< offset of the window in the stream
+    uint32_t size = 0;    ///< bytes in the window
+    uint32_t ahead = 0;   ///< bytes to read ahead next time
+    bool dirty = false;   ///< the window holds bytes that the file does not
+    bool pending = false; ///< a temporary stream without a file; the window is all its content
+    std::string folder;   ///< where the file of a pending stream will be made
+    std::string path;     ///< name to remove at the end of a stream that is deleted on close
 };
 
 /** Counts the streams that share one file or block. */
@@ -26,4 +26,4 @@ struct StreamShare {
     std::atomic<int> owners;
 };
 
-}  // namespace mdicom
+} // namespace mdicom

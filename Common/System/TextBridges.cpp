@@ -17,7 +17,7 @@ auto CopyOut(const String &text) {
     return copy;
 }
 
-}  // namespace
+} // namespace
 
 U2A_Class::U2A_Class(const wchar_t *pszSource) : pszText(nullptr) {
     if (pszSource == nullptr) return;

@@ -62,4 +62,4 @@ class ByteCursor {
     bool m_Failed = false;
 };
 
-}  // namespace mdicom
+} // namespace mdicom

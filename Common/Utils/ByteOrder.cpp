@@ -29,7 +29,7 @@ uint64_t Swap64(uint64_t value) {
     return __builtin_bswap64(value);
 }
 
-}  // namespace
+} // namespace
 
 void ReverseUnits(std::span<uint8_t> bytes, unsigned unit) {
     switch (unit) {
@@ -44,4 +44,4 @@ void ReverseUnits(std::span<uint8_t> bytes, unsigned unit) {
     }
 }
 
-}  // namespace mdicom
+} // namespace mdicom

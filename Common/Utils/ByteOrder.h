@@ -42,4 +42,4 @@ inline void Store32(uint8_t *bytes, uint32_t value, bool littleEndian) {
 /** Reverses each whole unit (2, 4 or 8 bytes) in place; a rest shorter than a unit stays. */
 void ReverseUnits(std::span<uint8_t> bytes, unsigned unit);
 
-}  // namespace mdicom
+} // namespace mdicom

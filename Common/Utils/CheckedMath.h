@@ -29,4 +29,4 @@ constexpr bool FitsInto(T index, T count, T total) {
     return index <= total && count <= total - index;
 }
 
-}  // namespace mdicom
+} // namespace mdicom

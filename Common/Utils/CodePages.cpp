@@ -90,15 +90,15 @@ bool NeverExtension(std::string_view) {
 }
 
 struct PageRow {
-    const char *decoding;  ///< names for iconv
+    const char *decoding; ///< names for iconv
     const char *encoding;
     LengthFunction length;
-    const char *extension = nullptr;  ///< decodes characters for which isExtension holds
+    const char *extension = nullptr; ///< decodes characters for which isExtension holds
     bool (*isExtension)(std::string_view character) = NeverExtension;
 };
 
 constexpr PageRow kPages[] = {
-    {nullptr, nullptr, OneByte},  // Default
+    {nullptr, nullptr, OneByte}, // Default
     {"UTF-8", "UTF-8", OneByte},
     {"ISO-8859-1", "ISO-8859-1", OneByte},
     {"ISO-8859-2", "ISO-8859-2", OneByte},
@@ -188,7 +188,7 @@ bool AppendConverted(std::optional<iconv_t> converter, LengthFunction length,
         text.append(buffer, kRoom - room / sizeof(wchar_t));
         if (!stopped) continue;
         text += kReplacement;
-        if (left == 0) break;  // some converters step over what they reject
+        if (left == 0) break; // some converters step over what they reject
         const size_t skipped = length({from, left});
         from += skipped;
         left -= skipped;
@@ -276,7 +276,7 @@ bool AppendIconvEncoded(CodePage page, wchar_t character, std::string &bytes) {
     char *to = buffer;
     size_t left = sizeof character;
     size_t room = sizeof buffer;
-    if (iconv(*converter, &from, &left, &to, &room) != 0) return false;  // or only approximated
+    if (iconv(*converter, &from, &left, &to, &room) != 0) return false; // or only approximated
     const std::string_view encoded(buffer, sizeof buffer - room);
     if (encoded.empty() || static_cast<uint8_t>(encoded[0]) < 0x80) return false;
     if (IsSevenBit(page)) return LowerPair(page, encoded, bytes);
@@ -292,7 +292,7 @@ bool AppendKatakana(char32_t character, std::string &bytes) {
     return true;
 }
 
-}  // namespace
+} // namespace
 
 bool IsAscii(std::string_view bytes) {
     uint8_t bits = 0;
@@ -346,4 +346,4 @@ bool AppendEncoded(CodePage page, wchar_t character, std::string &bytes) {
     }
 }
 
-}  // namespace mdicom
+} // namespace mdicom

@@ -14,7 +14,7 @@ namespace mdicom {
  * ASCII; those two are the 7-bit forms of two-byte sets, as escape sequences call them into G0.
  */
 enum class CodePage : uint8_t {
-    Default,  ///< UTF-8 if the bytes are valid UTF-8, else ISO 8859-1
+    Default, ///< UTF-8 if the bytes are valid UTF-8, else ISO 8859-1
     Utf8,
     Latin1,
     Latin2,
@@ -27,7 +27,7 @@ enum class CodePage : uint8_t {
     Latin5,
     Latin9,
     Thai,
-    JisX0201,  ///< half-width katakana; two-byte characters of Shift JIS are read, too
+    JisX0201, ///< half-width katakana; two-byte characters of Shift JIS are read, too
     KsX1001,
     Gb2312,
     Gbk,
@@ -60,4 +60,4 @@ bool AppendDecoded(CodePage page, std::string_view bytes, std::wstring &text);
 /** Appends the bytes of a character; false if the page does not have it. */
 bool AppendEncoded(CodePage page, wchar_t character, std::string &bytes);
 
-}  // namespace mdicom
+} // namespace mdicom

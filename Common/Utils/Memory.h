@@ -28,4 +28,4 @@ DataBlock<T> MakeDataBlock(size_t count) {
     return DataBlock<T>(static_cast<T *>(DataAlloc(count, sizeof(T))));
 }
 
-}  // namespace mdicom
+} // namespace mdicom

@@ -34,7 +34,7 @@ std::string FormatGeneral(double value, int digits) {
     return std::string(buffer, end.ptr);
 }
 
-}  // namespace
+} // namespace
 
 ParsedNumber<int64_t> ParseInteger(std::string_view text) {
     size_t place = SkipSpaces(text);
@@ -65,7 +65,7 @@ ParsedNumber<double> ParseDecimal(std::string_view text) {
     size_t digits = start;
     if (digits < text.size() && (text[digits] == '+' || text[digits] == '-')) ++digits;
     const bool number = digits < text.size() && (IsDigit(text[digits]) || text[digits] == '.');
-    if (!number) return {0.0, 0};  // no words such as "inf"
+    if (!number) return {0.0, 0}; // no words such as "inf"
     if (text[start] == '+') ++start;
     double value = 0.0;
     const auto [end, error] =
@@ -98,4 +98,4 @@ std::string FormatDecimalString(double value) {
     return text;
 }
 
-}  // namespace mdicom
+} // namespace mdicom

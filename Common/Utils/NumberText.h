@@ -28,4 +28,4 @@ ParsedNumber<double> ParseDecimal(std::string_view text);
  *  characters, without a trailing point. */
 std::string FormatDecimalString(double value);
 
-}  // namespace mdicom
+} // namespace mdicom

@@ -11,4 +11,4 @@ namespace mdicom {
 /** A number of the status table: 0 for success, or a DICOM_ERROR_ constant. */
 using Status = uint16_t;
 
-}  // namespace mdicom
+} // namespace mdicom

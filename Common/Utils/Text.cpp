@@ -12,7 +12,7 @@ constexpr char32_t kReplacement = 0xFFFD;
 
 struct Decoded {
     char32_t character;
-    unsigned length;  ///< bytes taken; 0 if they are no UTF-8
+    unsigned length; ///< bytes taken; 0 if they are no UTF-8
 };
 
 bool IsContinuation(char byte) {
@@ -61,7 +61,7 @@ void AppendUtf8(std::string &out, char32_t character) {
     }
 }
 
-}  // namespace
+} // namespace
 
 std::string_view TrimBlanks(std::string_view text) {
     const size_t first = text.find_first_not_of(' ');
@@ -105,4 +105,4 @@ std::string NarrowUtf8(std::wstring_view text) {
     return result;
 }
 
-}  // namespace mdicom
+} // namespace mdicom

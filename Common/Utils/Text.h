@@ -20,4 +20,4 @@ std::wstring WidenDefault(std::string_view bytes);
 /** UTF-8 of wide text; surrogates and numbers that are no characters become U+FFFD. */
 std::string NarrowUtf8(std::wstring_view text);
 
-}  // namespace mdicom
+} // namespace mdicom

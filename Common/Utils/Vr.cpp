@@ -38,7 +38,7 @@ bool IsVrCode(uint16_t code) {
 unsigned SwapUnitOf(uint16_t code) {
     switch (code) {
         case vr::AT:
-            return 2;  // two 16-bit numbers, not one of 32 bits
+            return 2; // two 16-bit numbers, not one of 32 bits
         case vr::OD:
         case vr::OV:
         case vr::SV:
@@ -56,4 +56,4 @@ uint16_t UnitSizeOf(uint16_t code) {
     return row != nullptr ? row->nUnitSize : 1;
 }
 
-}  // namespace mdicom
+} // namespace mdicom

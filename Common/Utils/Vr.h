@@ -48,7 +48,7 @@ constexpr uint16_t UT = VrCode('U', 'T');
 constexpr uint16_t UV = VrCode('U', 'V');
 /** Stands for the VR that an implicit encoding does not name. */
 constexpr uint16_t Implicit = 0xFFFF;
-}  // namespace vr
+} // namespace vr
 
 /** True for the VRs with a 12-byte header in explicit encodings. */
 constexpr bool HasLongHeader(uint16_t code) {
@@ -87,4 +87,4 @@ unsigned SwapUnitOf(uint16_t code);
 /** Bytes of one unit by the VR table; 1 for a VR that it does not know. */
 uint16_t UnitSizeOf(uint16_t code);
 
-}  // namespace mdicom
+} // namespace mdicom

@@ -44,7 +44,7 @@ void List(MDicomDS &ds) {
     }
 }
 
-}  // namespace
+} // namespace
 
 int main(int count, char **arguments) {
     for (int i = 1; i < count; ++i) {

@@ -57,7 +57,7 @@ bool SaveAndCompare(MDicomDS &ds, const char *source, const std::string &path, u
     return false;
 }
 
-}  // namespace
+} // namespace
 
 int main(int count, char **arguments) {
     bool good = true;

@@ -13,7 +13,7 @@ namespace support {
 
 struct CompareOptions {
     bool compareVr = true;
-    bool skipTransferSyntax = true;  ///< (0002,0010) says how a file is encoded
+    bool skipTransferSyntax = true; ///< (0002,0010) says how a file is encoded
 };
 
 inline std::vector<uint8_t> ValueOf(MDicomDS &ds, _DICOMELEMENT *element) {
@@ -86,4 +86,4 @@ inline std::string Difference(MDicomDS &first, MDicomDS &second,
     return Describe(a) + " against " + Describe(b);
 }
 
-}  // namespace support
+} // namespace support

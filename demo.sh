@@ -1,0 +1,66 @@
+#!/bin/bash
+# Builds the library and the examples, and runs them over real files:
+#
+#   ./demo.sh [file or folder]
+#
+# Without an argument the files are those that Debian's python3-pydicom installs. Ends with
+# status 0 only if everything worked.
+set -euo pipefail
+caller=$PWD
+cd "$(dirname "${BASH_SOURCE[0]}")"
+
+build=build/demo
+packages=(g++ cmake ninja-build)
+
+sample_files() {
+    dpkg -L python3-pydicom | grep /pydicom/data/ | grep -Ev '\.(py|json|txt|md|dump|gz)$|/README$' |
+        while read -r path; do [[ ! -f $path ]] || echo "$path"; done
+}
+
+# The file that is shown and edited: the first that loads.
+first_loadable() {
+    local file
+    for file in "$@"; do
+        if "$build/examples/dump" "$file" >/dev/null 2>&1; then
+            echo "$file"
+            return
+        fi
+    done
+    return 1
+}
+
+if (( $# == 0 )); then
+    .ci/packages "${packages[@]}" python3-pydicom
+    mapfile -t files < <(sample_files)
+    preferred=$(printf '%s\n' "${files[@]}" | grep -m1 '/CT_small\.dcm$')
+else
+    given=$(cd "$caller" && realpath -e -- "$1")
+    .ci/packages "${packages[@]}"
+    mapfile -t files < <(find "$given" -type f | sort)
+    preferred=
+fi
+
+echo "== build =="
+cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DMDICOM_BUILD_EXAMPLES=ON >/dev/null
+cmake --build "$build" --parallel "$(nproc)"
+
+echo
+echo "== ${#files[@]} files =="
+"$build/examples/survey" "${files[@]}"
+
+file=$(first_loadable ${preferred:+"$preferred"} "${files[@]}")
+echo
+echo "== the tree of $file =="
+"$build/examples/dump" "$file"
+
+element=0010,0010
+value='Demonstration^Change'
+echo
+echo "== ($element) becomes $value, in three encodings =="
+for encoding in implicit explicit big; do
+    saved=$build/changed-$encoding.dcm
+    "$build/examples/edit" "$file" "$saved" "$element=$value" "$encoding"
+    "$build/examples/dump" "$saved" | grep "^($element).*= $value\$"
+    compared=$("$build/examples/compare" "$file" "$saved" "$element")
+    echo "  the others in $saved: $compared"
+done

@@ -1,0 +1,25 @@
+// What the examples share: text for people, whatever the locale of the process.
+
+#pragma once
+
+#include <string>
+
+#include "MDicom.h"
+
+/** UTF-8 of wide text; empty for null. */
+std::string Utf8(const wchar_t *text);
+
+/** Wide text of an argument of the command line. */
+std::wstring Wide(const std::string &text);
+
+/** A tag as "(gggg,eeee)". */
+std::string TagText(uint32_t tag);
+
+/** Takes "gggg,eeee" for a tag; false if the text is none. */
+bool ParseTag(const std::string &text, uint32_t *tag);
+
+/** A status of LoadDS or SaveDS in words. */
+const char *StatusText(uint16_t status);
+
+/** The value of an element in one short line. */
+std::string ValueText(MDicomDS &ds, _DICOMELEMENT *element);

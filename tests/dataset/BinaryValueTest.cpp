@@ -1,0 +1,241 @@
+// Edits of binary values, against a plain vector of bytes.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <random>
+#include <tuple>
+
+#include "support/TestFiles.h"
+#include "support/TreeCompare.h"
+
+namespace mdicom {
+
+/** Reaches the edits that the imaging code uses. */
+struct DataSetAccess {
+    static int32_t Set(MDicomDS &ds, _DICOMELEMENT *e, void *data, uint32_t at, uint32_t n) {
+        return ds.SetFileBinaryValue(e, data, at, n);
+    }
+    static int32_t Insert(MDicomDS &ds, _DICOMELEMENT *e, void *data, uint32_t at, uint32_t n) {
+        return ds.InsertFileBinaryValue(e, data, at, n);
+    }
+    static int32_t Delete(MDicomDS &ds, _DICOMELEMENT *e, uint32_t at, uint32_t n) {
+        return ds.DeleteFileBinaryValue(e, at, n);
+    }
+};
+
+} // namespace mdicom
+
+namespace mdicom_test {
+
+/** Reverses the bytes of each unit. */
+void Turn(support::Bytes &bytes, size_t unit) {
+    for (size_t i = 0; i + unit <= bytes.size(); i += unit) {
+        std::reverse(bytes.begin() + static_cast<long>(i),
+                     bytes.begin() + static_cast<long>(i + unit));
+    }
+}
+
+} // namespace mdicom_test
+
+namespace {
+
+using mdicom::DataSetAccess;
+using mdicom_test::Turn;
+using support::Bytes;
+
+constexpr uint32_t kTag = 0x00091010;
+
+_DICOMELEMENT *Insert(MDicomDS &ds, const char *vr) {
+    const auto code = static_cast<uint16_t>(vr[0] << 8 | vr[1]);
+    return ds.InsertElement(nullptr, 0, 0x00090000u | 0x1010, code, 0, 0);
+}
+
+TEST(BinaryValue, PadsToEvenLengthByVr) {
+    const struct {
+        const char *vr;
+        uint8_t pad;
+    } cases[] = {{"LO", ' '}, {"UI", 0}, {"OB", 0}, {"UN", ' '}};
+    for (const auto &row : cases) {
+        MDicomDS ds(nullptr);
+        _DICOMELEMENT *element = Insert(ds, row.vr);
+        char text[] = "abc";
+        ASSERT_NE(ds.SetBinaryValue(element, text, 3), 0);
+        EXPECT_EQ(element->nLength, 4u);
+        EXPECT_EQ(element->nBlockCount, 2u);
+        EXPECT_EQ(support::ValueOf(ds, element), Bytes({'a', 'b', 'c', row.pad})) << row.vr;
+        EXPECT_NE(ds.InsertBinaryValue(element, text, 0xFFFFFFFF, 1), 0);
+        EXPECT_EQ(element->nLength, 5u); // insertion does not pad
+    }
+}
+
+TEST(BinaryValue, RefusesWhatHasNoBytes) {
+    MDicomDS ds(nullptr);
+    _DICOMELEMENT *element = Insert(ds, "OB");
+    _DICOMELEMENT *sequence = ds.InsertElement(nullptr, 0, 0x00081140, 0, 0, 0);
+    uint8_t bytes[4] = {};
+    EXPECT_EQ(ds.GetBinaryValue(element, bytes, 4), 0);
+    EXPECT_EQ(ds.GetBinaryValue(nullptr, bytes, 4), 0);
+    EXPECT_EQ(ds.SetBinaryValue(sequence, bytes, 4), 0);
+    EXPECT_EQ(ds.InsertBinaryValue(sequence, bytes, 0, 4), 0);
+    ASSERT_NE(ds.SetBinaryValue(element, bytes, 4), 0);
+    EXPECT_NE(ds.GetBinaryValue(element, bytes, 0, 0), 0);
+    EXPECT_EQ(ds.GetBinaryValue(element, bytes, 4, 1), 0);
+    EXPECT_EQ(ds.SetBinaryValue(element, nullptr, 4), 0);
+    EXPECT_EQ(element->nLength, 0u);
+}
+
+TEST(BinaryValue, StoresUnitsInTheOrderOfTheDataSet) {
+    MDicomDS ds(nullptr);
+    ds.m_nFlags = DS_BIG_ENDIAN | DS_EXPLICIT_VR;
+    const auto stored = [&ds](_DICOMELEMENT *element) {
+        Bytes bytes(element->nLength);
+        ds.m_TempFile.Seek(element->pBlockOffsets[0], 0);
+        ds.m_TempFile.Read(bytes.data(), element->nLength);
+        return bytes;
+    };
+    _DICOMELEMENT *us = ds.InsertElement(nullptr, 0, 0x00280010, 0, 0, 0);
+    uint16_t number = 0x0102;
+    ASSERT_NE(ds.SetBinaryValue(us, &number, 2), 0);
+    EXPECT_EQ(number, 0x0102); // the caller's bytes are as they were
+    EXPECT_EQ(stored(us), Bytes({1, 2}));
+    _DICOMELEMENT *at = ds.InsertElement(nullptr, 0, 0x00280009, 0, 0, 0);
+    uint16_t tag[] = {0x0028, 0x0010};
+    ASSERT_NE(ds.SetBinaryValue(at, tag, 4), 0);
+    EXPECT_EQ(stored(at), Bytes({0x00, 0x28, 0x00, 0x10}));
+    _DICOMELEMENT *meta = ds.InsertElement(nullptr, 0, 0x00020102, 0x5553, 0, 0);
+    ASSERT_NE(ds.SetBinaryValue(meta, &number, 2), 0);
+    EXPECT_EQ(stored(meta), Bytes({2, 1}));
+}
+
+TEST(BinaryValue, SplitsBlocksAsEditsDemand) {
+    MDicomDS ds(nullptr);
+    _DICOMELEMENT *element = Insert(ds, "OB");
+    char text[] = "0123456789";
+    ASSERT_NE(ds.SetBinaryValue(element, text, 10), 0);
+    ASSERT_NE(DataSetAccess::Delete(ds, element, 3, 2), 0);
+    EXPECT_EQ(element->nBlockCount, 2u);
+    EXPECT_EQ(element->nLength, 8u);
+    ASSERT_NE(DataSetAccess::Insert(ds, element, text, 5, 2), 0);
+    EXPECT_EQ(support::ValueOf(ds, element),
+              Bytes({'0', '1', '2', '5', '6', '0', '1', '7', '8', '9'}));
+    ASSERT_NE(DataSetAccess::Delete(ds, element, 0, 0xFFFFFFFF), 0);
+    EXPECT_EQ(element->nBlockCount, 0u);
+    EXPECT_EQ(element->nLength, 0u);
+    ASSERT_NE(DataSetAccess::Insert(ds, element, nullptr, 0xFFFFFFFF, 100000), 0);
+    EXPECT_EQ(element->nLength, 100000u);
+    EXPECT_EQ(support::ValueOf(ds, element), Bytes(100000, 0));
+}
+
+/** A plain vector that is edited as a value is. */
+struct Model {
+    Bytes bytes;
+
+    void Pad() {
+        if (bytes.size() % 2 != 0) bytes.push_back(0);
+    }
+    void Set(size_t at, const Bytes &data) {
+        at = std::min(at, bytes.size());
+        if (bytes.size() < at + data.size()) bytes.resize(at + data.size());
+        std::copy(data.begin(), data.end(), bytes.begin() + static_cast<long>(at));
+        Pad();
+    }
+    void Insert(size_t at, const Bytes &data) {
+        const auto place = bytes.begin() + static_cast<long>(std::min(at, bytes.size()));
+        bytes.insert(place, data.begin(), data.end());
+    }
+    void Delete(size_t at, size_t count) {
+        if (at >= bytes.size()) return;
+        const auto from = bytes.begin() + static_cast<long>(at);
+        bytes.erase(from, from + static_cast<long>(std::min(count, bytes.size() - at)));
+        Pad();
+    }
+};
+
+/** Random edits of a value that begins in a file: the result is that of the same edits on a
+ *  vector, and the file keeps its bytes. */
+class RandomEdits : public testing::TestWithParam<std::tuple<uint16_t, const char *>> {
+  protected:
+    Bytes RandomBytes(size_t count) {
+        Bytes data(count);
+        for (uint8_t &byte : data) byte = static_cast<uint8_t>(random());
+        return data;
+    }
+
+    /** One edit of value and model. */
+    void Edit(MDicomDS &ds, _DICOMELEMENT *element, Model &model, size_t unit) {
+        Bytes data = RandomBytes(unit * 2 * (1 + random() % 10) - (random() % 2) * (unit == 1));
+        const Bytes given = data;
+        const auto count = static_cast<uint32_t>(data.size());
+        const auto at = static_cast<uint32_t>(unit * (random() % (model.bytes.size() / unit + 2)));
+        switch (random() % 10) {
+            case 0:
+                ASSERT_NE(ds.SetBinaryValue(element, data.data(), count), 0);
+                model.bytes = given;
+                model.Pad();
+                break;
+            case 1:
+            case 2:
+            case 3:
+                ASSERT_NE(DataSetAccess::Set(ds, element, data.data(), at, count), 0);
+                model.Set(at, given);
+                break;
+            case 4:
+            case 5:
+            case 6:
+                ASSERT_NE(DataSetAccess::Insert(ds, element, data.data(), at, count), 0);
+                model.Insert(at, given);
+                model.Pad();
+                break;
+            case 7:
+                // Odd lengths stay odd here; the next edit decides where a pad byte goes.
+                ASSERT_NE(ds.InsertBinaryValue(element, data.data(), at, count & ~1u), 0);
+                model.Insert(at, Bytes(given.begin(), given.begin() + (count & ~1u)));
+                break;
+            default:
+                ASSERT_NE(DataSetAccess::Delete(ds, element, at, count), 0);
+                model.Delete(at, count);
+        }
+        ASSERT_EQ(data, given);
+    }
+
+    std::mt19937 random{5};
+};
+
+TEST_P(RandomEdits, AgreeWithAVector) {
+    const auto [flags, vr] = GetParam();
+    const size_t unit = std::string(vr) == "OB" ? 1 : std::string(vr) == "FD" ? 8 : 2;
+    for (int round = 0; round < 40; ++round) {
+        Model model;
+        model.bytes = RandomBytes(8 * (random() % 50));
+        Bytes stored = model.bytes;
+        if (flags & DS_BIG_ENDIAN) Turn(stored, unit);
+        support::Encoder file((flags & DS_LITTLE_ENDIAN) != 0);
+        file.Element(kTag, vr, std::string(stored.begin(), stored.end()));
+        const Bytes before = file.bytes;
+        MDicomDS ds(nullptr);
+        ASSERT_EQ(support::LoadBytes(ds, file.bytes, flags | DS_METAHEADER_ABSENT), 0);
+        _DICOMELEMENT *element = ds.FindFirstElement(nullptr, kTag, 1);
+        ASSERT_NE(element, nullptr);
+        for (int step = 0; step < 150; ++step) {
+            ASSERT_NO_FATAL_FAILURE(Edit(ds, element, model, unit));
+            ASSERT_EQ(element->nLength, model.bytes.size());
+            ASSERT_EQ(support::ValueOf(ds, element), model.bytes) << "step " << step;
+            if (model.bytes.empty()) continue;
+            const auto from =
+                static_cast<uint32_t>(unit * (random() % (model.bytes.size() / unit)));
+            Bytes part(unit * (1 + random() % ((model.bytes.size() - from) / unit)));
+            ASSERT_NE(
+                ds.GetBinaryValue(element, part.data(), from, static_cast<uint32_t>(part.size())),
+                0);
+            ASSERT_TRUE(std::equal(part.begin(), part.end(), model.bytes.begin() + from));
+        }
+        EXPECT_EQ(file.bytes, before);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(BothOrders, RandomEdits,
+                         testing::Combine(testing::Values(uint16_t(36), uint16_t(40)),
+                                          testing::Values("OB", "US", "FD")));
+
+} // namespace
