@@ -299,6 +299,100 @@ class MDICOM_API MDicomDS {
                                 uint32_t nOutSize);
     ///@}
 
+    /// @name Modules and conformance (PS 3.3, A)
+    ///@{
+    /**
+     * Fills the data set anew with the content of an IOD; what it held is lost.
+     * @param nClass IOD class number (MDicomIOD)
+     * @param nFlags DS_ flags: encoding of the data set, DS_ADD_MANDATORY_ELEMENTS_ONLY,
+     *               DS_ADD_MANDATORY_MODULES_ONLY
+     */
+    void InitDS(uint32_t nClass, uint16_t nFlags);
+    /** Fills the data set anew with the elements of a command (PS 3.7, E). */
+    void InitCS(uint16_t nCommand, int32_t bRequest);
+    /** Command field of a command set without its response bit, and whether it is a request.
+     *  Null is skipped. */
+    void GetInfoCS(uint16_t *pCommand, int32_t *pRequest);
+    /** The elements of a module that the data set holds; null for none. The record is valid until
+     *  the next operation on modules; it holds at most 1,000 elements. */
+    _DICOMMODULE *FindModule(uint32_t nModule);
+    /** The module at a place among those that the data set holds. */
+    _DICOMMODULE *FindIndexModule(uint32_t nIndex);
+    /** Number of modules that the data set holds. */
+    uint32_t GetCountModule();
+    /** Inserts the elements of a module; with bOptional also those that are not mandatory. */
+    _DICOMMODULE *InsertModule(uint32_t nModule, int32_t bOptional);
+    /** Deletes the elements of a module. */
+    void DeleteModule(uint32_t nModule);
+    /**
+     * Tests the data set against dictionary and IOD.
+     * @param pfnCallback called for each finding: element, CONFORMANCE_ bits, user data; its
+     *                    result 0 ends the test. The data set must not be changed meanwhile.
+     * @return 1 if nothing was found
+     */
+    int32_t ConformanceDS(MDICOM_DEBUG_CALLBACK pfnCallback, void *pUserData);
+    ///@}
+
+    /// @name Directory records as a tree (PS 3.3, F)
+    /// Keys are the items of (0004,1220). Walks end where references loop.
+    ///@{
+    /** Inserts a record under pParent (null: at the root) with a type such as L"STUDY"; with
+     *  bOptional 1 also the elements of its type. Returns the record. */
+    _DICOMELEMENT *InsertKey(_DICOMELEMENT *pParent, const wchar_t *pszType, int32_t bOptional);
+    /** Deletes a record with all below it. */
+    void DeleteKey(_DICOMELEMENT *pKey);
+    _DICOMELEMENT *GetRootKey(_DICOMELEMENT *pKey);
+    _DICOMELEMENT *GetParentKey(_DICOMELEMENT *pKey);
+    _DICOMELEMENT *GetChildKey(_DICOMELEMENT *pKey);
+    _DICOMELEMENT *GetFirstKey(_DICOMELEMENT *pKey, int32_t bSameLevel);
+    _DICOMELEMENT *GetLastKey(_DICOMELEMENT *pKey, int32_t bSameLevel);
+    _DICOMELEMENT *GetNextKey(_DICOMELEMENT *pKey, int32_t bSameLevel);
+    _DICOMELEMENT *GetPrevKey(_DICOMELEMENT *pKey, int32_t bSameLevel);
+    /** Type of a record; valid as GetStringValue's results are. */
+    const wchar_t *GetValueKey(_DICOMELEMENT *pKey);
+    _DICOMELEMENT *FindFirstKey(_DICOMELEMENT *pKey, const wchar_t *pszType, int32_t bSameLevel);
+    _DICOMELEMENT *FindLastKey(_DICOMELEMENT *pKey, const wchar_t *pszType, int32_t bSameLevel);
+    _DICOMELEMENT *FindNextKey(_DICOMELEMENT *pKey, int32_t bSameLevel);
+    _DICOMELEMENT *FindPrevKey(_DICOMELEMENT *pKey, int32_t bSameLevel);
+    ///@}
+
+    /// @name Private elements (PS 3.5, 7.8)
+    ///@{
+    _DICOMELEMENT *FindFirstPrivateCreatorDataElement(_DICOMELEMENT *pElement, int32_t bSameLevel,
+                                                      const wchar_t *pszCreator, uint16_t nGroup);
+    _DICOMELEMENT *FindNextPrivateCreatorDataElement(_DICOMELEMENT *pElement, int32_t bSameLevel,
+                                                     const wchar_t *pszCreator, uint16_t nGroup);
+    /** First element of the block that a private creator reserves. */
+    _DICOMELEMENT *FindFirstPrivateElement(_DICOMELEMENT *pCreator);
+    _DICOMELEMENT *FindNextPrivateElement(_DICOMELEMENT *pElement, _DICOMELEMENT *pCreator);
+    /** A free tag in the block of a creator. 0; 9, 235, 237, 238, 239 as the status table says. */
+    uint16_t GetNextUnusedPrivateTag(_DICOMELEMENT *pCreator, uint32_t *pTag);
+    /** Inserts a private creator. 0; 2, 9, 235, 236, 239 as the status table says. */
+    uint16_t CreatePrivateCreatorDataElement(_DICOMELEMENT *pElement, uint16_t nGroup,
+                                             uint16_t nElement, const wchar_t *pszCreator,
+                                             _DICOMELEMENT **ppCreator);
+    ///@}
+
+    /// @name Copying
+    ///@{
+    /** Copies a level of another data set, or an element with what is below it, into this one. */
+    uint16_t CopyDS(_DICOMELEMENT *pTarget, MDicomDS *pSourceDS, _DICOMELEMENT *pSource);
+    /** As CopyDS; the callback's result 0 leaves an element out. */
+    uint16_t CopyDS(_DICOMELEMENT *pTarget, MDicomDS *pSourceDS, _DICOMELEMENT *pSource,
+                    MDICOM_DEBUG_CALLBACK pfnCallback, void *pUserData);
+    ///@}
+
+    /// @name Text form of values
+    ///@{
+    /** Text of a value of any VR, values parted by backslashes. Returns characters with the
+     *  terminator; a null buffer measures. */
+    uint32_t GetConvertValue(_DICOMELEMENT *pElement, wchar_t *pszBuffer, uint32_t nSize);
+    /** Sets a value of any VR from its text form. Nonzero on success. */
+    int32_t SetConvertValue(_DICOMELEMENT *pElement, const wchar_t *pszText, uint32_t nCount);
+    uint32_t GetConvertValueA(_DICOMELEMENT *pElement, char *pszBuffer);
+    int32_t SetConvertValueA(_DICOMELEMENT *pElement, const char *pszText, uint32_t nCount);
+    ///@}
+
   private:
     friend class mdicom::ElementReader;
     friend class mdicom::ElementWriter;
