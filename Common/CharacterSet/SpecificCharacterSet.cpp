@@ -67,6 +67,7 @@ int32_t MDicomDS::IsElementAffectedByCharacterSet(_DICOMELEMENT *pElement) {
         case mdicom::vr::ST:
         case mdicom::vr::LT:
         case mdicom::vr::PN:
+        case mdicom::vr::UC:
         case mdicom::vr::UT:
             return 1;
         default:

@@ -47,22 +47,26 @@ void LoadAndUse(Bytes bytes, uint16_t flags = 0) {
 }
 
 /** A data set with nested sequences, all header forms and encapsulated Pixel Data. */
-Bytes RichFile(const char *uid, bool littleEndian, bool isExplicit) {
+Bytes RichFile(const char *uid, bool littleEndian, bool isExplicit, uint32_t sequences = 1,
+               uint32_t fragment = 30) {
     Encoder file(littleEndian, isExplicit);
     file.Meta(uid);
     file.Element(0x00080005, "CS", "ISO_IR 192");
     file.Element(0x00080060, "CS", "CT");
-    file.Header(0x00081140, "SQ", 0xFFFFFFFF).Plain(TAG_ITEM, 0xFFFFFFFF);
-    file.Element(0x00081150, "UI", "1.2.840.10");
-    file.Header(0x00081199, "SQ", 24).Plain(TAG_ITEM, 16);
-    file.Element(0x00081155, "UI", "1.2.3.40");
-    file.Plain(TAG_ITEM_DELIMITATION, 0).Plain(TAG_SEQUENCE_DELIMITATION, 0);
+    for (uint32_t i = 0; i < sequences; ++i) {
+        file.Header(0x00081140 + i, "SQ", 0xFFFFFFFF).Plain(TAG_ITEM, 0xFFFFFFFF);
+        file.Element(0x00081150, "UI", "1.2.840.10");
+        file.Header(0x00081199, "SQ", 24).Plain(TAG_ITEM, 16);
+        file.Element(0x00081155, "UI", "1.2.3.40");
+        file.Plain(TAG_ITEM_DELIMITATION, 0).Plain(TAG_SEQUENCE_DELIMITATION, 0);
+    }
     file.Element(0x00100010, "PN", "Doe^Jane");
     file.Element(0x00180050, "DS", "1.25\\2.5");
     file.Element(0x00280010, "US", std::string("\2\0", 2));
     file.Element(0x00420011, "OB", std::string(200, 'x'));
     file.Header(TAG_PIXEL_DATA, "OB", 0xFFFFFFFF).Plain(TAG_ITEM, 0);
-    file.Plain(TAG_ITEM, 30).Text(std::string(30, 'p')).Plain(TAG_SEQUENCE_DELIMITATION, 0);
+    file.Plain(TAG_ITEM, fragment).Text(std::string(fragment, 'p'));
+    file.Plain(TAG_SEQUENCE_DELIMITATION, 0);
     return file.bytes;
 }
 
@@ -84,10 +88,17 @@ size_t HeapInUse() {
     return info.uordblks + info.hblkhd;
 }
 
-TEST(Hostile, CutAtEveryByte) {
+TEST(Hostile, CutAnywhere) {
+    std::mt19937 random(13);
     for (const auto &encoding : kEncodings) {
-        const Bytes whole = RichFile(encoding.uid, encoding.littleEndian, encoding.isExplicit);
-        for (size_t length = 1; length <= whole.size(); ++length) {
+        const Bytes whole =
+            RichFile(encoding.uid, encoding.littleEndian, encoding.isExplicit, 20, 60000);
+        ASSERT_GT(whole.size(), 2200u + 60000u);
+        for (size_t length = 1; length <= 2000; ++length) {
+            LoadAndUse(Bytes(whole.begin(), whole.begin() + static_cast<long>(length)));
+        }
+        for (int i = 0; i < 200; ++i) {
+            const size_t length = 1 + random() % whole.size();
             LoadAndUse(Bytes(whole.begin(), whole.begin() + static_cast<long>(length)));
         }
     }

@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
 """Compares what list_elements prints with what pydicom reads of the same files.
 
-Usage: compare_with_pydicom.py LIST_ELEMENTS FILE_OR_FOLDER...
+Usage: compare_with_pydicom.py [--list] LIST_ELEMENTS FILE_OR_FOLDER...
 Prints one line per difference that no rule below explains, then a count per rule; exits 1 if
-anything is unexplained.
+anything is unexplained. With --list the differences that a rule explains are printed, too.
 """
 
 import collections
@@ -28,6 +28,7 @@ UNITS = {"AT": 2, "US": 2, "SS": 2, "OW": 2, "UL": 4, "SL": 4, "FL": 4, "OF": 4,
          "FD": 8, "OD": 8, "OV": 8, "SV": 8, "UV": 8}
 UNDEFINED = 0xFFFFFFFF
 NUMBERS = {"US": "H", "SS": "h", "UL": "I", "SL": "i", "FL": "f", "FD": "d"}
+LIST = "--list" in sys.argv
 explained = collections.Counter()
 
 
@@ -187,6 +188,8 @@ def compare(path, lines):
                 break
         elif rule:
             explained[rule] += 1
+            if LIST:
+                print(f"  {path}: {show(a)} against {show(b[:4] + ('',))}: {rule}")
         i += 1
         j += 1
     return unexplained
@@ -208,7 +211,8 @@ def files_below(paths):
 
 
 def main():
-    program, paths = sys.argv[1], list(files_below(sys.argv[2:]))
+    arguments = [argument for argument in sys.argv[1:] if argument != "--list"]
+    program, paths = arguments[0], list(files_below(arguments[1:]))
     output = subprocess.run([program, *paths], stdout=subprocess.PIPE, check=True).stdout
     blocks = output.decode("latin-1").split("file ")[1:]
     unexplained = elements = loaded = 0

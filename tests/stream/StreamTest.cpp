@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
+#include <algorithm>
 #include <random>
 
 #include "Mvkrnx.h"
@@ -56,7 +56,9 @@ TEST_P(EachBackEnd, BehavesLikeAVector) {
                 const uint64_t count = std::min<uint64_t>(left, data.size());
                 ASSERT_EQ(stream.Read(data.data(), static_cast<uint32_t>(data.size())),
                           count == data.size() ? 1 : 0);
-                ASSERT_EQ(std::memcmp(data.data(), model.data() + place, count), 0);
+                ASSERT_TRUE(std::equal(
+                    data.begin(), data.begin() + static_cast<long>(count),
+                    model.begin() + static_cast<long>(std::min<uint64_t>(place, model.size()))));
                 place += count;
                 break;
             }
