@@ -62,17 +62,17 @@ constexpr bool IsItemOrDelimiter(uint32_t tag) {
     return tag == TAG_ITEM || IsDelimiter(tag);
 }
 
-/** True for the elements whose value is the offset of a directory record (PS 3.3, F.3.2.2). */
-constexpr bool IsDirectoryReference(uint32_t tag) {
-    switch (tag) {
+/** True for an element whose value is the offset of a directory record (PS 3.3, F.3.2.2). One of
+ *  any other length is no reference, whatever its tag. */
+inline bool IsDirectoryReference(const _DICOMELEMENT &element) {
+    if (element.nLength != sizeof(uint32_t)) return false;
+    switch (element.nTag) {
         case 0x00041200:
         case 0x00041202:
         case 0x00041400:
         case 0x00041420:
-        case 0x00041504:
-            return true;
-        default:
-            return false;
+        case 0x00041504: return true;
+        default: return false;
     }
 }
 

@@ -253,7 +253,7 @@ Status ElementReader::ReadLeaf(_DICOMELEMENT *element, const Header &header, boo
         const Status status = CheckTransferSyntax(header);
         if (status != DICOM_SUCCESS) return status;
     }
-    if (IsDirectoryReference(header.tag)) {
+    if (IsDirectoryReference(*element)) {
         const std::span<const uint8_t> bytes = Bytes(m_Position, 4);
         if (bytes.size() < 4) return DICOM_ERROR_READ;
         element->nRecordOffset = Load32(bytes.data(), m_LittleEndian);

@@ -299,7 +299,7 @@ Status ElementWriter::WriteValue(_DICOMELEMENT *element, const EncodedForm &form
         return Put(uid.data(), uid.size()) ? DICOM_SUCCESS : DICOM_ERROR_WRITE;
     }
     if (element->nLength == 0) return DICOM_SUCCESS;
-    if (IsDirectoryReference(element->nTag)) return WriteReference(element, form);
+    if (IsDirectoryReference(*element)) return WriteReference(element, form);
     const unsigned unit = SwapUnitOf(element->nVR);
     const bool turned = unit > 1 && m_DS.IsStoredLittleEndian(element) != form.littleEndian;
     return turned ? CopyTurned(element, unit) : CopyBlocks(element);

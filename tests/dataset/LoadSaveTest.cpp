@@ -314,6 +314,18 @@ TEST(Save, AFailedSaveLeavesTheOldFile) {
     EXPECT_EQ(StoredText(ds, 0x00420011), std::string(500000, 'd'));
 }
 
+TEST(Save, TakesAReferenceOfTheWrongLengthForAPlainValue) {
+    Encoder file;
+    file.Meta(kExplicitUid).Element(0x00041400, "UL", "12345678").Element(0x00041420, "UL", "");
+    MDicomDS ds(nullptr);
+    ASSERT_EQ(LoadBytes(ds, file.bytes), DICOM_SUCCESS);
+    Bytes saved = Saved(ds, 0);
+    MDicomDS again(nullptr);
+    ASSERT_EQ(LoadBytes(again, saved), DICOM_SUCCESS);
+    EXPECT_EQ(support::Difference(ds, again), "");
+    EXPECT_EQ(StoredText(again, 0x00041400), "12345678");
+}
+
 /** The offsets of directory records are those of the file that is written. */
 TEST(Save, ResolvesDirectoryReferences) {
     for (const uint16_t flags : {0, int(DS_LENGTH_EXPLICIT), int(DS_GROUP_LENGTHS)}) {

@@ -21,12 +21,12 @@ int Run(const wchar_t *path) {
     return text != nullptr && std::strcmp(text, "Doe^Jane") == 0 ? 0 : 4;
 }
 
-}  // namespace
+} // namespace
 
 int main(int argc, char **argv) {
     if (argc != 2) return 9;
     const A2U_Class path(argv[1]);
-    void *block = KernelAlloc(1, 16, __LINE__, __FILE__);  // the kernel links, too
+    void *block = KernelAlloc(1, 16, __LINE__, __FILE__); // the kernel links, too
     KernelFree(block, __LINE__, __FILE__);
     return Run(path.pszText);
 }
