@@ -17,27 +17,31 @@ sample_files() {
         while read -r path; do [[ ! -f $path ]] || echo "$path"; done
 }
 
-# The file that is shown and edited: the first that loads.
-first_loadable() {
+# The file that is shown and edited: CT_small.dcm, else the first with a transfer syntax or a class.
+# What has neither may load, but is hardly DICOM.
+choose() {
     local file
     for file in "$@"; do
-        if "$build/examples/dump" "$file" >/dev/null 2>&1; then
+        [[ $file != */CT_small.dcm ]] || { echo "$file"; return; }
+    done
+    for file in "$@"; do
+        if "$build/examples/dump" "$file" 2>/dev/null |
+            grep -E '^\((0002,0010|0008,0016)\)' >/dev/null; then
             echo "$file"
             return
         fi
     done
+    echo "none of the files is DICOM" >&2
     return 1
 }
 
 if (( $# == 0 )); then
     .ci/packages "${packages[@]}" python3-pydicom
     mapfile -t files < <(sample_files)
-    preferred=$(printf '%s\n' "${files[@]}" | grep -m1 '/CT_small\.dcm$')
 else
     given=$(cd "$caller" && realpath -e -- "$1")
     .ci/packages "${packages[@]}"
     mapfile -t files < <(find "$given" -type f | sort)
-    preferred=
 fi
 
 echo "== build =="
@@ -48,7 +52,7 @@ echo
 echo "== ${#files[@]} files =="
 "$build/examples/survey" "${files[@]}"
 
-file=$(first_loadable ${preferred:+"$preferred"} "${files[@]}")
+file=$(choose "${files[@]}")
 echo
 echo "== the tree of $file =="
 "$build/examples/dump" "$file"

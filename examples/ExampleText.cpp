@@ -10,7 +10,7 @@
 
 namespace {
 
-constexpr uint32_t kLongestShown = 64 * 1024;  ///< longer values are not read
+constexpr uint32_t kLongestShown = 64 * 1024; ///< longer values are not read
 constexpr uint32_t kMostValues = 16;
 constexpr size_t kWidth = 72;
 
@@ -81,7 +81,7 @@ std::string OneLine(std::string text) {
     return text.substr(0, end) + "...";
 }
 
-}  // namespace
+} // namespace
 
 std::string ValueText(MDicomDS &ds, _DICOMELEMENT *element) {
     if (element->nLength == 0 || element->nLength == 0xFFFFFFFF) return {};

@@ -43,7 +43,7 @@ struct Side {
 /** Bytes of values come with numbers in host order, so that they can be compared as they are. */
 bool SameValue(Side &a, _DICOMELEMENT *first, Side &b, _DICOMELEMENT *second) {
     if (first->nLength != second->nLength) return false;
-    if (first->nLength == 0xFFFFFFFF) return true;  // the children are the value
+    if (first->nLength == 0xFFFFFFFF) return true; // the children are the value
     static char bytes[2][64 * 1024];
     for (uint32_t offset = 0; offset < first->nLength;) {
         const auto count = std::min<uint32_t>(sizeof bytes[0], first->nLength - offset);
@@ -61,7 +61,7 @@ bool Same(Side &a, _DICOMELEMENT *first, Side &b, _DICOMELEMENT *second) {
            SameValue(a, first, b, second);
 }
 
-}  // namespace
+} // namespace
 
 int main(int argc, char **argv) {
     Side sides[2];

@@ -25,7 +25,7 @@ void PrintElement(MDicomDS &ds, _DICOMELEMENT *element) {
     std::printf(value.empty() ? "\n" : " = %s\n", value.c_str());
 }
 
-}  // namespace
+} // namespace
 
 int main(int argc, char **argv) {
     if (argc != 2) {

@@ -2,10 +2,11 @@
 //
 //   edit in.dcm out.dcm 0010,0010=Doe^Jane explicit
 //
-// Values of an element are separated by backslashes. The two files may be the same.
+// Texts may be several, separated by backslashes; of numbers one is set. The two files may be the
+// same.
 
+#include <charconv>
 #include <cstdio>
-#include <cstdlib>
 #include <string_view>
 
 #include "ExampleText.h"
@@ -31,14 +32,16 @@ bool SetTexts(MDicomDS &ds, _DICOMELEMENT *element, std::wstring value) {
     return ds.SetStringValue(element, value.c_str(), count, 0) != 0;
 }
 
-/** Sets a value by the class of the VR: texts, one long text, or numbers. */
+/** Sets a value by the class of the VR: texts, one number, or a text of another kind. */
 bool SetValue(MDicomDS &ds, _DICOMELEMENT *element, std::string value) {
     if (SetTexts(ds, element, Wide(value))) return true;
     const _DICOMVR *vr = MDicomVR::Find(element->nVR);
     if (vr == nullptr) return false;
     if (vr->nRestrict & VR_BINARY) {
-        const int32_t number = std::atoi(value.c_str());
-        return ds.FindSetValue(element, element->nTag, &number, 1, VALUE_ARRAY_DWORD) != nullptr;
+        double number = 0;
+        const char *end = value.data() + value.size();
+        if (std::from_chars(value.data(), end, number).ptr != end) return false;
+        return ds.FindSetValue(element, element->nTag, &number, 1, VALUE_ARRAY_DOUBLE) != nullptr;
     }
     // Dates, times, ages and numbers written as text are taken as they are.
     return ds.SetBinaryValue(element, value.data(), static_cast<uint32_t>(value.size())) != 0;
@@ -59,7 +62,7 @@ int Fail(const char *what, const char *why) {
     return 1;
 }
 
-}  // namespace
+} // namespace
 
 int main(int argc, char **argv) {
     const uint16_t encoding = argc == 5 ? EncodingOf(argv[4]) : 0;

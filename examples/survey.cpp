@@ -45,12 +45,12 @@ bool Survey(const fs::path &path) {
     const bool loaded = status == DICOM_SUCCESS;
     const std::string encoding = loaded ? EncodingOf(ds) : "-";
     const std::string count = loaded ? std::to_string(CountElements(ds)) : "-";
-    std::printf("%-46s %u %-24s %-21s %8s\n", name.c_str(), status, StatusText(status),
+    std::printf("%-46.46s %u %-24s %-21s %8s\n", name.c_str(), status, StatusText(status),
                 encoding.c_str(), count.c_str());
     return loaded;
 }
 
-}  // namespace
+} // namespace
 
 int main(int argc, char **argv) try {
     size_t files = 0;

@@ -1,6 +1,6 @@
 // The element tree of a data set: inserting, deleting, walking.
 
-#include <cstdlib>
+#include <algorithm>
 
 #include "Common/DS/ElementIndex.h"
 #include "Common/DS/ElementNode.h"
@@ -131,8 +131,18 @@ void MDicomDS::DeleteNode(_DICOMELEMENT *pElement) {
     FreeCaches(pElement);
     FreeBlocks(pElement);
     if (m_pExtra != nullptr && m_pExtra->Offsets.pFirst != nullptr) ForgetOffset(pElement);
+    if (m_pExtra != nullptr && m_pExtra->nBadElements > 0) ForgetBadElement(pElement);
     if (m_pIndex != nullptr) m_pIndex->Deleting(pElement);
     m_Tree.Delete(AsLink(pElement));
+}
+
+/** Takes an element that goes before it is repaired out of the table. */
+void MDicomDS::ForgetBadElement(const _DICOMELEMENT *pElement) {
+    DICOMBADELEMENT *end = m_pExtra->pBadElements + m_pExtra->nBadElements;
+    DICOMBADELEMENT *kept = std::remove_if(
+        m_pExtra->pBadElements, end,
+        [pElement](const DICOMBADELEMENT &entry) { return entry.pElement == pElement; });
+    m_pExtra->nBadElements = static_cast<uint32_t>(kept - m_pExtra->pBadElements);
 }
 
 _DICOMELEMENT *MDicomDS::GetFirstElement(_DICOMELEMENT *pElement, int32_t bSameLevel,

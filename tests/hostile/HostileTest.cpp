@@ -314,6 +314,17 @@ TEST(Hostile, MoreOddLengthsThanCanBeRepaired) {
     }
 }
 
+/** A reference that is resolved and deleted before its odd length could be repaired. */
+TEST(Hostile, OddLengthsOfElementsThatGo) {
+    Encoder file;
+    file.Meta(kExplicitUid).Header(0x00041220, "SQ", 0xFFFFFFFF).Plain(TAG_ITEM, 0xFFFFFFFF);
+    file.Element(0x00041504, "UL", "odd").Plain(TAG_ITEM_DELIMITATION, 0);
+    file.Plain(TAG_SEQUENCE_DELIMITATION, 0);
+    MDicomDS ds(nullptr);
+    ASSERT_EQ(LoadBytes(ds, file.bytes), DICOM_SUCCESS);
+    EXPECT_EQ(ds.FindFirstElement(nullptr, 0x00041504, 0), nullptr);
+}
+
 TEST(Hostile, NamesThatAreNoFiles) {
     TemporaryFolder folder;
     MDicomDS ds(nullptr);
