@@ -9,12 +9,17 @@
 
 namespace mdicom {
 
-wchar_t *CopyText(const wchar_t *text) {
-    if (text == nullptr) return nullptr;
-    const size_t size = std::wcslen(text) + 1;
-    auto *copy = static_cast<wchar_t *>(KernelHeapAlloc(size, sizeof(wchar_t), 0, nullptr));
-    if (copy != nullptr) std::wmemcpy(copy, text, size);
+wchar_t *CopyText(std::wstring_view text) {
+    void *block = KernelHeapAlloc(text.size() + 1, sizeof(wchar_t), 0, nullptr);
+    auto *copy = static_cast<wchar_t *>(block);
+    if (copy == nullptr) return nullptr;
+    std::wmemcpy(copy, text.data(), text.size());
+    copy[text.size()] = L'\0';
     return copy;
+}
+
+wchar_t *CopyText(const wchar_t *text) {
+    return text != nullptr ? CopyText(std::wstring_view(text)) : nullptr;
 }
 
 void FreeText(wchar_t *text) {

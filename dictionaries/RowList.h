@@ -2,10 +2,14 @@
 
 #pragma once
 
+#include <string_view>
+
 #include "MDicomTree.h"
 
 namespace mdicom {
 
+/** A copy of a text on the heap; null when memory is short. */
+wchar_t *CopyText(std::wstring_view text);
 /** A copy of a text on the heap; null for a null text and when memory is short. */
 wchar_t *CopyText(const wchar_t *text);
 /** Frees a text of a row, unless it is one of the pool that default rows share. */

@@ -199,6 +199,18 @@ enum {
     DS_DEBUG_NO_MEMORY = 1024,  ///< insertion ran out of memory
 };
 
+/** Findings of ConformanceDS, any of which may come together. */
+enum {
+    CONFORMANCE_NO_CLASS = 0x01,  ///< class of the data set not known; told of its first element
+    CONFORMANCE_NO_TAG = 0x02,    ///< tag not in the dictionary
+    CONFORMANCE_NO_VR = 0x04,     ///< VR not in the table
+    CONFORMANCE_BAD_VR = 0x08,    ///< VR is not that of the dictionary
+    CONFORMANCE_MIN_VM = 0x10,    ///< fewer values than the dictionary demands
+    CONFORMANCE_MAX_VM = 0x20,    ///< more values than the dictionary allows
+    CONFORMANCE_DIVIDE_VM = 0x40, ///< count of values is no allowed multiple
+    CONFORMANCE_IMAGE = 0x80,     ///< Pixel Data without a valid description
+};
+
 /** Positions of MDicomTree::Insert. */
 enum {
     TREE_FIRST_CHILD = 0,   ///< before the first child
@@ -252,6 +264,20 @@ enum {
     IMAGE_COMPRESSION_J2K_LOSSY = 7,        ///< JPEG 2000
     IMAGE_COMPRESSION_MPEG2_MAIN = 8,       ///< MPEG-2 main level, not decoded
     IMAGE_COMPRESSION_MPEG2_HIGH = 9,       ///< MPEG-2 high level, not decoded
+};
+
+/** Photometric interpretations (PS 3.3, C.7.6.3.1.2). */
+enum {
+    PHOTOMETRIC_MONOCHROME1 = 0,   ///< gray, lowest value white
+    PHOTOMETRIC_MONOCHROME2 = 1,   ///< gray, lowest value black
+    PHOTOMETRIC_PALETTE_COLOR = 2, ///< one sample looked up in three tables
+    PHOTOMETRIC_RGB = 3,           ///< red, green, blue
+    PHOTOMETRIC_ARGB = 4,          ///< retired
+    PHOTOMETRIC_CMYK = 5,          ///< retired
+    PHOTOMETRIC_YBR_FULL_422 = 6,  ///< luminance, chrominance of half the columns
+    PHOTOMETRIC_YBR_FULL = 7,      ///< luminance, chrominance
+    PHOTOMETRIC_YBR_RCT = 8,       ///< reversible transform of JPEG 2000
+    PHOTOMETRIC_YBR_ICT = 9,       ///< irreversible transform of JPEG 2000
 };
 
 #endif

@@ -34,7 +34,7 @@ class MDICOM_API MDicomContextGroup {
     /**
      * Appends a group.
      * @param pVersion version of the group, copied
-     * @param nFlags   CONTEXT_GROUP_UNIQUE refuses an identifier that is in the tree
+     * @param nFlags   bit 0 refuses an identifier that is in the tree
      * @return the group; null for an empty identifier or name, a null version, or when memory is
      *         short
      */
@@ -66,7 +66,7 @@ class MDICOM_API MDicomContextGroup {
      * @param pszVersion     version of the scheme; may be null
      * @param pLocalVersion  local version of the group, copied; may be null
      * @param pszCreatorUID  who extended the group; may be null
-     * @param nFlags         CONTEXT_GROUP_UNIQUE refuses a concept that FindCodedConcept finds
+     * @param nFlags         bit 0 refuses a concept that FindCodedConcept finds
      * @return the concept; null for a null group, an empty scheme, value or meaning, or when
      *         memory is short
      */
@@ -104,8 +104,6 @@ class MDICOM_API MDicomContextGroup {
   private:
     friend void ::M_DicomEngineShutdown(void);
 
-    static int32_t LoadCodedConcepts(uint32_t nIndex, tagDICOMCONTEXTGROUP *pGroup,
-                                     int32_t bDeleteOnFailure);
     static void SetInitialized(int32_t bInitialized);
 };
 

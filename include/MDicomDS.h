@@ -16,8 +16,12 @@ namespace mdicom {
 class ElementIndex;
 class ElementReader;
 class ElementWriter;
+class KeyIndex;
 struct CharacterSetList;
 struct DataSetAccess;
+struct FrameRules;
+struct KeyLevel;
+struct KeyNode;
 } // namespace mdicom
 
 /** Side record of a data set. */
@@ -341,6 +345,7 @@ class MDICOM_API MDicomDS {
     _DICOMELEMENT *InsertKey(_DICOMELEMENT *pParent, const wchar_t *pszType, int32_t bOptional);
     /** Deletes a record with all below it. */
     void DeleteKey(_DICOMELEMENT *pKey);
+    /** Ancestor at the root, or the record itself. */
     _DICOMELEMENT *GetRootKey(_DICOMELEMENT *pKey);
     _DICOMELEMENT *GetParentKey(_DICOMELEMENT *pKey);
     _DICOMELEMENT *GetChildKey(_DICOMELEMENT *pKey);
@@ -357,17 +362,31 @@ class MDICOM_API MDicomDS {
     ///@}
 
     /// @name Private elements (PS 3.5, 7.8)
+    /// A private group is an odd one above 0007 and below FFFF. Its elements 0010 to 00FF are
+    /// creators: (gggg,00xx) names the owner of the block (gggg,xx00) to (gggg,xxFF).
     ///@{
+    /** The first creator from GetFirstElement(pElement, bSameLevel, 0) on. pszCreator null stands
+     *  for any name, nGroup 0 for any private group; blanks at the end of a name do not count. */
     _DICOMELEMENT *FindFirstPrivateCreatorDataElement(_DICOMELEMENT *pElement, int32_t bSameLevel,
                                                       const wchar_t *pszCreator, uint16_t nGroup);
+    /** The same from GetNextElement(pElement, bSameLevel, 0) on. */
     _DICOMELEMENT *FindNextPrivateCreatorDataElement(_DICOMELEMENT *pElement, int32_t bSameLevel,
                                                      const wchar_t *pszCreator, uint16_t nGroup);
     /** First element of the block that a private creator reserves. */
     _DICOMELEMENT *FindFirstPrivateElement(_DICOMELEMENT *pCreator);
+    /** The element of the block behind pElement, which stands on the level of the creator. */
     _DICOMELEMENT *FindNextPrivateElement(_DICOMELEMENT *pElement, _DICOMELEMENT *pCreator);
-    /** A free tag in the block of a creator. 0; 9, 235, 237, 238, 239 as the status table says. */
+    /** The lowest free tag in the block of a creator. 0; 9 no creator, 237 the creator is not on
+     *  its level, 238 the block is full. */
     uint16_t GetNextUnusedPrivateTag(_DICOMELEMENT *pCreator, uint32_t *pTag);
-    /** Inserts a private creator. 0; 2, 9, 235, 236, 239 as the status table says. */
+    /**
+     * Inserts a private creator beside pElement (null: on the top level).
+     * @param nElement   0x0010 to 0x00FF; 0xFFFF stands for the first that is free
+     * @param pszCreator name of the owner: one value of at most 64 characters
+     * @param ppCreator  takes the creator after a success; may be null
+     * @return 0; 2 no memory or a name that the character sets do not have, 9 no such name,
+     *         235 no private group, 236 number taken or none free, 239 no such number
+     */
     uint16_t CreatePrivateCreatorDataElement(_DICOMELEMENT *pElement, uint16_t nGroup,
                                              uint16_t nElement, const wchar_t *pszCreator,
                                              _DICOMELEMENT **ppCreator);
@@ -375,22 +394,60 @@ class MDICOM_API MDicomDS {
 
     /// @name Copying
     ///@{
-    /** Copies a level of another data set, or an element with what is below it, into this one. */
+    /**
+     * Copies the children of an element with all that is below them. Values are copied into the
+     * value store: the source may go afterwards. What a failed copy has finished stays.
+     * @param pTarget   takes the copies: null for the top level, where each tag has to be new.
+     *                  Below an element, values that are there are replaced and sequences grow.
+     * @param pSourceDS may be this data set. An empty data set takes over its flags and preamble.
+     * @param pSource   element of the source; null for its top level
+     * @return 0; 2 no memory or an element that cannot be inserted, 4 a value of the source is
+     *         not readable, 5 not stored, 9 no source or an element that can have no children
+     */
     uint16_t CopyDS(_DICOMELEMENT *pTarget, MDicomDS *pSourceDS, _DICOMELEMENT *pSource);
-    /** As CopyDS; the callback's result 0 leaves an element out. */
+    /** As CopyDS. The callback is asked with code 0 for each child of pSource that pTarget does
+     *  not have yet; its result 0 leaves the element out. */
     uint16_t CopyDS(_DICOMELEMENT *pTarget, MDicomDS *pSourceDS, _DICOMELEMENT *pSource,
                     MDICOM_DEBUG_CALLBACK pfnCallback, void *pUserData);
     ///@}
 
     /// @name Text form of values
     ///@{
-    /** Text of a value of any VR, values parted by backslashes. Returns characters with the
-     *  terminator; a null buffer measures. */
+    /**
+     * Text of a value of any VR for people, values parted by backslashes: dates are 08/15/1997,
+     * times 12:30:05.250000, ages 5 weeks, tags 0028:0010, bytes 01\\AB. The value's caches are
+     * freed.
+     * @param pszBuffer null measures
+     * @param nSize     wide characters of the buffer; longer text is cut
+     * @return characters with the terminator; 0 for no value, or one that cannot be read
+     */
     uint32_t GetConvertValue(_DICOMELEMENT *pElement, wchar_t *pszBuffer, uint32_t nSize);
-    /** Sets a value of any VR from its text form. Nonzero on success. */
+    /** Sets up to nCount values from the text form; nCount 0 and an empty text empty the value.
+     *  Text is stored in the character sets that hold for the element. Nonzero on success. */
     int32_t SetConvertValue(_DICOMELEMENT *pElement, const wchar_t *pszText, uint32_t nCount);
+    /** As GetConvertValue, with text as it is stored. The buffer has the size that a call with
+     *  null has told. */
     uint32_t GetConvertValueA(_DICOMELEMENT *pElement, char *pszBuffer);
+    /** As SetConvertValue, with text that is stored as it is. */
     int32_t SetConvertValueA(_DICOMELEMENT *pElement, const char *pszText, uint32_t nCount);
+    ///@}
+
+    /// @name Images
+    /// Pixel Data (PS 3.3, C.7.6.3; PS 3.5, 8 and A.4) may stand on any level; its attributes are
+    /// looked for on its own level, then outward.
+    ///@{
+    /** Frames in a Pixel Data element; for null the frames of all Pixel Data elements. */
+    uint32_t GetCountImage(_DICOMELEMENT *pElement);
+    /**
+     * Describes the image of a Pixel Data element.
+     * @param nIndex frame, from 0 within this element
+     * @return 0; 9 element not in the tree, 10 no Pixel Data or no such frame, 12 photometric
+     *         interpretation unknown, 14 rows or columns missing
+     */
+    uint16_t GetInfoImage(_DICOMELEMENT *pElement, _DICOMIMAGE *pImage, uint32_t nIndex);
+    /** Counts the frames of the Pixel Data on the top level that have no data and those that
+     *  have. Null is skipped. Returns 1 if a frame is bad or there is no Pixel Data. */
+    int32_t IsBadPixelData(uint32_t *pBadCount, uint32_t *pGoodCount);
     ///@}
 
   private:
@@ -413,6 +470,7 @@ class MDICOM_API MDicomDS {
     _DICOMELEMENT *FindInTree(uint32_t nTag);
     void RecordOffset(_DICOMELEMENT *pElement, uint32_t nOffset);
     void ForgetOffset(_DICOMELEMENT *pElement);
+    void ForgetBadElement(const _DICOMELEMENT *pElement);
     void ResetDS(int32_t bClose);
 
     // Reader and writer
@@ -464,6 +522,62 @@ class MDICOM_API MDicomDS {
     uint16_t ConvertToWide(const char *pszText, const uint32_t *pTable, uint32_t nCount,
                            wchar_t *pszOut, uint32_t nOutSize);
     mdicom::CharacterSetList CharacterSetsOf(_DICOMELEMENT *pElement);
+
+    // Directory records
+    mdicom::KeyIndex *GetKeyIndex();
+    mdicom::KeyNode *GetKeyNode(_DICOMELEMENT *pKey);
+    _DICOMELEMENT *AddKey(_DICOMELEMENT *pParent, const wchar_t *pszType, int32_t bOptional);
+    _DICOMELEMENT *AddRecord();
+    bool FillRecord(_DICOMELEMENT *pRecord, const wchar_t *pszType);
+    bool LinkRecord(const mdicom::KeyLevel &Level, uint32_t nIdentity);
+    bool SetReference(_DICOMELEMENT *pRecord, uint32_t nTag, uint32_t nIdentity);
+    void Unlink(const mdicom::KeyNode &Node);
+    _DICOMELEMENT *FindChild(_DICOMELEMENT *pParent, uint32_t nTag);
+    bool IsKeyOfType(_DICOMELEMENT *pKey, const wchar_t *pszType);
+    _DICOMELEMENT *GetItemKey(_DICOMELEMENT *pElement);
+    _DICOMELEMENT *FindAttachKey(_DICOMELEMENT *pElement, uint32_t nTag);
+    uint32_t GetAvailableKey();
+    void InsertModuleKey(_DICOMELEMENT *pElement, _DICOMIOD *pIOD, int32_t bOptional);
+    _DICOMELEMENT *InsertRowElement(_DICOMELEMENT *pElement, uint32_t nTag, bool bWithItem);
+
+    // Images
+    uint16_t DescribeImage(_DICOMELEMENT *pElement, _IMAGEINFO *pInfo, int32_t bWithTables);
+    uint16_t LocateFrame(_DICOMELEMENT *pElement, _IMAGEINFO *pInfo, uint32_t nFrame);
+    uint16_t LocateFragment(_DICOMELEMENT *pElement, _IMAGEINFO *pInfo,
+                            const mdicom::FrameRules &Rules, uint32_t nFrame);
+    uint16_t GetInfoImage(_DICOMELEMENT *pElement, _IMAGEINFO *pInfo, uint32_t nFrame,
+                          int32_t bWithTables);
+    void FreeInfoImage(_IMAGEINFO *pInfo);
+
+    // Modules and conformance
+    void InsertClass(_DICOMIOD *pClass);
+    int32_t SetClass(uint32_t nClass);
+    int32_t SetTS(uint16_t nFlags, uint32_t nCompression);
+    _DICOMIOD *VerifyModule(_DICOMELEMENT *pElement, uint32_t nModule);
+    int32_t InsertModule(_DICOMELEMENT *pElement, uint32_t nModule, uint32_t nIndex,
+                         int32_t bOptional);
+    void InsertModule(_DICOMELEMENT *pElement, _DICOMIOD *pIOD, int32_t bOptional);
+    _DICOMELEMENT *InsertRow(_DICOMELEMENT *pParent, _DICOMIOD *pRow, int32_t bOptional);
+    static uint32_t GetCountElementIOD(_DICOMIOD *pIOD, int32_t bOptional);
+    _DICOMIOD *FindOwnClass();
+    uint16_t GetFindings(_DICOMELEMENT *pElement);
+    uint32_t CountForTest(_DICOMELEMENT *pElement);
+
+    // Private elements
+    bool MatchesCreator(_DICOMELEMENT *pElement, const std::wstring *pName, uint16_t nGroup);
+    _DICOMELEMENT *FindCreatorFrom(_DICOMELEMENT *pElement, int32_t bSameLevel,
+                                   const wchar_t *pszCreator, uint16_t nGroup);
+    uint16_t ChooseCreator(_DICOMELEMENT *pElement, uint16_t nGroup, uint16_t *pNumber);
+
+    // Copying
+    uint16_t CopyTreeDS(_DICOMELEMENT *pTarget, MDicomDS *pSourceDS, _DICOMELEMENT *pSource,
+                        MDICOM_DEBUG_CALLBACK pfnCallback, void *pUserData);
+    _DICOMELEMENT *FindCopyTarget(_DICOMELEMENT *pParent, uint32_t nTag);
+    uint16_t CopyElement(_DICOMELEMENT *pParent, MDicomDS *pSourceDS, _DICOMELEMENT *pSource,
+                         bool bIdentity, _DICOMELEMENT **ppTarget);
+    uint16_t CopyValue(_DICOMELEMENT *pTarget, MDicomDS *pSourceDS, _DICOMELEMENT *pSource);
+    uint16_t CopyLargeValue(_DICOMELEMENT *pTarget, MDicomDS *pSourceDS, _DICOMELEMENT *pSource,
+                            uint8_t *pPiece);
 
     mdicom::ElementIndex *m_pIndex = nullptr;
 };

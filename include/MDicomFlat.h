@@ -187,6 +187,25 @@ MDICOM_API uint16_t M_DicomSaveDS(MDicomDS *hDS, const wchar_t *pszName, uint16_
 ///@{
 /** IOD class and flags of a data set (MDicomDS::GetInfoDS). */
 MDICOM_API void M_DicomGetInfoDS(MDicomDS *hDS, uint32_t *pClass, uint16_t *pFlags);
+/** Makes a new data set of a class (MDicomDS::InitDS). */
+MDICOM_API void M_DicomInitDS(MDicomDS *hDS, uint32_t nClass, uint16_t nFlags);
+/** Makes a new command set (MDicomDS::InitCS). */
+MDICOM_API void M_DicomInitCS(MDicomDS *hDS, uint16_t nCommand, int32_t bRequest);
+/** Command of a command set (MDicomDS::GetInfoCS). */
+MDICOM_API void M_DicomGetInfoCS(MDicomDS *hDS, uint16_t *pCommand, int32_t *pRequest);
+/** Elements of a module that are present (MDicomDS::FindModule). */
+MDICOM_API _DICOMMODULE *M_DicomFindModule(MDicomDS *hDS, uint32_t nModule);
+/** A module among those that are present (MDicomDS::FindIndexModule). */
+MDICOM_API _DICOMMODULE *M_DicomFindIndexModule(MDicomDS *hDS, uint32_t nIndex);
+/** Number of modules that are present (MDicomDS::GetCountModule). */
+MDICOM_API uint32_t M_DicomGetCountModule(MDicomDS *hDS);
+/** Inserts the elements of a module (MDicomDS::InsertModule). */
+MDICOM_API _DICOMMODULE *M_DicomInsertModule(MDicomDS *hDS, uint32_t nModule, int32_t bOptional);
+/** Deletes the elements of a module (MDicomDS::DeleteModule). */
+MDICOM_API void M_DicomDeleteModule(MDicomDS *hDS, uint32_t nModule);
+/** Tests a data set against the dictionaries (MDicomDS::ConformanceDS). */
+MDICOM_API int32_t M_DicomConformanceDS(MDicomDS *hDS, MDICOM_DEBUG_CALLBACK pfnCallback,
+                                        void *pUserData);
 ///@}
 
 /// @name Typed values
@@ -279,6 +298,216 @@ MDICOM_API int32_t M_DicomSetBinaryValue(MDicomDS *hDS, _DICOMELEMENT *pElement,
 /** Inserts bytes into a value (MDicomDS::InsertBinaryValue). */
 MDICOM_API int32_t M_DicomInsertBinaryValue(MDicomDS *hDS, _DICOMELEMENT *pElement, void *pData,
                                             uint32_t nOffset, uint32_t nLength);
+///@}
+
+/// @name IOD tree
+///@{
+/** Fills the IOD tree with its default rows (MDicomIOD::Default). */
+MDICOM_API void M_DicomDefaultIOD(void);
+/** Empties the IOD tree (MDicomIOD::Reset). */
+MDICOM_API void M_DicomResetIOD(void);
+/** Inserts a row into the IOD tree (MDicomIOD::Insert). */
+MDICOM_API _DICOMIOD *M_DicomInsertIOD(_DICOMIOD *pNeighbor, int32_t bChild, uint32_t nCode,
+                                       const wchar_t *pszName, uint8_t nType, uint16_t nUsage,
+                                       const wchar_t *pszDescription);
+/** Deletes a row of the IOD tree with all rows below it (MDicomIOD::Delete). */
+MDICOM_API _DICOMIOD *M_DicomDeleteIOD(_DICOMIOD *pIOD);
+/** Gives a row of the IOD tree another name (MDicomIOD::SetName). */
+MDICOM_API int32_t M_DicomSetNameIOD(_DICOMIOD *pIOD, const wchar_t *pszName);
+/** Gives a row of the IOD tree another description (MDicomIOD::SetDescription). */
+MDICOM_API int32_t M_DicomSetDescriptionIOD(_DICOMIOD *pIOD, const wchar_t *pszDescription);
+/** Finds a row of the IOD tree by its type and code (MDicomIOD::Find). */
+MDICOM_API _DICOMIOD *M_DicomFindIOD(_DICOMIOD *pIOD, uint32_t nCode, uint8_t nType,
+                                     int32_t bSameLevel);
+/** Finds a class by its number (MDicomIOD::FindClass). */
+MDICOM_API _DICOMIOD *M_DicomFindClassIOD(uint32_t nClass);
+/** Finds a module of a class by its number (MDicomIOD::FindModule). */
+MDICOM_API _DICOMIOD *M_DicomFindModuleIOD(uint32_t nClass, uint32_t nModule);
+/** Finds a module of a class by its position (MDicomIOD::FindIndexModule). */
+MDICOM_API _DICOMIOD *M_DicomFindIndexModuleIOD(uint32_t nClass, uint32_t nIndex);
+/** Number of modules directly below a class (MDicomIOD::GetCountModule). */
+MDICOM_API uint32_t M_DicomGetCountModuleIOD(uint32_t nClass);
+/** First row of a level or of the IOD tree (MDicomIOD::GetFirst). */
+MDICOM_API _DICOMIOD *M_DicomGetFirstIOD(_DICOMIOD *pIOD, int32_t bSameLevel);
+/** Last row of a level or of the IOD tree (MDicomIOD::GetLast). */
+MDICOM_API _DICOMIOD *M_DicomGetLastIOD(_DICOMIOD *pIOD, int32_t bSameLevel);
+/** Row of the IOD tree behind another (MDicomIOD::GetNext). */
+MDICOM_API _DICOMIOD *M_DicomGetNextIOD(_DICOMIOD *pIOD, int32_t bSameLevel);
+/** Row of the IOD tree before another (MDicomIOD::GetPrev). */
+MDICOM_API _DICOMIOD *M_DicomGetPrevIOD(_DICOMIOD *pIOD, int32_t bSameLevel);
+/** First row below a row of the IOD tree (MDicomIOD::GetChild). */
+MDICOM_API _DICOMIOD *M_DicomGetChildIOD(_DICOMIOD *pIOD);
+/** Row above a row of the IOD tree (MDicomIOD::GetParent). */
+MDICOM_API _DICOMIOD *M_DicomGetParentIOD(_DICOMIOD *pIOD);
+/** Class that a row of the IOD tree belongs to (MDicomIOD::GetRoot). */
+MDICOM_API _DICOMIOD *M_DicomGetRootIOD(_DICOMIOD *pIOD);
+/** Tells whether a record is a row of the IOD tree (MDicomIOD::Exists). */
+MDICOM_API int32_t M_DicomExistsIOD(_DICOMIOD *pIOD);
+
+/// @name Context groups
+///@{
+/** Brings a known context group, or all of them, into the tree (MDicomContextGroup::Load). */
+MDICOM_API uint16_t M_DicomLoadContextGroup(const wchar_t *pszContextIdentifier);
+/** Gives context groups their original concepts (MDicomContextGroup::Default). */
+MDICOM_API int32_t M_DicomDefaultContextGroup(tagDICOMCONTEXTGROUP *pGroup);
+/** Deletes all context groups (MDicomContextGroup::Reset). */
+MDICOM_API void M_DicomResetContextGroup(void);
+/** Appends a context group (MDicomContextGroup::Insert). */
+MDICOM_API tagDICOMCONTEXTGROUP *M_DicomInsertContextGroup(const wchar_t *pszContextIdentifier,
+                                                           const wchar_t *pszName,
+                                                           int32_t bExtensible,
+                                                           const _VALUEDATETIME *pVersion,
+                                                           uint32_t nFlags);
+/** Deletes a context group and returns its neighbour (MDicomContextGroup::Delete). */
+MDICOM_API tagDICOMCONTEXTGROUP *M_DicomDeleteContextGroup(tagDICOMCONTEXTGROUP *pGroup);
+/** Finds a context group by its identifier (MDicomContextGroup::Find). */
+MDICOM_API tagDICOMCONTEXTGROUP *M_DicomFindContextGroup(const wchar_t *pszContextIdentifier);
+/** Finds a context group by its position (MDicomContextGroup::FindIndex). */
+MDICOM_API tagDICOMCONTEXTGROUP *M_DicomFindIndexContextGroup(uint32_t nIndex);
+/** Tells whether a record is a context group of the tree (MDicomContextGroup::Exists). */
+MDICOM_API int32_t M_DicomExistsContextGroup(tagDICOMCONTEXTGROUP *pGroup);
+/** First context group (MDicomContextGroup::GetFirst). */
+MDICOM_API tagDICOMCONTEXTGROUP *M_DicomGetFirstContextGroup(void);
+/** Last context group (MDicomContextGroup::GetLast). */
+MDICOM_API tagDICOMCONTEXTGROUP *M_DicomGetLastContextGroup(void);
+/** Context group behind another (MDicomContextGroup::GetNext). */
+MDICOM_API tagDICOMCONTEXTGROUP *M_DicomGetNextContextGroup(tagDICOMCONTEXTGROUP *pGroup);
+/** Context group before another (MDicomContextGroup::GetPrev). */
+MDICOM_API tagDICOMCONTEXTGROUP *M_DicomGetPrevContextGroup(tagDICOMCONTEXTGROUP *pGroup);
+/** Number of context groups in the tree (MDicomContextGroup::GetCount). */
+MDICOM_API uint32_t M_DicomGetCountContextGroup(void);
+/** Appends a concept to a context group (MDicomContextGroup::InsertCodedConcept). */
+MDICOM_API tagDICOMCODEDCONCEPT *M_DicomInsertCodedConcept(
+    tagDICOMCONTEXTGROUP *pGroup, const wchar_t *pszScheme, const wchar_t *pszVersion,
+    const wchar_t *pszValue, const wchar_t *pszMeaning, const _VALUEDATETIME *pLocalVersion,
+    const wchar_t *pszCreatorUID, uint32_t nFlags);
+/** Deletes a concept and returns its neighbour (MDicomContextGroup::DeleteCodedConcept). */
+MDICOM_API tagDICOMCODEDCONCEPT *M_DicomDeleteCodedConcept(tagDICOMCODEDCONCEPT *pConcept);
+/** Finds a concept of a context group by scheme and value (MDicomContextGroup::FindCodedConcept).
+ */
+MDICOM_API tagDICOMCODEDCONCEPT *M_DicomFindCodedConcept(tagDICOMCONTEXTGROUP *pGroup,
+                                                         const wchar_t *pszScheme,
+                                                         const wchar_t *pszValue);
+/** Finds a concept of a context group by its position (MDicomContextGroup::FindIndexCodedConcept).
+ */
+MDICOM_API tagDICOMCODEDCONCEPT *M_DicomFindIndexCodedConcept(tagDICOMCONTEXTGROUP *pGroup,
+                                                              uint32_t nIndex);
+/** Gives a concept another meaning (MDicomContextGroup::SetCodeMeaning). */
+MDICOM_API int32_t M_DicomSetCodedConceptCodeMeaning(tagDICOMCODEDCONCEPT *pConcept,
+                                                     const wchar_t *pszMeaning);
+/** Context group that a concept belongs to (MDicomContextGroup::GetContextGroup). */
+MDICOM_API tagDICOMCONTEXTGROUP *M_DicomGetCodedConceptGroup(tagDICOMCODEDCONCEPT *pConcept);
+/** Tells whether a record is a concept of a context group (MDicomContextGroup::ExistsCodedConcept).
+ */
+MDICOM_API int32_t M_DicomExistsCodedConcept(tagDICOMCODEDCONCEPT *pConcept);
+/** First concept of a context group (MDicomContextGroup::GetFirstCodedConcept). */
+MDICOM_API tagDICOMCODEDCONCEPT *M_DicomGetFirstCodedConcept(tagDICOMCONTEXTGROUP *pGroup);
+/** Last concept of a context group (MDicomContextGroup::GetLastCodedConcept). */
+MDICOM_API tagDICOMCODEDCONCEPT *M_DicomGetLastCodedConcept(tagDICOMCONTEXTGROUP *pGroup);
+/** Concept behind another (MDicomContextGroup::GetNextCodedConcept). */
+MDICOM_API tagDICOMCODEDCONCEPT *M_DicomGetNextCodedConcept(tagDICOMCODEDCONCEPT *pConcept);
+/** Concept before another (MDicomContextGroup::GetPrevCodedConcept). */
+MDICOM_API tagDICOMCODEDCONCEPT *M_DicomGetPrevCodedConcept(tagDICOMCODEDCONCEPT *pConcept);
+/** Number of concepts of a context group (MDicomContextGroup::GetCountCodedConcept). */
+MDICOM_API uint32_t M_DicomGetCountCodedConcept(tagDICOMCONTEXTGROUP *pGroup);
+
+/// @name Text form of values
+///@{
+/** Text of a value for people (MDicomDS::GetConvertValue). */
+MDICOM_API uint32_t M_DicomGetConvertValue(MDicomDS *hDS, _DICOMELEMENT *pElement,
+                                           wchar_t *pszBuffer, uint32_t nSize);
+/** Sets a value from its text (MDicomDS::SetConvertValue). */
+MDICOM_API int32_t M_DicomSetConvertValue(MDicomDS *hDS, _DICOMELEMENT *pElement,
+                                          const wchar_t *pszText, uint32_t nCount);
+///@}
+
+/// @name Private elements
+///@{
+/** First private creator that matches (MDicomDS::FindFirstPrivateCreatorDataElement). */
+MDICOM_API _DICOMELEMENT *M_DicomFindFirstPrivateCreatorDataElement(MDicomDS *hDS,
+                                                                    _DICOMELEMENT *pElement,
+                                                                    int32_t bSameLevel,
+                                                                    const wchar_t *pszCreator,
+                                                                    uint16_t nGroup);
+/** Next private creator that matches (MDicomDS::FindNextPrivateCreatorDataElement). */
+MDICOM_API _DICOMELEMENT *M_DicomFindNextPrivateCreatorDataElement(MDicomDS *hDS,
+                                                                   _DICOMELEMENT *pElement,
+                                                                   int32_t bSameLevel,
+                                                                   const wchar_t *pszCreator,
+                                                                   uint16_t nGroup);
+/** First element of a creator's block (MDicomDS::FindFirstPrivateElement). */
+MDICOM_API _DICOMELEMENT *M_DicomFindFirstPrivateElement(MDicomDS *hDS, _DICOMELEMENT *pCreator);
+/** Next element of a creator's block (MDicomDS::FindNextPrivateElement). */
+MDICOM_API _DICOMELEMENT *M_DicomFindNextPrivateElement(MDicomDS *hDS, _DICOMELEMENT *pElement,
+                                                        _DICOMELEMENT *pCreator);
+/** Lowest free tag of a creator's block (MDicomDS::GetNextUnusedPrivateTag). */
+MDICOM_API uint16_t M_DicomGetNextUnusedPrivateTag(MDicomDS *hDS, _DICOMELEMENT *pCreator,
+                                                   uint32_t *pTag);
+/** Inserts a private creator (MDicomDS::CreatePrivateCreatorDataElement). */
+MDICOM_API uint16_t M_DicomCreatePrivateCreatorDataElement(MDicomDS *hDS, _DICOMELEMENT *pElement,
+                                                           uint16_t nGroup, uint16_t nElement,
+                                                           const wchar_t *pszCreator,
+                                                           _DICOMELEMENT **ppCreator);
+///@}
+
+/// @name Copying
+///@{
+/** Copies the children of an element (MDicomDS::CopyDS). */
+MDICOM_API uint16_t M_DicomCopyDS(MDicomDS *hDS, _DICOMELEMENT *pTarget, MDicomDS *pSourceDS,
+                                  _DICOMELEMENT *pSource);
+/** Copies the children of an element that a callback agrees to (MDicomDS::CopyDS). */
+MDICOM_API uint16_t M_DicomCopyDSExt(MDicomDS *hDS, _DICOMELEMENT *pTarget, MDicomDS *pSourceDS,
+                                     _DICOMELEMENT *pSource, MDICOM_DEBUG_CALLBACK pfnCallback,
+                                     void *pUserData);
+///@}
+
+/// @name Directory records
+///@{
+/** Inserts a directory record (MDicomDS::InsertKey). */
+MDICOM_API _DICOMELEMENT *M_DicomInsertKey(MDicomDS *hDS, _DICOMELEMENT *pParent,
+                                           const wchar_t *pszType, int32_t bOptional);
+/** Deletes a directory record with all below it (MDicomDS::DeleteKey). */
+MDICOM_API void M_DicomDeleteKey(MDicomDS *hDS, _DICOMELEMENT *pKey);
+/** Ancestor of a record at the root (MDicomDS::GetRootKey). */
+MDICOM_API _DICOMELEMENT *M_DicomGetRootKey(MDicomDS *hDS, _DICOMELEMENT *pKey);
+/** Record above a record (MDicomDS::GetParentKey). */
+MDICOM_API _DICOMELEMENT *M_DicomGetParentKey(MDicomDS *hDS, _DICOMELEMENT *pKey);
+/** First record below a record (MDicomDS::GetChildKey). */
+MDICOM_API _DICOMELEMENT *M_DicomGetChildKey(MDicomDS *hDS, _DICOMELEMENT *pKey);
+/** First record of a level or of the tree (MDicomDS::GetFirstKey). */
+MDICOM_API _DICOMELEMENT *M_DicomGetFirstKey(MDicomDS *hDS, _DICOMELEMENT *pKey,
+                                             int32_t bSameLevel);
+/** Last record of a level or of the tree (MDicomDS::GetLastKey). */
+MDICOM_API _DICOMELEMENT *M_DicomGetLastKey(MDicomDS *hDS, _DICOMELEMENT *pKey, int32_t bSameLevel);
+/** Record behind another (MDicomDS::GetNextKey). */
+MDICOM_API _DICOMELEMENT *M_DicomGetNextKey(MDicomDS *hDS, _DICOMELEMENT *pKey, int32_t bSameLevel);
+/** Record before another (MDicomDS::GetPrevKey). */
+MDICOM_API _DICOMELEMENT *M_DicomGetPrevKey(MDicomDS *hDS, _DICOMELEMENT *pKey, int32_t bSameLevel);
+/** Type of a record (MDicomDS::GetValueKey). */
+MDICOM_API const wchar_t *M_DicomGetValueKey(MDicomDS *hDS, _DICOMELEMENT *pKey);
+/** First record of a type (MDicomDS::FindFirstKey). */
+MDICOM_API _DICOMELEMENT *M_DicomFindFirstKey(MDicomDS *hDS, _DICOMELEMENT *pKey,
+                                              const wchar_t *pszType, int32_t bSameLevel);
+/** Last record of a type (MDicomDS::FindLastKey). */
+MDICOM_API _DICOMELEMENT *M_DicomFindLastKey(MDicomDS *hDS, _DICOMELEMENT *pKey,
+                                             const wchar_t *pszType, int32_t bSameLevel);
+/** Next record of the type of another (MDicomDS::FindNextKey). */
+MDICOM_API _DICOMELEMENT *M_DicomFindNextKey(MDicomDS *hDS, _DICOMELEMENT *pKey,
+                                             int32_t bSameLevel);
+/** Previous record of the type of another (MDicomDS::FindPrevKey). */
+MDICOM_API _DICOMELEMENT *M_DicomFindPrevKey(MDicomDS *hDS, _DICOMELEMENT *pKey,
+                                             int32_t bSameLevel);
+///@}
+
+/// @name Image description
+///@{
+/** Counts frames with and without data (MDicomDS::IsBadPixelData). */
+MDICOM_API int32_t M_DicomIsBadPixelData(MDicomDS *hDS, uint32_t *pBadCount, uint32_t *pGoodCount);
+/** Describes the image of a Pixel Data element (MDicomDS::GetInfoImage). */
+MDICOM_API uint16_t M_DicomGetInfoImage(MDicomDS *hDS, _DICOMELEMENT *pElement, _DICOMIMAGE *pImage,
+                                        uint32_t nIndex);
+/** Number of frames (MDicomDS::GetCountImage). */
+MDICOM_API uint32_t M_DicomGetCountImage(MDicomDS *hDS, _DICOMELEMENT *pElement);
 ///@}
 
 #ifdef __cplusplus

@@ -75,8 +75,18 @@ class MDICOM_API MDicomTreeEx : public MDicomTree {
 
     /** As MDicomTree::Insert. */
     _DICOMLINK *Insert(_DICOMLINK *pLink, uint32_t nSize, uint32_t nPosition);
-    /** As MDicomTree::Delete. */
+    /** As MDicomTree::Delete. Nodes of the tree's block are taken out only. */
     void Delete(_DICOMLINK *pLink);
+
+  private:
+    friend class MDicomIOD;
+
+    /** Names the memory of nodes that were made together and are freed together by their owner;
+     *  null and 0 for none. */
+    void SetBlock(const void *pBlock, size_t nSize);
+
+    const void *m_pBlock = nullptr;
+    size_t m_nBlockSize = 0;
 };
 
 #endif

@@ -225,6 +225,86 @@ typedef struct _FILEJ2KOPTIONS {
     uint32_t nFurther[12];         ///< zero, but the fifth holds the float 0.5
 } _FILEJ2KOPTIONS;
 
+/** Description of an image (PS 3.3, C.7.6.3). */
+typedef struct _DICOMIMAGE {
+    uint32_t nCompression;                   ///< IMAGE_COMPRESSION_ value
+    wchar_t szPhotometricInterpretation[30]; ///< (0028,0004) as read
+    uint32_t nPhotometric;                   ///< PHOTOMETRIC_ value
+    uint32_t nSamplesPerPixel;               ///< 1 if (0028,0002) is absent or 0
+    uint32_t nRows;                          ///< (0028,0010)
+    uint32_t nColumns;                       ///< (0028,0011)
+    uint32_t nBitsAllocated;                 ///< (0028,0100)
+    uint32_t nBitsStored;                    ///< (0028,0101)
+    uint32_t nHighBit;                       ///< (0028,0102)
+    uint32_t nPixelRepresentation;           ///< (0028,0103); 0 with three samples
+    uint32_t nPlanarConfiguration;           ///< (0028,0006); 0 with one sample
+    uint32_t nXResolution;                   ///< columns per inch, 0 for unknown
+    uint32_t nYResolution;                   ///< rows per inch, 0 for unknown
+    uint32_t nSmallestPixelValue;            ///< of the image, else of the series
+    uint32_t bSmallestPixelValue;            ///< nonzero: the value is there
+    uint32_t nLargestPixelValue;             ///< of the image, else of the series
+    uint32_t bLargestPixelValue;             ///< nonzero: the value is there
+    uint32_t nRedEntries;                    ///< entries of the red palette
+    uint32_t nRedFirstValue;                 ///< pixel value of its first entry
+    uint32_t nRedBits;                       ///< bits of an entry
+    uint32_t nGreenEntries;                  ///< as for red
+    uint32_t nGreenFirstValue;               ///< as for red
+    uint32_t nGreenBits;                     ///< as for red
+    uint32_t nBlueEntries;                   ///< as for red
+    uint32_t nBlueFirstValue;                ///< as for red
+    uint32_t nBlueBits;                      ///< as for red
+    uint32_t nMaxEntries;                    ///< largest of the three entry counts
+    uint32_t nMinFirstValue;                 ///< smallest of the three first values
+    uint32_t nBitsPerPixel;                  ///< depth of the bitmap
+    uint32_t bGray;                          ///< nonzero: gray and deeper than one bit
+    uint32_t nFrameCount;                    ///< frames in the Pixel Data element
+} _DICOMIMAGE;
+
+/** Working description of a frame: where it lies and what bitmap it needs. The tables belong to
+ *  the record. */
+typedef struct _IMAGEINFO {
+    uint32_t nSamplesPerPixel;               ///< 1 if (0028,0002) is absent or 0
+    wchar_t szPhotometricInterpretation[31]; ///< (0028,0004) as read
+    uint32_t nPhotometric;                   ///< PHOTOMETRIC_ value
+    uint32_t nRows;                          ///< (0028,0010)
+    uint32_t nColumns;                       ///< (0028,0011)
+    uint32_t nBitsAllocated;                 ///< (0028,0100)
+    uint32_t nBitsStored;                    ///< (0028,0101)
+    uint32_t nHighBit;                       ///< (0028,0102)
+    uint32_t nPixelRepresentation;           ///< (0028,0103); 0 with three samples
+    uint32_t nPlanarConfiguration;           ///< (0028,0006); 0 with one sample
+    uint32_t nXResolution;                   ///< columns per inch, 0 for unknown
+    uint32_t nYResolution;                   ///< rows per inch, 0 for unknown
+    int32_t nSmallestPixelValue;             ///< of the image, else of the series
+    uint32_t bSmallestPixelValue;            ///< nonzero: the value is there
+    int32_t nLargestPixelValue;              ///< of the image, else of the series
+    uint32_t bLargestPixelValue;             ///< nonzero: the value is there
+    uint32_t nRedEntries;                    ///< entries of the red palette
+    uint32_t nRedFirstValue;                 ///< pixel value of its first entry
+    uint32_t nRedBits;                       ///< bits of an entry
+    uint16_t *pRedTable;                     ///< owned; null if not asked for
+    uint32_t nGreenEntries;                  ///< as for red
+    uint32_t nGreenFirstValue;               ///< as for red
+    uint32_t nGreenBits;                     ///< as for red
+    uint16_t *pGreenTable;                   ///< owned; null if not asked for
+    uint32_t nBlueEntries;                   ///< as for red
+    uint32_t nBlueFirstValue;                ///< as for red
+    uint32_t nBlueBits;                      ///< as for red
+    uint16_t *pBlueTable;                    ///< owned; null if not asked for
+    uint32_t nMaxEntries;                    ///< largest of the three entry counts
+    uint32_t nMinFirstValue;                 ///< smallest of the three first values
+    uint32_t nBitsPerPixel;                  ///< depth of the bitmap
+    uint32_t nViewPerspective;               ///< 1: top left
+    uint32_t nCompression;                   ///< IMAGE_COMPRESSION_ value
+    uint32_t bGray;                          ///< nonzero: gray and deeper than one bit
+    uint32_t nOrder;                         ///< colour order of the bitmap: 2 gray, 1 BGR, 0 other
+    uint32_t nFrameCount;                    ///< frames in the Pixel Data element
+    uint32_t nFrameSize;                     ///< bytes of an uncompressed frame
+    uint32_t nFrameOffset;                   ///< offset of the frame in the value of pFrameElement
+    _DICOMELEMENT *pFrameElement;            ///< Pixel Data, or the first fragment of the frame
+    uint32_t nFrameIndex;                    ///< the frame
+} _IMAGEINFO;
+
 /** Debug callback of a data set: element, DS_DEBUG_ code, user data. Its result is ignored. */
 typedef int32_t (*MDICOM_DEBUG_CALLBACK)(_DICOMELEMENT *pElement, uint16_t nCode, void *pUserData);
 
@@ -246,5 +326,7 @@ MDICOM_ASSERT_SIZE(_VALUEDATETIMERANGE, 44);
 MDICOM_ASSERT_SIZE(_DICOMMODULE, 8008);
 MDICOM_ASSERT_SIZE(DICOMBADELEMENT, 24);
 MDICOM_ASSERT_SIZE(_FILEJ2KOPTIONS, 156);
+MDICOM_ASSERT_SIZE(_DICOMIMAGE, 120 + 30 * sizeof(wchar_t));
+MDICOM_ASSERT_SIZE(_IMAGEINFO, sizeof(wchar_t) == 2 ? 248 : 312);
 
 #endif

@@ -3,7 +3,9 @@
 #include <new>
 #include <unordered_map>
 
+#include "Common/DS/ElementIndex.h"
 #include "Common/DS/ElementNode.h"
+#include "Common/DS2/KeysIndex.h"
 #include "Common/DSValue/ValueStore.h"
 #include "Common/Utils/Memory.h"
 #include "MDicomDS.h"
@@ -12,7 +14,6 @@ using namespace mdicom;
 
 namespace {
 
-constexpr uint32_t kDirectoryRecords = 0x00041220;
 constexpr uint32_t kReferencedFile = 0x00041500;
 constexpr uint32_t kReferencedRecord = 0x00041504;
 
@@ -24,6 +25,7 @@ bool HasValue(const _DICOMELEMENT *element) {
 
 /** Gives each record that names a multi-referenced record the file reference itself. */
 void MDicomDS::RefreshKeys() {
+    if (m_pIndex != nullptr) m_pIndex->RecordsChanged();
     if (FindFirstElement(nullptr, kReferencedRecord, 0) == nullptr) return;
     _DICOMELEMENT *records = FindFirstElement(nullptr, kDirectoryRecords, 1);
     if (records == nullptr) return;

@@ -6,6 +6,8 @@
 #include <vector>
 
 #include "Common/DS/ElementNode.h"
+#include "Common/DS2/KeysIndex.h"
+#include "Common/DSImage/ImageInfoFrames.h"
 
 namespace mdicom {
 
@@ -82,8 +84,15 @@ void TagCounts::Clear() noexcept {
     for (uint32_t i = 0; i < m_Capacity; ++i) m_Entries[i] = {};
 }
 
+ElementIndex::ElementIndex() noexcept = default;
+ElementIndex::~ElementIndex() = default;
+
 void ElementIndex::Clear() noexcept {
     m_Counts.Clear();
+    m_Keys.reset();
+    m_Frames.reset();
+    ++m_RecordChanges;
+    ++m_FragmentChanges;
     m_Firsts = {};
     m_NextFirst = 0;
     m_HasFirsts = false;
@@ -93,8 +102,28 @@ void ElementIndex::Clear() noexcept {
     m_StepsWithoutOrder = 0;
 }
 
+void ElementIndex::NoteChange(const _DICOMELEMENT *element) noexcept {
+    const uint32_t tag = element->nTag;
+    const _DICOMELEMENT *parent = tag == TAG_ITEM ? ParentOf(element) : nullptr;
+    const uint32_t holder = parent != nullptr ? parent->nTag : tag;
+    switch (holder) {
+        case kDirectoryRecords:
+        case kFirstRootRecord:
+        case kNextRecord:
+        case kLowerRecord:
+            ++m_RecordChanges;
+            break;
+        case TAG_PIXEL_DATA:
+            ++m_FragmentChanges;
+            break;
+        default:
+            break;
+    }
+}
+
 void ElementIndex::Inserted(_DICOMELEMENT *element) noexcept {
     m_Counts.Add(element->nTag);
+    NoteChange(element);
     if (m_HasFirsts) {
         for (_DICOMELEMENT *&first : m_Firsts) {
             const bool sameTag = first != nullptr && first->nTag == element->nTag;
@@ -115,6 +144,7 @@ void ElementIndex::Inserted(_DICOMELEMENT *element) noexcept {
 
 void ElementIndex::Deleting(_DICOMELEMENT *element) noexcept {
     m_Counts.Remove(element->nTag);
+    NoteChange(element);
     if (m_HasFirsts) {
         for (_DICOMELEMENT *&first : m_Firsts) {
             if (first == element) first = nullptr;

@@ -13,6 +13,9 @@
 
 namespace mdicom {
 
+class FrameIndex;
+class KeyIndex;
+
 /** How often each tag stands in the tree: a small table with open addressing. */
 class TagCounts {
   public:
@@ -43,6 +46,8 @@ class TagCounts {
  */
 class ElementIndex {
   public:
+    ElementIndex() noexcept;
+    ~ElementIndex();
     void Inserted(_DICOMELEMENT *element) noexcept;
     /** Before the element is unlinked; its children are gone. */
     void Deleting(_DICOMELEMENT *element) noexcept;
@@ -76,6 +81,22 @@ class ElementIndex {
     uint64_t StepsWithoutOrder() const noexcept { return m_StepsWithoutOrder; }
     void CountSteps(uint64_t steps) noexcept { m_StepsWithoutOrder += steps; }
 
+    /** Counts what happens to directory records and to the references between them. An index of
+     *  the records is good for one count. */
+    uint64_t RecordChanges() const noexcept { return m_RecordChanges; }
+    void RecordsChanged() noexcept { ++m_RecordChanges; }
+    /** The tree of the directory records; null until it is built. */
+    std::unique_ptr<KeyIndex> &Keys() noexcept { return m_Keys; }
+
+    /** Counts what happens to Pixel Data and its fragments. */
+    uint64_t FragmentChanges() const noexcept { return m_FragmentChanges; }
+    /** After a change of the value of an element. */
+    void ValueChanged(const _DICOMELEMENT *element) noexcept {
+        if (element->nTag == TAG_ITEM) ++m_FragmentChanges;
+    }
+    /** Where the frames of encapsulated Pixel Data begin; null until it is asked for. */
+    std::unique_ptr<FrameIndex> &Frames() noexcept { return m_Frames; }
+
   private:
     using Samples = std::map<uint32_t, _DICOMELEMENT *>;
 
@@ -83,7 +104,13 @@ class ElementIndex {
                                    uint32_t tag) noexcept;
     bool StandsAfter(const _DICOMELEMENT *element, const _DICOMELEMENT *other) const noexcept;
 
+    void NoteChange(const _DICOMELEMENT *element) noexcept;
+
     TagCounts m_Counts;
+    uint64_t m_RecordChanges = 0;
+    uint64_t m_FragmentChanges = 0;
+    std::unique_ptr<KeyIndex> m_Keys;
+    std::unique_ptr<FrameIndex> m_Frames;
     std::array<_DICOMELEMENT *, 8> m_Firsts{};
     uint32_t m_NextFirst = 0;
     bool m_HasFirsts = false;

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <mutex>
 
+#include "Common/DS/ElementIndex.h"
 #include "Common/DS/ElementNode.h"
 #include "Common/DSValue/ValueStore.h"
 #include "Common/Utils/ByteOrder.h"
@@ -122,6 +123,11 @@ bool IsUndefined(const _DICOMELEMENT *element) {
     return element->nLength == kUndefinedLength;
 }
 
+/** Before an edit: what is remembered of fragments may no longer hold. */
+void NoteEdit(ElementIndex *index, const _DICOMELEMENT *element) {
+    if (index != nullptr) index->ValueChanged(element);
+}
+
 } // namespace
 
 bool MDicomDS::IsStoredLittleEndian(const _DICOMELEMENT *pElement) const {
@@ -151,6 +157,7 @@ int32_t MDicomDS::GetFileBinaryValue(_DICOMELEMENT *pElement, void *pBuffer, uin
 
 int32_t MDicomDS::SetBinaryValue(_DICOMELEMENT *pElement, void *pData, uint32_t nLength) {
     if (pElement == nullptr || !CheckElement(pElement) || IsUndefined(pElement)) return 0;
+    NoteEdit(m_pIndex, pElement);
     if (pData == nullptr || nLength == 0) {
         const int32_t emptied = DeleteFileBinaryValue(pElement, 0, kUndefinedLength);
         return pData != nullptr ? emptied : 0;
@@ -178,6 +185,7 @@ int32_t MDicomDS::SetBinaryValue(_DICOMELEMENT *pElement, void *pData, uint32_t 
 int32_t MDicomDS::InsertBinaryValue(_DICOMELEMENT *pElement, void *pData, uint32_t nOffset,
                                     uint32_t nLength) {
     if (pElement == nullptr || !CheckElement(pElement) || IsUndefined(pElement)) return 0;
+    NoteEdit(m_pIndex, pElement);
     if (nLength == kUndefinedLength) return 0;
     if (nLength == 0) return 1;
     const StoreGuard guard(m_pExtra);
@@ -207,6 +215,7 @@ int32_t MDicomDS::InsertFileBinaryValue(_DICOMELEMENT *pElement, void *pData, ui
 int32_t MDicomDS::DeleteFileBinaryValue(_DICOMELEMENT *pElement, uint32_t nOffset,
                                         uint32_t nLength) {
     if (pElement == nullptr || IsUndefined(pElement)) return 0;
+    NoteEdit(m_pIndex, pElement);
     if (nOffset >= pElement->nLength) return 1;
     nLength = std::min(nLength, pElement->nLength - nOffset);
     if (nLength == 0) return 1;
@@ -231,6 +240,7 @@ int32_t MDicomDS::SetFileBinaryValue(_DICOMELEMENT *pElement, void *pData, uint3
                                      uint32_t nLength) {
     if (pElement == nullptr || pData == nullptr) return 0;
     if (IsUndefined(pElement) || nLength == kUndefinedLength) return 0;
+    NoteEdit(m_pIndex, pElement);
     if (nLength == 0) return DeleteFileBinaryValue(pElement, nOffset, kUndefinedLength);
     const StoreGuard guard(m_pExtra);
     DropEmptyBlock(pElement);

@@ -5,7 +5,9 @@
 #include <dlfcn.h>
 
 #include "Common/Utils/Memory.h"
+#include "MDicomContextGroup.h"
 #include "MDicomDS.h"
+#include "MDicomIOD.h"
 #include "MDicomTag.h"
 #include "MDicomUID.h"
 #include "MDicomVR.h"
@@ -62,17 +64,23 @@ uint16_t M_DicomSetMemoryAllocation(uint16_t nMode) {
     return previous;
 }
 
-void M_DicomEngineStartup(uint16_t) {
+void M_DicomEngineStartup(uint16_t nFlags) {
     M_DicomSetMemoryAllocation(1);
     MDicomVR::Default();
     MDicomUID::Default();
     MDicomTag::Default();
+    if ((nFlags & DICOM_ENGINE_LAZY_IOD) == 0) MDicomIOD::Default();
+    if ((nFlags & DICOM_ENGINE_LAZY_CONTEXT_GROUPS) == 0) MDicomContextGroup::Default(nullptr);
 }
 
 void M_DicomEngineShutdown() {
     MDicomVR::Reset();
     MDicomUID::Reset();
     MDicomTag::Reset();
+    MDicomIOD::Reset();
+    MDicomContextGroup::Reset();
+    MDicomIOD::SetInitialized(0);
+    MDicomContextGroup::SetInitialized(0);
 }
 
 static LibraryEntry libraryEntry;

@@ -168,5 +168,12 @@ _DICOMLINK *MDicomTreeEx::Insert(_DICOMLINK *pLink, uint32_t nSize, uint32_t nPo
 void MDicomTreeEx::Delete(_DICOMLINK *pLink) {
     if (pLink == nullptr) return;
     Unlink(pLink);
-    std::free(pLink);
+    const uintptr_t offset =
+        reinterpret_cast<uintptr_t>(pLink) - reinterpret_cast<uintptr_t>(m_pBlock);
+    if (offset >= m_nBlockSize) std::free(pLink);
+}
+
+void MDicomTreeEx::SetBlock(const void *pBlock, size_t nSize) {
+    m_pBlock = pBlock;
+    m_nBlockSize = nSize;
 }

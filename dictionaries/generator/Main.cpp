@@ -22,6 +22,11 @@ constexpr Table kTables[] = {
     {"TagTable.inc", generator::WriteTagTable},
     {"UidTable.inc", generator::WriteUidTable},
     {"IodClassTable.inc", generator::WriteIodClassTable},
+    {"IodRowTable.inc", generator::WriteIodRowTable},
+    {"IodTableTable.inc", generator::WriteIodTableTable},
+    {"ContextGroupTable.inc", generator::WriteContextGroupTable},
+    {"ConceptTable.inc", generator::WriteConceptTable},
+    {"ContextIncludeTable.inc", generator::WriteContextIncludeTable},
 };
 
 template <typename Writer>

@@ -2,7 +2,9 @@
 
 #include "Tables.h"
 
+#include <map>
 #include <sstream>
+#include <string>
 
 #include "Tsv.h"
 
@@ -32,13 +34,14 @@ void WriteUidTable(const std::filesystem::path &data, TextPool &texts, std::ostr
 }
 
 void WriteIodClassTable(const std::filesystem::path &data, TextPool &, std::ostream &out) {
+    std::map<std::string, uint32_t> classes;
     for (const TsvRow &row : ReadTsv(data / "iod_classes.tsv", "code\tname\tuid\ttable")) {
-        const uint32_t code = row.LeadingNumber(0);
         std::istringstream uids(row.Text(2));
         for (std::string uid; std::getline(uids, uid, '\\');) {
-            if (!uid.empty()) out << '{' << code << ", \"" << uid << "\"},\n";
+            if (!uid.empty()) classes.try_emplace(uid, row.Number(0));
         }
     }
+    for (const auto &[uid, code] : classes) out << '{' << code << ", \"" << uid << "\"},\n";
 }
 
 } // namespace generator

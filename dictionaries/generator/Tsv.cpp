@@ -31,14 +31,6 @@ uint32_t TsvRow::Number(size_t column, int base) const {
     return number;
 }
 
-uint32_t TsvRow::LeadingNumber(size_t column) const {
-    const std::string &text = Text(column);
-    uint32_t number = 0;
-    const auto result = std::from_chars(text.data(), text.data() + text.size(), number);
-    if (result.ec != std::errc()) Fail(column);
-    return number;
-}
-
 uint32_t TsvRow::VrCode(size_t column) const {
     const std::string &text = Text(column);
     if (text.size() != 2) Fail(column);

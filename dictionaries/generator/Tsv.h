@@ -19,14 +19,13 @@ class TsvRow {
     const std::string &Text(size_t column) const { return m_Fields.at(column); }
     /** Number in the given base; throws std::runtime_error for a field that is none. */
     uint32_t Number(size_t column, int base = 10) const;
-    /** Number at the start of a field that may go on with letters. */
-    uint32_t LeadingNumber(size_t column) const;
     /** Code of a VR: the two letters as a number. */
     uint32_t VrCode(size_t column) const;
 
-  private:
+    /** Throws a std::runtime_error that names the place of a field. */
     [[noreturn]] void Fail(size_t column) const;
 
+  private:
     std::string m_Place; ///< file and line, for messages
     std::vector<std::string> m_Fields;
 };

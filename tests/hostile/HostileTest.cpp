@@ -92,7 +92,7 @@ TEST(Hostile, CutAnywhere) {
     std::mt19937 random(13);
     for (const auto &encoding : kEncodings) {
         const Bytes whole =
-            RichFile(encoding.uid, encoding.littleEndian, encoding.isExplicit, 20, 60000);
+            RichFile(encoding.uid, encoding.littleEndian, encoding.isExplicit, 24, 60000);
         ASSERT_GT(whole.size(), 2200u + 60000u);
         for (size_t length = 1; length <= 2000; ++length) {
             LoadAndUse(Bytes(whole.begin(), whole.begin() + static_cast<long>(length)));
