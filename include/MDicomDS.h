@@ -531,6 +531,7 @@ class MDICOM_API MDicomDS {
     bool FillRecord(_DICOMELEMENT *pRecord, const wchar_t *pszType);
     bool LinkRecord(const mdicom::KeyLevel &Level, uint32_t nIdentity);
     bool SetReference(_DICOMELEMENT *pRecord, uint32_t nTag, uint32_t nIdentity);
+    void TurnReference(_DICOMELEMENT *pRecord, uint32_t nTag, uint32_t nIdentity);
     void Unlink(const mdicom::KeyNode &Node);
     _DICOMELEMENT *FindChild(_DICOMELEMENT *pParent, uint32_t nTag);
     bool IsKeyOfType(_DICOMELEMENT *pKey, const wchar_t *pszType);

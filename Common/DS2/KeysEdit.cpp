@@ -149,9 +149,11 @@ bool MDicomDS::LinkRecord(const KeyLevel &Level, uint32_t nIdentity) {
         holder = Level.parent->item;
         tag = kLowerRecord;
     }
-    // The end of the root first: without the reference below it does no harm.
-    if (Level.parent == nullptr && !SetReference(nullptr, kLastRootRecord, nIdentity)) return false;
-    return SetReference(holder, tag, nIdentity);
+    if (Level.parent != nullptr) return SetReference(holder, tag, nIdentity);
+    if (!SetReference(nullptr, kLastRootRecord, nIdentity)) return false;
+    if (SetReference(holder, tag, nIdentity)) return true;
+    TurnReference(nullptr, kLastRootRecord, holder != nullptr ? holder->nRecordOffset : 0);
+    return false;
 }
 
 /** Lets a reference of a record (null: of the directory) name a record; 0 for none. */
@@ -166,6 +168,14 @@ bool MDicomDS::SetReference(_DICOMELEMENT *pRecord, uint32_t nTag, uint32_t nIde
     if (!SetLongValue(reference, &value, 1)) return false;
     reference->nRecordOffset = nIdentity;
     return true;
+}
+
+/** As SetReference, but an existing reference never keeps the record that it named: what a save
+ *  writes is its identity, not the value. */
+void MDicomDS::TurnReference(_DICOMELEMENT *pRecord, uint32_t nTag, uint32_t nIdentity) {
+    if (SetReference(pRecord, nTag, nIdentity)) return;
+    _DICOMELEMENT *reference = FindChild(pRecord, nTag);
+    if (reference != nullptr) reference->nRecordOffset = nIdentity;
 }
 
 void MDicomDS::DeleteKey(_DICOMELEMENT *pKey) {
@@ -193,13 +203,13 @@ void MDicomDS::Unlink(const KeyNode &Node) {
     const uint32_t next = Node.next != nullptr ? Node.next->item->nRecordOffset : 0;
     const uint32_t previous = Node.prev != nullptr ? Node.prev->item->nRecordOffset : 0;
     if (Node.prev != nullptr) {
-        SetReference(Node.prev->item, kNextRecord, next);
+        TurnReference(Node.prev->item, kNextRecord, next);
     } else if (parent != nullptr) {
-        SetReference(parent->item, kLowerRecord, next);
+        TurnReference(parent->item, kLowerRecord, next);
     } else if (inRoot) {
-        SetReference(nullptr, kFirstRootRecord, next);
+        TurnReference(nullptr, kFirstRootRecord, next);
     }
-    if (inRoot && next == 0) SetReference(nullptr, kLastRootRecord, previous);
+    if (inRoot && next == 0) TurnReference(nullptr, kLastRootRecord, previous);
 }
 
 /** Inserts the elements of a module into an element (null: the top level). A sequence whose row

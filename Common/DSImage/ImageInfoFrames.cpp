@@ -110,6 +110,9 @@ void ScanFragments(MDicomDS &dataSet, _DICOMELEMENT *table, uint32_t fragments, 
             list.starts.push_back(item);
         }
     }
+    // A single frame needs no sign of its start: JPEG 2000 may stand in a file format of its own.
+    const bool single = list.rules.numberOfFrames <= 1;
+    if (list.starts.empty() && fragments > 0 && single) list.starts.push_back(NextOf(table));
     // Some writers leave the table out.
     if (list.starts.empty() && table->nLength >= kShortestFragment) list.starts.push_back(table);
 }

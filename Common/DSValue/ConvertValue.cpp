@@ -33,14 +33,18 @@ class TextSink {
 
     virtual void Put(std::string_view text) = 0;
     virtual bool IsMeasuring() const = 0;
-    /** True when more text would make no difference. */
-    virtual bool IsDone() const = 0;
+    /** Characters that would make a difference. */
+    virtual uint64_t Room() const = 0;
     /** Counts characters without having them. */
     void Count(uint64_t characters) { m_Length += characters; }
 
   protected:
     uint64_t m_Length = 0;
 };
+
+uint64_t Remaining(uint64_t room, uint64_t length) {
+    return room > length ? room - length : 0;
+}
 
 /** Characters with their terminator, or 0 for more than a size can tell. */
 uint32_t SizeOf(uint64_t length) {
@@ -53,11 +57,11 @@ class NarrowSink final : public TextSink {
     explicit NarrowSink(char *buffer) : m_Buffer(buffer) {}
 
     void Put(std::string_view text) override {
-        if (m_Buffer != nullptr && !IsDone()) text.copy(m_Buffer + m_Length, text.size());
+        if (m_Buffer != nullptr && Room() != 0) text.copy(m_Buffer + m_Length, text.size());
         m_Length += text.size();
     }
     bool IsMeasuring() const override { return m_Buffer == nullptr; }
-    bool IsDone() const override { return m_Length >= kLongestText; }
+    uint64_t Room() const override { return Remaining(kLongestText, m_Length); }
 
     uint32_t Finish(bool shown) {
         // Nothing is known of the room before the first text.
@@ -87,8 +91,9 @@ class WideSink final : public TextSink {
         if (wide) Append(*wide);
     }
     bool IsMeasuring() const override { return m_Buffer == nullptr; }
-    bool IsDone() const override {
-        return m_Failed || m_Length >= kLongestText || (m_Buffer != nullptr && m_Length >= m_Room);
+    uint64_t Room() const override {
+        if (m_Failed) return 0;
+        return Remaining(m_Buffer != nullptr ? m_Room : kLongestText, m_Length);
     }
 
     uint32_t Finish(bool shown) {
@@ -128,8 +133,11 @@ bool ShowUnits(MDicomDS &dataSet, _DICOMELEMENT *element, TextSink &sink) {
     const uint32_t end = count * form.unit;
     std::vector<uint8_t> piece(std::min(kPieceSize, end));
     std::string text;
-    for (uint32_t offset = 0; offset < end && !sink.IsDone();) {
-        const uint32_t size = std::min(kPieceSize, end - offset);
+    for (uint32_t offset = 0; offset < end && sink.Room() != 0;) {
+        // A value takes one character at least.
+        const uint64_t wanted = sink.Room() * form.unit;
+        const auto size =
+            static_cast<uint32_t>(std::min<uint64_t>(wanted, std::min(kPieceSize, end - offset)));
         if (!dataSet.GetBinaryValue(element, piece.data(), offset, size)) return false;
         text.clear();
         for (uint32_t place = 0; place < size; place += form.unit) {
@@ -146,7 +154,7 @@ bool ShowUnits(MDicomDS &dataSet, _DICOMELEMENT *element, TextSink &sink) {
 template <typename Show>
 void ShowEach(std::string_view stored, std::span<const uint32_t> sets, TextSink &sink, Show show) {
     ValueSplitter values(stored, sets);
-    for (bool first = true; !sink.IsDone(); first = false) {
+    for (bool first = true; sink.Room() != 0; first = false) {
         const auto value = values.Next();
         if (!value) return;
         if (!first) sink.Put("\\");

@@ -186,7 +186,7 @@ TEST(Copy, OfRealFilesIsEqual) {
         EXPECT_EQ(Difference(source, target, {.skipTransferSyntax = false}), "") << path;
         MDicomDS turned(nullptr);
         turned.m_nFlags = DS_BIG_ENDIAN | DS_EXPLICIT_VR;
-        _DICOMELEMENT *first = InsertText(turned, nullptr, 0x00010001, "LO", "here");
+        _DICOMELEMENT *first = InsertText(turned, nullptr, 0x00010FFF, "LO", "here");
         ASSERT_EQ(turned.CopyDS(nullptr, &source, nullptr), 0) << path;
         turned.DeleteElement(first);
         EXPECT_EQ(Difference(source, turned), "") << path;
@@ -376,8 +376,13 @@ TEST(Copy, ThatFailsLeavesNoHalfElement) {
                 EXPECT_EQ(status, 0);
                 break;
             }
-            // Memory of block lists counts as the store's.
-            EXPECT_TRUE(status == expected[kind] || status == 5 || status == 0)
+            // Memory that reading or storing needs counts as theirs.
+            // What fails behind the copy, as the character sets are read again, does not spoil it.
+            if (status == 0) {
+                EXPECT_EQ(Difference(source, target), "");
+                continue;
+            }
+            EXPECT_TRUE(status == expected[kind] || kind == KERNEL_FAULT_ALLOCATE)
                 << kind << ' ' << place << ' ' << status;
             for (auto *element = target.GetFirstElement(nullptr, 0, 1); element != nullptr;
                  element = target.GetNextElement(element, 0, 1)) {

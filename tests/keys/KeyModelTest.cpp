@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <memory>
 #include <random>
 
 #include "Directory.h"
@@ -102,7 +103,9 @@ TEST(KeyModel, RandomEditsAgreeWithAPlainTreeAndSurviveAReload) {
                 std::erase_if(level, [node](const auto &each) { return each.get() == node; });
             }
             // Without a comparison in between, edits stand on what edits have kept up to date.
-            if (random() % 3 == 0) ASSERT_NO_FATAL_FAILURE(Compare(ds, root)) << seed;
+            if (random() % 3 == 0) {
+                ASSERT_NO_FATAL_FAILURE(Compare(ds, root)) << seed;
+            }
         }
         ASSERT_NO_FATAL_FAILURE(Compare(ds, root)) << seed;
         ASSERT_NO_FATAL_FAILURE(CompareAfterReload(ds, root)) << seed;
@@ -115,7 +118,9 @@ void CheckSteps(MDicomDS &ds, _DICOMELEMENT *key, size_t records) {
         size_t steps = 0;
         for (_DICOMELEMENT *at = key; at != nullptr && steps <= records; ++steps) {
             _DICOMELEMENT *next = ds.GetNextKey(at, sameLevel);
-            if (next != nullptr) ASSERT_EQ(ds.GetPrevKey(next, sameLevel), at);
+            if (next != nullptr) {
+                ASSERT_EQ(ds.GetPrevKey(next, sameLevel), at);
+            }
             at = next;
         }
         ASSERT_LE(steps, records);
@@ -125,7 +130,9 @@ void CheckSteps(MDicomDS &ds, _DICOMELEMENT *key, size_t records) {
     size_t steps = 0;
     for (_DICOMELEMENT *at = key; at != nullptr && steps <= records; ++steps) {
         _DICOMELEMENT *child = ds.GetChildKey(at);
-        if (child != nullptr) ASSERT_EQ(ds.GetParentKey(child), at);
+        if (child != nullptr) {
+            ASSERT_EQ(ds.GetParentKey(child), at);
+        }
         at = child;
     }
     ASSERT_LE(steps, records);
@@ -166,7 +173,7 @@ TEST(KeyModel, EditsOfRandomReferencesEnd) {
     for (unsigned seed = 0; seed < 400; ++seed) {
         std::mt19937 random(seed);
         std::vector<RawRecord> records(1 + random() % 9);
-        const auto any = [&] { return random() % static_cast<uint32_t>(records.size() + 3); };
+        const auto any = [&] { return static_cast<uint32_t>(random() % (records.size() + 3)); };
         for (RawRecord &record : records) record = {any(), any()};
         support::Bytes bytes = EncodeDirectory(any(), records);
         MDicomDS ds(nullptr);

@@ -4,7 +4,6 @@
 
 #include <vector>
 
-#include "MDicomFlat.h"
 #include "kernel/Mvkrnx.h"
 #include "values/Values.h"
 
@@ -153,16 +152,4 @@ TEST_F(PrivateElements, WhatIsNoCreatorHasNoBlock) {
     }
     EXPECT_EQ(ds.FindNextPrivateElement(nullptr, creator), nullptr);
     EXPECT_EQ(ds.GetNextUnusedPrivateTag(creator, nullptr), 9);
-}
-
-TEST_F(PrivateElements, HaveFlatFunctions) {
-    _DICOMELEMENT *creator = nullptr;
-    uint32_t tag = 0;
-    EXPECT_EQ(M_DicomCreatePrivateCreatorDataElement(&ds, nullptr, 9, kFree, L"A", &creator), 0);
-    EXPECT_EQ(M_DicomFindFirstPrivateCreatorDataElement(&ds, nullptr, 1, L"A", 9), creator);
-    EXPECT_EQ(M_DicomFindNextPrivateCreatorDataElement(&ds, creator, 1, L"A", 9), nullptr);
-    EXPECT_EQ(M_DicomGetNextUnusedPrivateTag(&ds, creator, &tag), 0);
-    _DICOMELEMENT *element = Add(tag);
-    EXPECT_EQ(M_DicomFindFirstPrivateElement(&ds, creator), element);
-    EXPECT_EQ(M_DicomFindNextPrivateElement(&ds, element, creator), nullptr);
 }
