@@ -32,8 +32,8 @@ struct Recipe {
     std::vector<Text> texts;
 };
 
-// A program has a root of its own for its UIDs (PS 3.5, 9).
-const std::string kUidRoot = "1.2.826.0.1.3680043.10.511.";
+// All that a real program makes gets UIDs of its own, for instance from UUIDs (PS 3.5, B.2).
+const std::string kUidRoot = "2.25.32980073569858662929564197851150617291";
 
 const std::vector<Text> kAll = {
     {0x00020001, std::string("\0\1", 2)},
@@ -135,8 +135,8 @@ _DICOMELEMENT *FirstOfItem(MDicomDS &ds, _DICOMELEMENT *level, uint32_t sequence
 /** A gray image with a ramp from left to right. */
 bool SetImage(MDicomDS &ds) {
     const Number description[] = {
-        {0x00280002, {1}},     {0x00280010, {kSize}}, {0x00280011, {kSize}}, {0x00280100, {16}},
-        {0x00280101, {12}},    {0x00280102, {11}},    {0x00280103, {0}},
+        {0x00280002, {1}},  {0x00280010, {kSize}}, {0x00280011, {kSize}}, {0x00280100, {16}},
+        {0x00280101, {12}}, {0x00280102, {11}},    {0x00280103, {0}},
     };
     const Text photometric[] = {{0x00280004, "MONOCHROME2"}};
     std::vector<uint16_t> pixels(size_t{kSize} * kSize);

@@ -441,8 +441,8 @@ class MDICOM_API MDicomDS {
     /**
      * Describes the image of a Pixel Data element.
      * @param nIndex frame, from 0 within this element
-     * @return 0; 9 element not in the tree, 10 no Pixel Data or no such frame, 12 photometric
-     *         interpretation unknown, 14 rows or columns missing
+     * @return 0; 2 no memory, 9 element not in the tree, 10 no Pixel Data or no such frame, 12
+     *         photometric interpretation unknown, 14 rows or columns missing or beyond all memory
      */
     uint16_t GetInfoImage(_DICOMELEMENT *pElement, _DICOMIMAGE *pImage, uint32_t nIndex);
     /** Counts the frames of the Pixel Data on the top level that have no data and those that

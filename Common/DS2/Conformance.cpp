@@ -106,8 +106,8 @@ uint16_t MDicomDS::GetFindings(_DICOMELEMENT *pElement) {
     if (row == nullptr) findings |= CONFORMANCE_NO_TAG;
     if (MDicomVR::Find(pElement->nVR) == nullptr) findings |= CONFORMANCE_NO_VR;
     if (GetDefaultVR(pElement, pElement->nTag, 0) != pElement->nVR) findings |= CONFORMANCE_BAD_VR;
-    const bool hasCount = row != nullptr && pElement->nTag != TAG_ITEM &&
-                          pElement->nLength != kUndefinedLength;
+    const bool hasCount =
+        row != nullptr && pElement->nTag != TAG_ITEM && pElement->nLength != kUndefinedLength;
     if (hasCount) findings |= CompareCount(CountForTest(pElement), *row);
     return static_cast<uint16_t>(findings);
 }

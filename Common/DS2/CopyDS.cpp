@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "Common/DS/ElementNode.h"
+#include "Common/DS2/IodWalk.h"
 #include "Common/DSValue/ValueAccess.h"
 #include "Common/DSValue/ValueStore.h"
 #include "Common/Utils/Memory.h"
@@ -14,7 +15,6 @@ using namespace mdicom;
 
 namespace {
 
-constexpr uint32_t kDirectoryClass = 71;   // its elements have identities (PS 3.3, F.3.2.2)
 constexpr uint32_t kPieceSize = 64 * 1024; // holds whole units of every size
 
 struct CopyStep {
@@ -75,6 +75,7 @@ uint16_t MDicomDS::CopyTreeDS(_DICOMELEMENT *pTarget, MDicomDS *pSourceDS, _DICO
                               MDICOM_DEBUG_CALLBACK pfnCallback, void *pUserData) {
     uint32_t sourceClass = 0;
     pSourceDS->GetInfoDS(&sourceClass, nullptr);
+    // Records refer to each other by identities (PS 3.3, F.3.2.2).
     const bool withIdentities = sourceClass == kDirectoryClass;
     const auto steps =
         PlanCopy(pSource != nullptr ? pSource->Link.pFirstChild : pSourceDS->m_Tree.pFirst);
@@ -116,20 +117,15 @@ uint16_t MDicomDS::CopyElement(_DICOMELEMENT *pParent, MDicomDS *pSourceDS, _DIC
         (*ppTarget)->nVR = pSource->nVR;
         (*ppTarget)->nLength = container ? kUndefinedLength : 0;
     }
-    _DICOMELEMENT *target = *ppTarget;
-    if (container) {
-        if (!IsContainer(target)) return DICOM_ERROR_MEMORY; // no place for children
-    } else if (pSource->nLength != 0) {
-        const Status status = CopyValue(target, pSourceDS, pSource);
-        if (status != DICOM_SUCCESS) {
-            if (inserted) DeleteElement(target);
-            return status;
-        }
-    } else {
-        return DICOM_SUCCESS;
+    if (pSource->nLength == 0) return DICOM_SUCCESS;
+    if (container && !IsContainer(*ppTarget)) return DICOM_ERROR_MEMORY; // no place for children
+    const Status status = container ? Status{} : CopyValue(*ppTarget, pSourceDS, pSource);
+    if (status == DICOM_SUCCESS) {
+        if (bIdentity) (*ppTarget)->nRecordOffset = pSource->nRecordOffset;
+    } else if (inserted) {
+        DeleteElement(*ppTarget);
     }
-    if (bIdentity) target->nRecordOffset = pSource->nRecordOffset;
-    return DICOM_SUCCESS;
+    return status;
 }
 
 /** Puts the value of pSource in place of that of pTarget, which stays after a failure. */

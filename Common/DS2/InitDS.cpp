@@ -31,11 +31,12 @@ struct ModalityRow {
 };
 
 constexpr ModalityRow kModalities[] = {
-    {0, 0, "CR"},       {1, 1, "CT"},     {2, 2, "MR"},       {3, 4, "NM"},   {5, 8, "US"},
-    {9, 14, "OT"},      {15, 16, "XA"},   {17, 17, "RF"},     {18, 18, "RTIMAGE"},
-    {19, 19, "RTDOSE"}, {20, 20, "RTSTRUCT"}, {21, 21, "RTPLAN"}, {22, 22, "PT"},
-    {23, 24, "OT"},     {25, 26, "HC"},   {27, 28, "DX"},     {29, 30, "MG"}, {31, 32, "IO"},
-    {36, 36, "ES"},     {37, 37, "GM"},   {38, 38, "SM"},     {39, 39, "XC"},
+    {0, 0, "CR"},        {1, 1, "CT"},       {2, 2, "MR"},         {3, 4, "NM"},
+    {5, 8, "US"},        {9, 14, "OT"},      {15, 16, "XA"},       {17, 17, "RF"},
+    {18, 18, "RTIMAGE"}, {19, 19, "RTDOSE"}, {20, 20, "RTSTRUCT"}, {21, 21, "RTPLAN"},
+    {22, 22, "PT"},      {23, 24, "OT"},     {25, 26, "HC"},       {27, 28, "DX"},
+    {29, 30, "MG"},      {31, 32, "IO"},     {36, 36, "ES"},       {37, 37, "GM"},
+    {38, 38, "SM"},      {39, 39, "XC"},
 };
 
 /** Transfer syntaxes of the compression classes, the first of which is that of class 1. */

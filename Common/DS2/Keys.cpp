@@ -2,7 +2,8 @@
 
 #include <cwchar>
 #include <memory>
-#include <string>
+#include <span>
+#include <string_view>
 
 #include "Common/DS/ElementIndex.h"
 #include "Common/DS/ElementNode.h"
@@ -30,7 +31,7 @@ bool Contains(std::span<const uint32_t> tags, uint32_t tag) {
     return false;
 }
 
-/** Walks from key to key. */
+/** Whether a step stays among siblings. */
 enum class Scope { Level, Tree };
 
 Scope ScopeOf(int32_t sameLevel) {
@@ -165,14 +166,16 @@ _DICOMELEMENT *MDicomDS::GetChildKey(_DICOMELEMENT *pKey) {
 }
 
 _DICOMELEMENT *MDicomDS::GetFirstKey(_DICOMELEMENT *pKey, int32_t bSameLevel) {
-    KeyIndex *index = CheckElement(pKey) ? GetKeyIndex() : nullptr;
+    if (!CheckElement(pKey)) return nullptr;
+    KeyIndex *index = GetKeyIndex();
     KeyNode *node = GetKeyNode(pKey);
     if (index == nullptr || (pKey != nullptr && node == nullptr)) return nullptr;
     return ItemOf(LevelOf(*index, node, ScopeOf(bSameLevel)).first);
 }
 
 _DICOMELEMENT *MDicomDS::GetLastKey(_DICOMELEMENT *pKey, int32_t bSameLevel) {
-    KeyIndex *index = CheckElement(pKey) ? GetKeyIndex() : nullptr;
+    if (!CheckElement(pKey)) return nullptr;
+    KeyIndex *index = GetKeyIndex();
     KeyNode *node = GetKeyNode(pKey);
     if (index == nullptr || (pKey != nullptr && node == nullptr)) return nullptr;
     KeyNode *last = LevelOf(*index, node, ScopeOf(bSameLevel)).last;

@@ -158,8 +158,7 @@ _DICOMELEMENT *MDicomDS::InsertRow(_DICOMELEMENT *pParent, _DICOMIOD *pRow, int3
         element = InsertElement(pParent, 1, tag, elementVr, elementVr == vr::SQ, 0xFFFFFFFF);
     }
     if (element == nullptr || GetCountElementIOD(pRow, bOptional) == 0) return nullptr;
-    const bool takesItem =
-        element->nLength == kUndefinedLength && FirstChildOf(element) == nullptr;
+    const bool takesItem = element->nLength == kUndefinedLength && FirstChildOf(element) == nullptr;
     if (!takesItem) return nullptr;
     const uint16_t itemVr = GetDefaultVR(element, TAG_ITEM, 1);
     return InsertElement(element, 1, TAG_ITEM, itemVr, 1, 0xFFFFFFFF);

@@ -44,8 +44,6 @@ void AppendUnit(std::string &bytes, T value) {
     bytes.append(unit, sizeof value);
 }
 
-// --- Numbers in text ----------------------------------------------------------------------------
-
 ParsedNumber<int64_t> ParseHexadecimal(std::string_view text) {
     const size_t start = std::min(text.find_first_not_of(" \t\n\v\f\r"), text.size());
     const std::string_view number = text.substr(start);
@@ -102,8 +100,6 @@ uint32_t ClampFraction(int64_t number) {
     return static_cast<uint32_t>(
         std::clamp<int64_t>(number, 0, std::numeric_limits<uint32_t>::max()));
 }
-
-// --- Binary values ------------------------------------------------------------------------------
 
 void ShowByte(const uint8_t *value, std::string &text) {
     constexpr char kDigits[] = "0123456789ABCDEF";
@@ -187,8 +183,6 @@ constexpr UnitForm kUnitForms[] = {
     IntegerForm<uint16_t>(vr::US),
     IntegerForm<uint64_t>(vr::UV),
 };
-
-// --- Ages, dates and times ----------------------------------------------------------------------
 
 struct AgeUnit {
     char reference;
@@ -289,8 +283,6 @@ void EnterDateTime(std::string_view text, EnteredFields &fields, std::string &st
                         Low16(fields[4]), Low16(fields[5]), ClampFraction(fields[6]),
                         static_cast<int32_t>(std::clamp(fields[7], -kLimit, kLimit))});
 }
-
-// --- Numbers that are stored as text ------------------------------------------------------------
 
 /** Numbers beyond 32 bits are not what the VR allows, but are found: they are kept. */
 void ShowIntegerText(std::string_view stored, bool, std::string &text) {

@@ -205,7 +205,7 @@ TEST(Copy, OfAPartGoesWhereItIsTold) {
     EXPECT_EQ(StoredText(target, 0x00081150), "1.2.840.10");
     EXPECT_EQ(StoredText(target, 0x00081155), "1.2.3.40");
     EXPECT_EQ(CountElements(target), 6u);
-    // A leaf has nothing to copy, and takes nothing.
+    // A leaf has nothing to give, and takes nothing.
     EXPECT_EQ(target.CopyDS(item, &source, Find(source, 0x00100010)), 0);
     EXPECT_EQ(target.CopyDS(Find(target, 0x00081150), &source, nullptr), 9);
     EXPECT_EQ(target.CopyDS(nullptr, nullptr, nullptr), 9);

@@ -39,7 +39,8 @@ TEST(KeyFault, AnInsertionIsWholeOrNotThere) {
             ds.DeleteElement(ds.FindFirstElement(nullptr, 0x00041202, 1)); // so it is inserted
             _DICOMELEMENT *parent = atRoot ? nullptr : ds.GetFirstKey(nullptr, 0);
             FailAllocation(place);
-            const bool inserted = ds.InsertKey(parent, L"STUDY", 0) != nullptr;
+            const bool inserted =
+                ds.InsertKey(parent, atRoot ? L"PATIENT" : L"STUDY", 0) != nullptr;
             reached = AllocationFailed();
             FailAllocation(-1);
             const std::wstring more =
@@ -56,7 +57,6 @@ TEST(KeyFault, ADeletionIsWholeOrNothing) {
         ASSERT_LT(place, 1000);
         MDicomDS ds(nullptr);
         Fill(ds);
-        ds.DeleteElement(ds.InsertElement(nullptr, 0, 0x00041200, 0, 0, 0)); // no tree is kept
         _DICOMELEMENT *first = ds.GetFirstKey(nullptr, 0);
         FailAllocation(place);
         ds.DeleteKey(first);

@@ -127,6 +127,24 @@ TEST(KeyView, ChangesOfElementsAreNoticed) {
     EXPECT_EQ(ds.InsertKey(nullptr, L"PATIENT", 0)->nRecordOffset, 1u);
 }
 
+TEST(KeyView, StaleHandlesAreRefusedWhileTheyAreLookedUp) {
+    MDicomDS ds(nullptr);
+    _DICOMELEMENT *key = ds.InsertKey(nullptr, L"PATIENT", 0);
+    ds.DeleteKey(key);
+    int reports = 0;
+    const auto count = [](_DICOMELEMENT *, uint16_t, void *data) {
+        return ++*static_cast<int *>(data);
+    };
+    ds.SetDebugDS(count, &reports);
+    EXPECT_EQ(ds.GetFirstKey(key, 0), nullptr);
+    EXPECT_EQ(ds.GetLastKey(key, 1), nullptr);
+    EXPECT_EQ(ds.GetNextKey(key, 0), nullptr);
+    EXPECT_EQ(ds.GetValueKey(key), nullptr);
+    EXPECT_EQ(ds.InsertKey(key, L"STUDY", 0), nullptr);
+    ds.DeleteKey(key);
+    EXPECT_EQ(reports, 6);
+}
+
 TEST(KeyView, NumbersOfItemsInsideOfRecordsAreNotGivenAway) {
     support::Bytes bytes = EncodeDirectory(1, {{0, 0}});
     MDicomDS ds(nullptr);

@@ -142,7 +142,7 @@ TEST(Conformance, TestsImages) {
     EXPECT_EQ(found, (Findings{{TAG_PIXEL_DATA, CONFORMANCE_IMAGE}})) << "without rows and columns";
     found.clear();
     const std::pair<uint32_t, uint16_t> numbers[] = {
-        {0x00280002, 1}, {0x00280010, 2},  {0x00280011, 2}, {0x00280100, 16},
+        {0x00280002, 1},  {0x00280010, 2},  {0x00280011, 2}, {0x00280100, 16},
         {0x00280101, 16}, {0x00280102, 15}, {0x00280103, 0}};
     for (const auto &[tag, number] : numbers) {
         ds.FindSetValue(nullptr, tag, &number, 1, VALUE_ARRAY_WORD);

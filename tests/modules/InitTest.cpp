@@ -70,8 +70,7 @@ std::string Mismatch(MDicomDS &ds, _DICOMELEMENT *element, const Level &level) {
         if ((item != nullptr) != hasItem) return where + " with or without item";
         if (!hasItem) continue;
         if (ds.GetNextElement(item, 1, 1) != nullptr) return where + " with many items";
-        const std::string inner =
-            Mismatch(ds, ds.GetChildElement(item, 1), *expected->second);
+        const std::string inner = Mismatch(ds, ds.GetChildElement(item, 1), *expected->second);
         if (!inner.empty()) return where + " > " + inner;
     }
     return missing.empty() ? "" : "lacks " + std::to_string(*missing.begin());

@@ -197,7 +197,7 @@ void CheckFile(const std::filesystem::path &path, Tally *tally) {
     MDicomDS ds(nullptr);
     if (ds.LoadDS(path.wstring().c_str(), 0) != DICOM_SUCCESS) return;
     ds.UpdateSpecificCharacterSet();
-    constexpr uint32_t kLongestChecked = 1 << 20;
+    constexpr uint32_t kLongestChecked = 1 << 18;
     for (auto *element = ds.GetFirstElement(nullptr, 0, 1); element != nullptr;
          element = ds.GetNextElement(element, 0, 1)) {
         if (element->nLength == 0 || element->nLength > kLongestChecked) continue;
