@@ -49,11 +49,11 @@ bool TagCounts::Grow() noexcept {
     return true;
 }
 
-void TagCounts::Add(uint32_t tag) noexcept {
-    if (!m_Complete) return;
+_DICOMELEMENT **TagCounts::Add(uint32_t tag) noexcept {
+    if (!m_Complete) return nullptr;
     if (m_Used >= m_Capacity / 4 * 3 && !Grow()) {
         m_Complete = false;
-        return;
+        return nullptr;
     }
     Entry *entry = Find(tag);
     if (entry->tag == 0) {
@@ -61,6 +61,7 @@ void TagCounts::Add(uint32_t tag) noexcept {
         ++m_Used;
     }
     ++entry->count;
+    return &entry->first;
 }
 
 void TagCounts::Remove(uint32_t tag) noexcept {
@@ -72,6 +73,11 @@ bool TagCounts::MayHold(uint32_t tag) const noexcept {
     if (!m_Complete) return true;
     const Entry *entry = Find(tag);
     return entry != nullptr && entry->count > 0;
+}
+
+_DICOMELEMENT **TagCounts::FirstOf(uint32_t tag) const noexcept {
+    Entry *entry = m_Complete ? Find(tag) : nullptr;
+    return entry != nullptr && entry->count > 0 ? &entry->first : nullptr;
 }
 
 void TagCounts::Clear() noexcept {
@@ -93,9 +99,6 @@ void ElementIndex::Clear() noexcept {
     m_Frames.reset();
     ++m_RecordChanges;
     ++m_FragmentChanges;
-    m_Firsts = {};
-    m_NextFirst = 0;
-    m_HasFirsts = false;
     m_Samples.clear();
     m_Unordered.clear();
     m_Offsets.clear();
@@ -122,14 +125,9 @@ void ElementIndex::NoteChange(const _DICOMELEMENT *element) noexcept {
 }
 
 void ElementIndex::Inserted(_DICOMELEMENT *element) noexcept {
-    m_Counts.Add(element->nTag);
+    _DICOMELEMENT **first = m_Counts.Add(element->nTag);
     NoteChange(element);
-    if (m_HasFirsts) {
-        for (_DICOMELEMENT *&first : m_Firsts) {
-            const bool sameTag = first != nullptr && first->nTag == element->nTag;
-            if (sameTag && !StandsAfter(element, first)) first = nullptr;
-        }
-    }
+    if (first != nullptr && *first != nullptr && !StandsAfter(element, *first)) *first = nullptr;
     const _DICOMLINK &link = element->Link;
     const bool ordered = (link.pPrev == nullptr || AsElement(link.pPrev)->nTag <= element->nTag) &&
                          (link.pNext == nullptr || AsElement(link.pNext)->nTag >= element->nTag);
@@ -143,13 +141,10 @@ void ElementIndex::Inserted(_DICOMELEMENT *element) noexcept {
 }
 
 void ElementIndex::Deleting(_DICOMELEMENT *element) noexcept {
+    _DICOMELEMENT **first = m_Counts.FirstOf(element->nTag);
+    if (first != nullptr && *first == element) *first = nullptr;
     m_Counts.Remove(element->nTag);
     NoteChange(element);
-    if (m_HasFirsts) {
-        for (_DICOMELEMENT *&first : m_Firsts) {
-            if (first == element) first = nullptr;
-        }
-    }
     if (!m_Offsets.empty()) m_Offsets.erase(element);
     if (!m_Unordered.empty()) m_Unordered.erase(element);
     if (m_Samples.empty()) return;
@@ -161,16 +156,13 @@ void ElementIndex::Deleting(_DICOMELEMENT *element) noexcept {
 }
 
 _DICOMELEMENT *ElementIndex::KnownFirst(uint32_t tag) const noexcept {
-    if (!m_HasFirsts) return nullptr;
-    for (_DICOMELEMENT *first : m_Firsts) {
-        if (first != nullptr && first->nTag == tag) return first;
-    }
-    return nullptr;
+    _DICOMELEMENT **first = m_Counts.FirstOf(tag);
+    return first != nullptr ? *first : nullptr;
 }
 
 void ElementIndex::RememberFirst(_DICOMELEMENT *element) noexcept {
-    m_Firsts[m_NextFirst++ % m_Firsts.size()] = element;
-    m_HasFirsts = true;
+    _DICOMELEMENT **first = m_Counts.FirstOf(element->nTag);
+    if (first != nullptr) *first = element;
 }
 
 void ElementIndex::RememberOffset(const _DICOMELEMENT *element, _DICOMLINK *node) noexcept {

@@ -2,7 +2,6 @@
 
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -16,19 +15,24 @@ namespace mdicom {
 class FrameIndex;
 class KeyIndex;
 
-/** How often each tag stands in the tree: a small table with open addressing. */
+/** How often each tag stands in the tree, and where a search found it first: a small table with
+ *  open addressing. */
 class TagCounts {
   public:
-    void Add(uint32_t tag) noexcept;
+    /** Counts one more; the place to note the first element with this tag, as FirstOf. */
+    _DICOMELEMENT **Add(uint32_t tag) noexcept;
     void Remove(uint32_t tag) noexcept;
     /** True unless the tag is known to be absent. */
     bool MayHold(uint32_t tag) const noexcept;
+    /** Place to note the first element with this tag; null where there is none. */
+    _DICOMELEMENT **FirstOf(uint32_t tag) const noexcept;
     void Clear() noexcept;
 
   private:
     struct Entry {
         uint32_t tag; ///< 0 for a free entry: no element has this tag
         uint32_t count;
+        _DICOMELEMENT *first; ///< null while no search has found it
     };
     Entry *Find(uint32_t tag) const noexcept;
     bool Grow() noexcept;
@@ -111,9 +115,6 @@ class ElementIndex {
     uint64_t m_FragmentChanges = 0;
     std::unique_ptr<KeyIndex> m_Keys;
     std::unique_ptr<FrameIndex> m_Frames;
-    std::array<_DICOMELEMENT *, 8> m_Firsts{};
-    uint32_t m_NextFirst = 0;
-    bool m_HasFirsts = false;
     std::unordered_map<const _DICOMELEMENT *, Samples> m_Samples; ///< by parent
     std::unordered_set<const _DICOMELEMENT *> m_Unordered;        ///< parents of such levels
     std::unordered_map<const _DICOMELEMENT *, _DICOMLINK *> m_Offsets;
