@@ -3,7 +3,7 @@
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")"
 
-.ci/packages g++ cmake ninja-build pkgconf libgtest-dev libbenchmark-dev dcmtk python3-pydicom
+.ci/packages g++ cmake ninja-build pkgconf libgtest-dev libbenchmark-dev dcmtk dicom3tools python3-pydicom
 
 launcher=()
 if command -v ccache >/dev/null; then

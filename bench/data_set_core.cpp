@@ -152,6 +152,13 @@ void LargeFile(const support::TemporaryFolder &folder) {
     Row("save unchanged, speed against a plain kernel copy", ratios[2], "%", ">= 80");
 }
 
+void Classes() {
+    Row("unfold the IOD tree", Seconds([] { MDicomIOD::GetFirst(nullptr, 1); }) * 1e3, "ms",
+        "< 15");
+    MDicomDS ds(nullptr);
+    Row("InitDS of CT, all elements", Median(51, [&] { ds.InitDS(1, 0); }) * 1e3, "ms", "< 2");
+}
+
 /** Runs a program of this folder and waits for its end. */
 void RunProgram(const std::string &path) {
     pid_t child = 0;
@@ -186,6 +193,7 @@ int main(int count, char **arguments) {
     if (count > 1) setenv("TMPDIR", arguments[1], 1);
     const support::TemporaryFolder folder;
     StartUp(arguments[0]);
+    Classes();
     NestedElements();
     ManyFiles(folder, "load, 1,000 CT files of 96 elements, per file", 1000, 96, 2048, "< 35");
     ManyFiles(folder, "load, files of 500 KB and 260 elements, per file", 200, 260, 490000, "< 60");
