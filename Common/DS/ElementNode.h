@@ -71,8 +71,10 @@ inline bool IsDirectoryReference(const _DICOMELEMENT &element) {
         case 0x00041202:
         case 0x00041400:
         case 0x00041420:
-        case 0x00041504: return true;
-        default: return false;
+        case 0x00041504:
+            return true;
+        default:
+            return false;
     }
 }
 
