@@ -157,8 +157,9 @@ class MDICOM_API MDicomDS {
     /** As LoadDS, from a block of memory that has to outlive its use by the data set. 9 for a null
      *  or empty block. */
     uint16_t LoadDSMemory(void *pData, uint64_t nLength, uint16_t nFlags);
-    /** As LoadDS, from an open stream, which stays the caller's. bRequireImage nonzero: only a
-     *  data set with Pixel Data counts as a success. 9 for a null stream. */
+    /** As LoadDS, from an open stream, which stays the caller's and has to outlive its use by the
+     *  data set (until ResetDS or another load), unless DS_LOAD_CLOSE is given. bRequireImage
+     * nonzero: only a data set with Pixel Data counts as a success. 9 for a null stream. */
     uint16_t LoadDS(MDicomFile *pFile, uint16_t nFlags, int32_t bRequireImage);
     /**
      * Saves to a file (PS 3.10, 7). The file is written under a temporary name beside pszName and
@@ -277,7 +278,8 @@ class MDICOM_API MDicomDS {
 
     /// @name Binary values
     /// Bytes as the value has them, numbers in host order. Nonzero on success. Buffers that pass
-    /// into the value store have their bytes turned in place during the call.
+    /// into the value store have their bytes turned in place during the call. Values that were
+    /// parsed before stay in the element's cache: FreeValue lets the next getter see the new ones.
     ///@{
     /** Copies up to nLength bytes from the start of the value. */
     int32_t GetBinaryValue(_DICOMELEMENT *pElement, void *pBuffer, uint32_t nLength);
