@@ -349,17 +349,27 @@ class MDICOM_API MDicomDS {
     void DeleteKey(_DICOMELEMENT *pKey);
     /** Ancestor at the root, or the record itself. */
     _DICOMELEMENT *GetRootKey(_DICOMELEMENT *pKey);
+    /** Record whose lower level holds this one; null at the root. */
     _DICOMELEMENT *GetParentKey(_DICOMELEMENT *pKey);
+    /** First record of the lower level; null for none. */
     _DICOMELEMENT *GetChildKey(_DICOMELEMENT *pKey);
+    /** First record of the level of pKey, or of the tree; null pKey: of the directory. */
     _DICOMELEMENT *GetFirstKey(_DICOMELEMENT *pKey, int32_t bSameLevel);
+    /** Last record of the level of pKey, or of the tree. */
     _DICOMELEMENT *GetLastKey(_DICOMELEMENT *pKey, int32_t bSameLevel);
+    /** Next record of the level, or successor in a depth-first walk. */
     _DICOMELEMENT *GetNextKey(_DICOMELEMENT *pKey, int32_t bSameLevel);
+    /** Previous record of the level, or predecessor in a depth-first walk. */
     _DICOMELEMENT *GetPrevKey(_DICOMELEMENT *pKey, int32_t bSameLevel);
     /** Type of a record; valid as GetStringValue's results are. */
     const wchar_t *GetValueKey(_DICOMELEMENT *pKey);
+    /** First record of a type, from GetFirstKey(pKey, bSameLevel) on. */
     _DICOMELEMENT *FindFirstKey(_DICOMELEMENT *pKey, const wchar_t *pszType, int32_t bSameLevel);
+    /** Last record of a type, from GetLastKey(pKey, bSameLevel) back. */
     _DICOMELEMENT *FindLastKey(_DICOMELEMENT *pKey, const wchar_t *pszType, int32_t bSameLevel);
+    /** Next record with the type of pKey. */
     _DICOMELEMENT *FindNextKey(_DICOMELEMENT *pKey, int32_t bSameLevel);
+    /** Previous record with the type of pKey. */
     _DICOMELEMENT *FindPrevKey(_DICOMELEMENT *pKey, int32_t bSameLevel);
     ///@}
 

@@ -344,6 +344,8 @@ MDICOM_API _DICOMIOD *M_DicomGetRootIOD(_DICOMIOD *pIOD);
 /** Tells whether a record is a row of the IOD tree (MDicomIOD::Exists). */
 MDICOM_API int32_t M_DicomExistsIOD(_DICOMIOD *pIOD);
 
+///@}
+
 /// @name Context groups
 ///@{
 /** Brings a known context group, or all of them, into the tree (MDicomContextGroup::Load). */
@@ -410,6 +412,8 @@ MDICOM_API tagDICOMCODEDCONCEPT *M_DicomGetNextCodedConcept(tagDICOMCODEDCONCEPT
 MDICOM_API tagDICOMCODEDCONCEPT *M_DicomGetPrevCodedConcept(tagDICOMCODEDCONCEPT *pConcept);
 /** Number of concepts of a context group (MDicomContextGroup::GetCountCodedConcept). */
 MDICOM_API uint32_t M_DicomGetCountCodedConcept(tagDICOMCONTEXTGROUP *pGroup);
+
+///@}
 
 /// @name Text form of values
 ///@{
