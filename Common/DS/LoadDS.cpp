@@ -79,8 +79,10 @@ uint16_t MDicomDS::LoadDSMemory(void *pData, uint64_t nLength, uint16_t nFlags) 
 }
 
 uint16_t MDicomDS::LoadOwnFile(uint16_t nFlags) {
-    const uint16_t status = LoadDS(&m_File, nFlags, 0);
-    if (status == DICOM_SUCCESS) return FixBadElements();
+    uint16_t status = LoadDS(&m_File, nFlags, 0);
+    if (status == DICOM_SUCCESS) status = FixBadElements();
+    if (status == DICOM_SUCCESS) return DICOM_SUCCESS;
+    ResetDS(1);
     m_File.Close(1);
     return status;
 }
