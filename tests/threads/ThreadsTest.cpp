@@ -48,6 +48,24 @@ TEST(Threads, LoadEditAndSaveSideBySide) {
     EXPECT_EQ(good, kThreads);
 }
 
+TEST(Threads, MakeTheFirstUseOfTheDictionaries) {
+    for (int round = 0; round < 3; ++round) {
+        M_DicomEngineShutdown();
+        M_DicomEngineStartup(3);
+        std::atomic<int> good = 0;
+        InThreads([&](int number) {
+            const bool found = MDicomIOD::FindModule(71, 150) != nullptr &&
+                               MDicomTag::Find(0x00100010) != nullptr &&
+                               MDicomUID::Find(L"1.2.840.10008.1.2") != nullptr &&
+                               MDicomContextGroup::GetFirst() == MDicomContextGroup::GetFirst();
+            MDicomDS ds(nullptr);
+            ds.InitDS(static_cast<uint32_t>(number), 0);
+            if (found && ds.GetCountModule() > 0) ++good;
+        });
+        EXPECT_EQ(good, kThreads);
+    }
+}
+
 /** The value store of one data set serves readers of several threads. */
 TEST(Threads, ReadValuesOfOneDataSet) {
     MDicomDS ds(nullptr);
