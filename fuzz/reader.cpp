@@ -2,6 +2,7 @@
 // as the same elements again. The first byte chooses the load flags.
 
 #include <cstdlib>
+#include <string>
 
 #include "MDicom.h"
 
@@ -20,7 +21,26 @@ void Visit(MDicomDS &ds) {
             ds.GetDateTimeValue(element, 0, 1);
         }
         ds.FreeValue(element);
+        if (element->nLength <= 4096) {
+            std::wstring text(ds.GetConvertValue(element, nullptr, 0), L'\0');
+            ds.GetConvertValue(element, text.data(), static_cast<uint32_t>(text.size()));
+        }
     }
+}
+
+/** What stands on the elements: records, frames, conformance, copies. */
+void UseAsAWhole(MDicomDS &ds) {
+    for (_DICOMELEMENT *key = ds.GetFirstKey(nullptr, 0); key != nullptr;
+         key = ds.GetNextKey(key, 0)) {
+        ds.GetValueKey(key);
+        ds.GetParentKey(key);
+    }
+    uint32_t bad = 0;
+    uint32_t good = 0;
+    ds.IsBadPixelData(&bad, &good);
+    ds.ConformanceDS(nullptr, nullptr);
+    MDicomDS copy(nullptr);
+    copy.CopyDS(nullptr, &ds, nullptr);
 }
 
 bool IsWhole(MDicomDS &ds) {
@@ -47,6 +67,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
         return 0;
     }
     Visit(ds);
+    UseAsAWhole(ds);
     MDicomFile saved;
     saved.Open(nullptr, FILE_MODE_MEMORY);
     const bool whole = IsWhole(ds);

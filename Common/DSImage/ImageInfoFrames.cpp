@@ -66,14 +66,15 @@ bool BeginsWithJpeg(MDicomDS &dataSet, _DICOMELEMENT *item) {
     std::array<uint8_t, sizeof kJpegStart> head{};
     if (item->nLength < head.size()) return false;
     if (!dataSet.GetBinaryValue(item, head.data(), 0, sizeof head)) return false;
-    return std::ranges::equal(head, kJpegStart);
+    return std::equal(head.begin(), head.end(), std::begin(kJpegStart));
 }
 
 bool BeginsWithJ2k(MDicomDS &dataSet, _DICOMELEMENT *item) {
     std::array<uint8_t, kHeadOfJ2k> head{};
     if (item->nLength < head.size()) return false;
     if (!dataSet.GetBinaryValue(item, head.data(), 0, sizeof head)) return false;
-    return !std::ranges::search(head, kJ2kStart).empty();
+    return std::search(head.begin(), head.end(), std::begin(kJ2kStart), std::end(kJ2kStart)) !=
+           head.end();
 }
 
 using StartTest = bool (*)(MDicomDS &, _DICOMELEMENT *);
