@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "BitmapStorage.h"
 #include "Fault.h"
 #include "Mvkrnx.h"
 
@@ -22,6 +23,16 @@ SizeHeader *HeaderOf(void *block) {
 }
 
 } // namespace
+
+void *kernel::AllocateZeroed(uint64_t bytes) {
+    size_t total = 0;
+    if (__builtin_add_overflow(bytes, sizeof(SizeHeader), &total)) return nullptr;
+    if (FaultWanted(KERNEL_FAULT_ALLOCATE)) return nullptr;
+    auto *header = static_cast<SizeHeader *>(std::calloc(1, total));
+    if (header == nullptr) return nullptr;
+    header->bytes = bytes;
+    return header + 1;
+}
 
 extern "C" {
 

@@ -1,4 +1,4 @@
-// The kernel: memory, low-level files and dynamic loading. Compiles as C11 and as C++.
+// The kernel: memory, low-level files, bitmaps and dynamic loading. Compiles as C11 and as C++.
 
 #ifndef MVKRNX_H
 #define MVKRNX_H
@@ -8,6 +8,8 @@
 #include <wchar.h>
 
 #define MVKRNX_API __attribute__((visibility("default")))
+
+#include "MvkrnxBitmap.h"
 
 #ifdef __cplusplus
 extern "C" {

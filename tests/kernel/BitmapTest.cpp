@@ -1,0 +1,235 @@
+// Records, rows, copies, views and lists of bitmaps.
+
+#include "Bitmap.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <functional>
+
+extern "C" int BitmapOfC(_BITMAPHANDLE *bitmap);
+
+namespace {
+
+int Create(_BITMAPHANDLE *bitmap, int width, int height, int depth, int order = 2, int view = 1) {
+    return KernelCreateBitmap(bitmap, sizeof(_BITMAPHANDLE), KERNEL_MEMORY_OWN, width, height,
+                              depth, order, nullptr, view, nullptr, 0);
+}
+
+TEST(Bitmap, RowsArePaddedAndZeroAtFirst) {
+    const int expected[][2]{{1, 4}, {8, 8}, {12, 8}, {16, 12}, {24, 16}, {32, 20}};
+    for (const auto &[depth, bytes] : expected) {
+        TestBitmap bitmap(5, 2, depth, KERNEL_ORDER_RGB);
+        EXPECT_EQ(bitmap.nBytesPerLine, static_cast<uint32_t>(bytes)) << depth;
+        EXPECT_EQ(KernelAccessBitmap(&bitmap), 1);
+        EXPECT_EQ(bitmap.Bytes(1, bitmap.nBytesPerLine), Bytes(bitmap.nBytesPerLine, 0));
+    }
+    TestBitmap ofC;
+    EXPECT_EQ(BitmapOfC(&ofC), 1);
+    TestBitmap turned(5, 2, 8, KERNEL_ORDER_GRAY, 6);
+    EXPECT_EQ(turned.nBytesPerLine, 4u);
+    EXPECT_EQ(KernelGetBitmapRow(&turned, ofC.nReserved72, 4, 2), 2);
+}
+
+TEST(Bitmap, SizesThatDoNotFitFail) {
+    _BITMAPHANDLE bitmap;
+    constexpr int most = 0x7FFFFFFF;
+    EXPECT_LT(Create(&bitmap, most, most, 32), 0);
+    EXPECT_LT(Create(&bitmap, most, 1, 32), 0);
+    EXPECT_LT(Create(&bitmap, most / 4, most, 8), 0);
+    EXPECT_LT(Create(&bitmap, 0, 1, 8), 0);
+    EXPECT_LT(Create(&bitmap, 1, -1, 8), 0);
+    EXPECT_EQ(Create(&bitmap, 1, 1, 10), KERNEL_ERROR_FORMAT);
+    EXPECT_EQ(Create(&bitmap, 1, 1, 24, 2), KERNEL_ERROR_FORMAT);
+    EXPECT_LT(Create(&bitmap, 1, 1, 8, 0, 9), 0);
+    EXPECT_EQ(KernelInitBitmap(&bitmap, 228, 1, 1, 8), KERNEL_ERROR_STRUCT_SIZE);
+}
+
+TEST(Bitmap, FieldsThatContradictTheDataStopAccess) {
+    TestBitmap bitmap(4, 4, 8);
+    uint8_t row[64];
+    EXPECT_EQ(KernelGetBitmapRow(&bitmap, row, 0, 64), 4);
+    EXPECT_LT(KernelGetBitmapRow(&bitmap, row, 4, 4), 0);
+    EXPECT_LT(KernelPutBitmapRow(&bitmap, row, -1, 4), 0);
+    bitmap.nHeight = 5;
+    EXPECT_LT(KernelGetBitmapRow(&bitmap, row, 4, 4), 0);
+    EXPECT_LT(KernelGrayScaleBitmap(&bitmap, 16), 0);
+    bitmap.nHeight = 4;
+    bitmap.nBytesPerLine = 64;
+    EXPECT_LT(KernelGetBitmapRow(&bitmap, row, 0, 64), 0);
+    bitmap.nBytesPerLine = 4;
+    bitmap.nBitsPerPixel = 16;
+    EXPECT_LT(KernelGetBitmapRow(&bitmap, row, 0, 64), 0);
+}
+
+TEST(Bitmap, CallersBlockIsUsedAndKept) {
+    Bytes block(8, 7);
+    _BITMAPHANDLE bitmap;
+    const auto create = [&](uint64_t bytes) {
+        return KernelCreateBitmap(&bitmap, sizeof bitmap, KERNEL_MEMORY_CALLER, 3, 2, 8, 2, nullptr,
+                                  1, block.data(), bytes);
+    };
+    EXPECT_LT(create(7), 0);
+    ASSERT_EQ(create(8), 1);
+    const uint8_t row[]{1, 2, 3};
+    EXPECT_EQ(KernelPutBitmapRow(&bitmap, row, 1, 3), 3);
+    EXPECT_EQ(block, (Bytes{7, 7, 7, 7, 1, 2, 3, 7}));
+    TestBitmap copy;
+    EXPECT_EQ(KernelCopyBitmap(&copy, &bitmap, sizeof bitmap), 1);
+    EXPECT_EQ(KernelFreeBitmap(&bitmap), 1);
+    EXPECT_EQ(copy.Bytes(1, 3), (Bytes{1, 2, 3}));
+}
+
+TEST(Bitmap, CopyOwnsItsPaletteLutAndOverlays) {
+    TestBitmap source(2, 2, 8);
+    source.UseLut16(Words(256, 5));
+    _OVERLAYATTRIBUTES attributes{};
+    attributes.nStructSize = sizeof attributes;
+    attributes.nRows = attributes.nColumns = 2;
+    ASSERT_EQ(KernelSetOverlayAttributes(&source, 0, &attributes, 31), 1);
+    ASSERT_EQ(KernelUpdateOverlayBits(&source, 0, 2), 1);
+    TestBitmap copy;
+    ASSERT_EQ(KernelCopyBitmap(&copy, &source, sizeof copy), 1);
+    static_cast<_RGBQUAD *>(source.pPalette)[1] = {9, 9, 9, 9};
+    KernelGetBitmapLUT16(&source, 0)[255].rgbRed = 9;
+    KernelFreeBitmap(&source);
+    _RGBQUAD color;
+    EXPECT_EQ(KernelGetBitmapColors(&copy, 1, 1, &color), 1);
+    EXPECT_EQ(color.rgbGreen, 1);
+    EXPECT_LT(KernelGetBitmapColors(&copy, 255, 2, &color), 0);
+    EXPECT_EQ(KernelGetBitmapLUT16(&copy, 0)[255].rgbRed, 5);
+    _BITMAPHANDLE overlay;
+    EXPECT_EQ(KernelGetOverlayBitmap(&copy, 0, &overlay, sizeof overlay, 1), 1);
+}
+
+/** The picture "1 2 3 / 4 5 6" as each view stores it. */
+TEST(Bitmap, ViewsTurnToTopLeft) {
+    const std::vector<Bytes> stored[]{{{1, 2, 3}, {4, 5, 6}},   {{3, 2, 1}, {6, 5, 4}},
+                                      {{6, 5, 4}, {3, 2, 1}},   {{4, 5, 6}, {1, 2, 3}},
+                                      {{1, 4}, {2, 5}, {3, 6}}, {{3, 6}, {2, 5}, {1, 4}},
+                                      {{6, 3}, {5, 2}, {4, 1}}, {{4, 1}, {5, 2}, {6, 3}}};
+    for (int view = 1; view <= 8; ++view) {
+        for (const int depth : {8, 12, 16, 24, 32}) {
+            TestBitmap source(3, 2, depth, KERNEL_ORDER_RGB, view);
+            for (size_t row = 0; row < stored[view - 1].size(); ++row) {
+                Bytes bytes;
+                for (const uint8_t value : stored[view - 1][row]) {
+                    bytes.push_back(value);
+                    if (depth != 12) bytes.resize(bytes.size() + depth / 8 - 1);
+                }
+                if (depth == 12) { // two to three bytes
+                    const Bytes samples = bytes;
+                    bytes = {samples[0], static_cast<uint8_t>(samples[1] << 4), 0};
+                    if (samples.size() == 3) bytes.insert(bytes.end(), {samples[2], 0});
+                }
+                source.PutBytes(static_cast<int>(row), bytes);
+            }
+            TestBitmap copy;
+            ASSERT_EQ(KernelCopyBitmapView(&copy, &source, sizeof(_BITMAPHANDLE)), 1);
+            EXPECT_EQ(copy.nViewPerspective, 1);
+            const Bytes row = copy.Bytes(1, depth == 12 ? 5 : 3 * depth / 8);
+            const Bytes wanted12{4, 5 << 4, 0, 6, 0};
+            if (depth == 12) {
+                EXPECT_EQ(row, wanted12) << view;
+                continue;
+            }
+            for (size_t i = 0; i < 3; ++i) EXPECT_EQ(row[i * depth / 8], 4 + i) << view << depth;
+        }
+    }
+    TestBitmap bits(10, 1, 1, KERNEL_ORDER_BGR, 2);
+    bits.PutBytes(0, {0b11010000, 0b01000000});
+    TestBitmap copy;
+    ASSERT_EQ(KernelCopyBitmapView(&copy, &bits, sizeof(_BITMAPHANDLE)), 1);
+    EXPECT_EQ(copy.Bytes(0, 2), (Bytes{0b10000010, 0b11000000}));
+}
+
+TEST(BitmapList, OwnsItsItems) {
+    HBITMAPLIST__ *list = nullptr;
+    ASSERT_EQ(KernelCreateBitmapList(&list), 1);
+    constexpr uint32_t size = sizeof(_BITMAPHANDLE);
+    for (int width = 1; width <= 20; ++width) {
+        _BITMAPHANDLE bitmap;
+        ASSERT_EQ(Create(&bitmap, width, 1, 8), 1);
+        ASSERT_EQ(KernelListInsertItem(list, width % 2 ? 0xFFFFFFFF : 0, &bitmap, size), 1);
+    }
+    uint32_t count = 0;
+    EXPECT_EQ(KernelListItemCount(list, &count), 1);
+    EXPECT_EQ(count, 20u);
+    _BITMAPHANDLE item;
+    ASSERT_EQ(KernelListGetItem(list, 0, &item, size), 1);
+    EXPECT_EQ(item.nWidth, 20);
+    // Writing back a changed record keeps what it shares with the item.
+    item.nXResolution = 72;
+    EXPECT_EQ(KernelListSetItem(list, 0, &item, size), 1);
+    _BITMAPHANDLE deeper;
+    ASSERT_EQ(KernelColorResBitmap(&item, &deeper, size, 16, 2, nullptr, 6), 1);
+    EXPECT_EQ(KernelListSetItem(list, 0, &deeper, size), 1);
+    ASSERT_EQ(KernelListGetItem(list, 19, &item, size), 1);
+    EXPECT_EQ(item.nWidth, 19);
+    EXPECT_LT(KernelListGetItem(list, 20, &item, size), 0);
+    EXPECT_LT(KernelListInsertItem(list, 21, &item, size), 0);
+    EXPECT_EQ(KernelListSetItem(list, 0, &item, 228), KERNEL_ERROR_STRUCT_SIZE);
+    ASSERT_EQ(Create(&item, 99, 1, 8), 1);
+    EXPECT_EQ(KernelListSetItem(list, 5, &item, size), 1);
+    EXPECT_EQ(KernelDestroyBitmapList(list), 1);
+}
+
+std::atomic<int> remaining;
+
+int FailOne(int kind) {
+    return kind == KERNEL_FAULT_ALLOCATE && remaining-- == 0;
+}
+
+/** Each allocation fails in turn; the operation says so, and its source stays as it was. */
+void WalkFaults(const std::function<int(_BITMAPHANDLE *)> &operation, int depth, int order) {
+    for (int place = 0; place < 100; ++place) {
+        TestBitmap bitmap(4, 3, depth, order, 4);
+        bitmap.PutBytes(1, {1, 2, 3, 4});
+        _OVERLAYATTRIBUTES attributes{};
+        attributes.nStructSize = sizeof attributes;
+        attributes.nRows = attributes.nColumns = 2;
+        KernelSetOverlayAttributes(&bitmap, 0, &attributes, 31);
+        TestBitmap overlay(2, 2, 1);
+        KernelSetOverlayBitmap(&bitmap, 0, &overlay, 2);
+        const _BITMAPHANDLE before = bitmap;
+        remaining = place;
+        KernelSetFaultHook(FailOne);
+        const int result = operation(&bitmap);
+        KernelSetFaultHook(nullptr);
+        if (remaining >= 0) {
+            EXPECT_EQ(result, 1);
+            return;
+        }
+        EXPECT_EQ(result, KERNEL_ERROR_MEMORY) << place;
+        EXPECT_EQ(std::memcmp(&before, static_cast<_BITMAPHANDLE *>(&bitmap), sizeof before), 0);
+    }
+    FAIL() << "never came through";
+}
+
+TEST(BitmapFault, EveryOperationSurvivesMissingMemory) {
+    const uint32_t size = sizeof(_BITMAPHANDLE);
+    const std::vector<std::function<int(_BITMAPHANDLE *)>> operations{
+        [=](_BITMAPHANDLE *bitmap) {
+            TestBitmap copy;
+            return KernelCopyBitmapView(&copy, bitmap, size);
+        },
+        [](_BITMAPHANDLE *bitmap) { return KernelGrayScaleBitmap(bitmap, 12); },
+        [=](_BITMAPHANDLE *bitmap) {
+            TestBitmap target;
+            return KernelColorResBitmap(bitmap, &target, size, 1, 1, nullptr, 6);
+        },
+        [=](_BITMAPHANDLE *bitmap) {
+            return KernelColorResBitmap(bitmap, bitmap, size, 32, 1, nullptr, 6);
+        },
+        [](_BITMAPHANDLE *bitmap) { return KernelSizeBitmap(bitmap, 2, 9, 2); },
+        [](_BITMAPHANDLE *bitmap) { return KernelSizeBitmap(bitmap, 9, 2, 0); },
+    };
+    for (const auto &operation : operations) {
+        WalkFaults(operation, 24, KERNEL_ORDER_BGR);
+        WalkFaults(operation, 8, KERNEL_ORDER_RGB);
+        WalkFaults(operation, 16, KERNEL_ORDER_RGB);
+        WalkFaults(operation, 32, KERNEL_ORDER_GRAY);
+    }
+}
+
+} // namespace
