@@ -14,18 +14,18 @@
 
 /** A palette or LUT entry. The bytes lie in this order. */
 typedef struct _RGBQUAD {
-    uint8_t rgbBlue;
-    uint8_t rgbGreen;
-    uint8_t rgbRed;
-    uint8_t rgbReserved;
+    uint8_t rgbBlue;     ///< blue
+    uint8_t rgbGreen;    ///< green
+    uint8_t rgbRed;      ///< red
+    uint8_t rgbReserved; ///< 0
 } _RGBQUAD;
 
 /** An entry of a 16-bit LUT. */
 typedef struct _RGBQUAD16 {
-    uint16_t rgbBlue;
-    uint16_t rgbGreen;
-    uint16_t rgbRed;
-    uint16_t rgbReserved;
+    uint16_t rgbBlue;     ///< blue
+    uint16_t rgbGreen;    ///< green
+    uint16_t rgbRed;      ///< red
+    uint16_t rgbReserved; ///< 0
 } _RGBQUAD16;
 
 enum {
@@ -73,36 +73,36 @@ enum { KERNEL_SIZE_SMOOTH = 2 };
  * stored row is a column of the picture, nHeight pixels long.
  */
 typedef struct _BITMAPHANDLE {
-    uint32_t nStructSize;    ///< 272; checked by every operation
-    uint8_t nReserved4[16];
-    int32_t nWidth;          ///< pixels
-    int32_t nHeight;         ///< rows
-    int32_t nBitsPerPixel;   ///< 1, 8, 12, 16, 24, 32
-    uint32_t nBytesPerLine;  ///< bytes of a stored row, a multiple of 4
-    uint8_t nReserved36[12];
-    uint32_t nBitmapFlags;   ///< KERNEL_BITMAP_...
-    uint32_t nColors;        ///< palette entries: 2 or 256, otherwise 0
-    void *pPalette;          ///< _RGBQUAD entries in a block of KernelAlloc, owned
-    int32_t nViewPerspective;
-    int32_t nOrder;          ///< KERNEL_ORDER_...
-    uint8_t nReserved72[28];
-    int32_t nXResolution;    ///< dots per inch
-    int32_t nYResolution;    ///< dots per inch
-    uint8_t nReserved108[24];
-    int32_t nLowBit;         ///< lowest significant bit of a gray sample
-    int32_t nHighBit;        ///< highest significant bit; the sign bit of signed samples
-    void *pLUT;              ///< _RGBQUAD entries in a block of KernelAlloc, owned; the index is the
-                             ///< sample's significant bits without sign
-    uint32_t nLUTLength;     ///< entries
-    uint8_t nReserved152[8];
-    int32_t nMinVal;         ///< value range; unknown while nMaxVal is not above nMinVal
-    int32_t nMaxVal;
-    int32_t nPaintLowBit;    ///< display bits
-    int32_t nPaintHighBit;
-    uint8_t nReserved176[48];
-    uint32_t nLUT16Length;   ///< entries
-    void *pLUT16;            ///< _RGBQUAD16 entries, otherwise as pLUT; goes before it
-    uint8_t nReserved236[36];
+    uint32_t nStructSize;     ///< 272; checked by every operation
+    uint8_t nReserved4[16];   ///< of the kernel
+    int32_t nWidth;           ///< pixels
+    int32_t nHeight;          ///< rows
+    int32_t nBitsPerPixel;    ///< 1, 8, 12, 16, 24, 32
+    uint32_t nBytesPerLine;   ///< bytes of a stored row, a multiple of 4
+    uint8_t nReserved36[12];  ///< of the kernel
+    uint32_t nBitmapFlags;    ///< KERNEL_BITMAP_...
+    uint32_t nColors;         ///< palette entries: 2 or 256, otherwise 0
+    void *pPalette;           ///< _RGBQUAD entries in a block of KernelAlloc, owned
+    int32_t nViewPerspective; ///< orientation of the stored rows, 1 to 8
+    int32_t nOrder;           ///< KERNEL_ORDER_...
+    uint8_t nReserved72[28];  ///< of the kernel
+    int32_t nXResolution;     ///< dots per inch
+    int32_t nYResolution;     ///< dots per inch
+    uint8_t nReserved108[24]; ///< of the kernel
+    int32_t nLowBit;          ///< lowest significant bit of a gray sample
+    int32_t nHighBit;         ///< highest significant bit; the sign bit of signed samples
+    void *pLUT;          ///< _RGBQUAD entries in a block of KernelAlloc, owned; the index is the
+                         ///< sample's significant bits without sign
+    uint32_t nLUTLength; ///< entries
+    uint8_t nReserved152[8];  ///< of the kernel
+    int32_t nMinVal;          ///< value range; unknown while nMaxVal is not above nMinVal
+    int32_t nMaxVal;          ///< end of the value range
+    int32_t nPaintLowBit;     ///< display bits
+    int32_t nPaintHighBit;    ///< highest display bit
+    uint8_t nReserved176[48]; ///< of the kernel
+    uint32_t nLUT16Length;    ///< entries
+    void *pLUT16;             ///< _RGBQUAD16 entries, otherwise as pLUT; goes before it
+    uint8_t nReserved236[36]; ///< of the kernel
 } _BITMAPHANDLE;
 #pragma pack(pop)
 
@@ -120,25 +120,25 @@ enum {
 
 /** Attributes of an overlay, PS 3.3 C.9.2. */
 typedef struct _OVERLAYATTRIBUTES {
-    uint32_t nStructSize;
-    int32_t nOriginX;            ///< column of the image under the overlay's first, from 0
-    int32_t nOriginY;            ///< row of the image under the overlay's first, from 0
-    uint32_t crColor;            ///< display colour
-    uint32_t nOverlayFlags;      ///< OVERLAY_IN_BIT_PLANE; 1 and 2 concern display
-    uint16_t nBitPosition;       ///< bit of the image's samples that holds the overlay
-    uint16_t nRows;
-    uint16_t nColumns;
-    wchar_t szType[17];
-    uint16_t nBitsAllocated;
-    wchar_t szDescription[65];
-    wchar_t szSubtype[65];
-    wchar_t szLabel[65];
-    uint32_t nROIArea;
-    double fROIMean;
-    double fROIStandardDeviation;
-    uint32_t nFramesInOverlay;
-    uint16_t nImageFrameOrigin;
-    wchar_t szActivationLayer[17];
+    uint32_t nStructSize;          ///< size of the record
+    int32_t nOriginX;              ///< column of the image under the overlay's first, from 0
+    int32_t nOriginY;              ///< row of the image under the overlay's first, from 0
+    uint32_t crColor;              ///< display colour
+    uint32_t nOverlayFlags;        ///< OVERLAY_IN_BIT_PLANE; 1 and 2 concern display
+    uint16_t nBitPosition;         ///< bit of the image's samples that holds the overlay
+    uint16_t nRows;                ///< rows of the overlay
+    uint16_t nColumns;             ///< columns of the overlay
+    wchar_t szType[17];            ///< G graphics, R region of interest
+    uint16_t nBitsAllocated;       ///< bits of an overlay pixel with its neighbours
+    wchar_t szDescription[65];     ///< text for users
+    wchar_t szSubtype[65];         ///< defined terms of PS 3.3
+    wchar_t szLabel[65];           ///< name for users
+    uint32_t nROIArea;             ///< pixels of the region
+    double fROIMean;               ///< mean of the region
+    double fROIStandardDeviation;  ///< standard deviation of the region
+    uint32_t nFramesInOverlay;     ///< frames of the overlay
+    uint16_t nImageFrameOrigin;    ///< first image frame, from 1
+    wchar_t szActivationLayer[17]; ///< graphic layer that shows it
 } _OVERLAYATTRIBUTES;
 
 #ifdef __cplusplus
