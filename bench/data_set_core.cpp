@@ -142,14 +142,17 @@ void LargeFile(const support::TemporaryFolder &folder) {
     copy();
     save();
     std::vector<double> ratios;
-    for (int i = 0; i < 5; ++i) {
+    for (int i = 0; i < 6; ++i) {
         std::remove(folder.File("copy").c_str());
         std::remove(folder.File("saved").c_str());
-        const double plain = Seconds(copy);
-        ratios.push_back(plain / Seconds(save) * 100);
+        // The second of two such writes has to wait for the first: each goes first half the time.
+        const double first = i % 2 == 0 ? Seconds(copy) : Seconds(save);
+        const double second = i % 2 == 0 ? Seconds(save) : Seconds(copy);
+        ratios.push_back((i % 2 == 0 ? first / second : second / first) * 100);
     }
-    std::nth_element(ratios.begin(), ratios.begin() + 2, ratios.end());
-    Row("save unchanged, speed against a plain kernel copy", ratios[2], "%", ">= 80");
+    std::sort(ratios.begin(), ratios.end());
+    Row("save unchanged, speed against a plain kernel copy", (ratios[2] + ratios[3]) / 2, "%",
+        ">= 80");
 }
 
 void Classes() {
