@@ -7,7 +7,6 @@
 
 #include "Common/DS/ElementIndex.h"
 #include "Common/DS/ElementNode.h"
-#include "Common/Utils/ByteCursor.h"
 #include "Common/Utils/Text.h"
 #include "Common/Utils/Vr.h"
 #include "MDicomTag.h"
@@ -99,28 +98,37 @@ Status ElementReader::ReadHeader(Header *header) {
         header->length = cursor.Read32();
         if (header->tag != TAG_ITEM) header->length = 0;
     } else {
-        header->vr = vr::Implicit;
-        const uint8_t first = isExplicit ? cursor.Read8() : 0;
-        const uint8_t second = isExplicit ? cursor.Read8() : 0;
-        const uint16_t code = VrCode(static_cast<char>(first), static_cast<char>(second));
-        if (isExplicit && group == 0x0002 && !IsVrCode(code)) {
-            // Some writers give the meta header the implicit form.
-            isExplicit = false;
-            cursor.Back(2);
-        }
-        if (isExplicit) header->vr = code;
-        if (isExplicit && !HasLongHeader(code)) {
-            header->length = cursor.Read16();
-        } else {
-            const uint16_t reserved = isExplicit ? cursor.Read16() : 0;
-            // A UT with something in its reserved bytes was written with the short header.
-            header->length = code == vr::UT && reserved != 0 ? reserved : cursor.Read32();
-        }
+        ReadForm(cursor, group == 0x0002, isExplicit, header);
     }
     if (cursor.Failed()) return DICOM_ERROR_READ;
     header->size = static_cast<uint32_t>(cursor.Position());
     m_Position += header->size;
     return CheckOddLength(header->length);
+}
+
+/** Reads VR and length of an element that is no item. */
+void ElementReader::ReadForm(ByteCursor &cursor, bool meta, bool isExplicit, Header *header) {
+    header->vr = vr::Implicit;
+    if (isExplicit) {
+        const uint8_t first = cursor.Read8();
+        const uint8_t second = cursor.Read8();
+        header->vr = VrCode(static_cast<char>(first), static_cast<char>(second));
+    }
+    // Some writers give the meta header the implicit form.
+    if (isExplicit && meta && !IsVrCode(header->vr)) {
+        isExplicit = false;
+        header->vr = vr::Implicit;
+        cursor.Back(2);
+    }
+    if (!isExplicit) {
+        header->length = cursor.Read32();
+    } else if (!HasLongHeader(header->vr)) {
+        header->length = cursor.Read16();
+    } else {
+        const uint16_t reserved = cursor.Read16();
+        // A UT with something in its reserved bytes was written with the short header.
+        header->length = header->vr == vr::UT && reserved != 0 ? reserved : cursor.Read32();
+    }
 }
 
 /** Some files have the VR form that their meta header does not name: the first element behind it

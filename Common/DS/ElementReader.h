@@ -5,6 +5,7 @@
 #include <span>
 #include <vector>
 
+#include "Common/Utils/ByteCursor.h"
 #include "Common/Utils/Status.h"
 #include "MDicomDS.h"
 
@@ -50,6 +51,7 @@ class ElementReader {
 
     Status ReadLevels();
     Status ReadHeader(Header *header);
+    void ReadForm(ByteCursor &cursor, bool meta, bool isExplicit, Header *header);
     void SettleForm(std::span<const uint8_t> bytes);
     Status CheckOddLength(uint32_t length);
     Status PlaceElement(Level &level, const Header &header);

@@ -147,16 +147,7 @@ void ElementWriter::PlanLevels() {
 
 void ElementWriter::PlanElement(_DICOMELEMENT *element) {
     Level &level = m_Levels.back();
-    if (OpensGroup(level, element)) {
-        level.group = GroupOf(element->nTag);
-        level.groupSlot = m_Lengths.size();
-        level.groupOpen = true;
-        m_Lengths.push_back(0);
-        level.size += kGroupLengthSize;
-        m_Place += kGroupLengthSize;
-    } else if (element->nTag != TAG_ITEM && level.group != GroupOf(element->nTag)) {
-        level.groupOpen = false;
-    }
+    PlanGroup(level, element);
     if (m_WantsPlaces && element->nTag == TAG_ITEM && m_Place <= 0xFFFFFFFF) {
         m_ItemPlaces.emplace(element->nRecordOffset, static_cast<uint32_t>(m_Place));
     }
@@ -183,6 +174,20 @@ void ElementWriter::PlanElement(_DICOMELEMENT *element) {
         m_Lengths.push_back(0);
     }
     m_Levels.push_back(inner);
+}
+
+/** Makes room for a group length before an element that opens its group. */
+void ElementWriter::PlanGroup(Level &level, const _DICOMELEMENT *element) {
+    if (OpensGroup(level, element)) {
+        level.group = GroupOf(element->nTag);
+        level.groupSlot = m_Lengths.size();
+        level.groupOpen = true;
+        m_Lengths.push_back(0);
+        level.size += kGroupLengthSize;
+        m_Place += kGroupLengthSize;
+    } else if (element->nTag != TAG_ITEM && level.group != GroupOf(element->nTag)) {
+        level.groupOpen = false;
+    }
 }
 
 /** Adds the bytes of an element to its level and to the group that is open there. */

@@ -69,6 +69,7 @@ class ElementWriter {
     Status Plan();
     void PlanLevels();
     void PlanElement(_DICOMELEMENT *element);
+    void PlanGroup(Level &level, const _DICOMELEMENT *element);
     void FinishLevel();
     void Account(Level &level, const _DICOMELEMENT *element, uint64_t bytes);
 
