@@ -10,7 +10,7 @@ caller=$PWD
 cd "$(dirname "${BASH_SOURCE[0]}")"
 
 build=build/demo
-packages=(g++ cmake ninja-build)
+packages=(g++ cmake ninja-build pkgconf libjpeg62-turbo-dev libopenjp2-7-dev libpng-dev)
 
 sample_files() {
     dpkg -L python3-pydicom | grep /pydicom/data/ | grep -Ev '\.(py|json|txt|md|dump|gz)$|/README$' |

@@ -280,4 +280,28 @@ enum {
     PHOTOMETRIC_YBR_ICT = 9,       ///< irreversible transform of JPEG 2000
 };
 
+/** Options of GetImage. */
+enum {
+    DICOM_GETIMAGE_OVERLAYS = 0x01,           ///< put overlays into the bitmap's slots
+    DICOM_GETIMAGE_MODALITY_LUT = 0x02,       ///< apply the modality transformation to gray
+    DICOM_GETIMAGE_VOI_LUT = 0x04,            ///< apply window or VOI LUT to gray
+    DICOM_GETIMAGE_MODALITY_SIGNED = 0x08,    ///< modality values may become signed
+    DICOM_GETIMAGE_AUTOSCALE_MODALITY = 0x10, ///< fit an overflowing rescale to the bitmap
+    DICOM_GETIMAGE_AUTOSCALE_VOI = 0x20,      ///< correct the window by that fit
+    DICOM_GETIMAGE_FULL_RANGE_YBR = 0x40,     ///< YBR as PS 3.3, C.7.6.3.1.2 has it
+};
+
+/** Options of InsertImage, SetImage and of the operations on LUTs and windows. */
+enum {
+    DICOM_SETIMAGE_OVERLAYS = 0x01,              ///< store the bitmap's overlays
+    DICOM_SETIMAGE_AUTO_VOI_LUT = 0x02,          ///< window or VOI LUT from the bitmap's LUT
+    DICOM_SETIMAGE_CODEC_FLAG = 0x04,            ///< adds 0x800000 to the JPEG encoder's flags
+    DICOM_SETIMAGE_UPDATE_SHARED = 0x08,         ///< a shared functional group may change
+    DICOM_SETIMAGE_VOI_PER_FRAME = 0x10,         ///< new VOI attributes per frame
+    DICOM_SETIMAGE_VOI_SHARED = 0x20,            ///< new VOI attributes for all frames
+    DICOM_SETIMAGE_MODALITY_PER_FRAME = 0x40,    ///< new modality attributes per frame
+    DICOM_SETIMAGE_MODALITY_SHARED = 0x80,       ///< new modality attributes for all frames
+    DICOM_SETIMAGE_NO_LUT_ELEMENTS = 0x20000000, ///< write no LUT, window or extreme values
+};
+
 #endif

@@ -460,6 +460,119 @@ class MDICOM_API MDicomDS {
     /** Counts the frames of the Pixel Data on the top level that have no data and those that
      *  have. Null is skipped. Returns 1 if a frame is bad or there is no Pixel Data. */
     int32_t IsBadPixelData(uint32_t *pBadCount, uint32_t *pGoodCount);
+    /**
+     * Turns a frame into a bitmap (PS 3.3, C.7.6.3; PS 3.5, 8 and A.4).
+     * @param pElement      Pixel Data; null: nIndex counts through all Pixel Data elements
+     * @param pBitmap       record for the result, which is the caller's to free (KernelFreeBitmap);
+     *                      what it held before is not looked at. Without data after a failure.
+     * @param nStructSize   sizeof(_BITMAPHANDLE)
+     * @param nIndex        frame, from 0
+     * @param nBitsPerPixel depth wanted, 0 for the image's own: 8 for gray of 8 bits and palettes,
+     *                      12, 16 and 32 for gray with as many bits allocated, 24 for colour, 1
+     * @param nOrder        not used: gray of 12 and 16 bits is KERNEL_ORDER_GRAY, colour BGR
+     * @param nFlags        DICOM_GETIMAGE_ options
+     * @param pfnCallback   hears of each row; null for none
+     * @return 0; 1 MPEG, 2 no memory, 4 or 5 data not readable, 8 depth that no bitmap has, 9 bad
+     *         argument, 10 no such frame or one that no decoder reads, 11 JPEG-LS, 12 photometric
+     *         interpretation unknown, 14 attributes missing, 215, 231 and 232 no library for the
+     *         image; or what the callback said
+     */
+    uint16_t GetImage(_DICOMELEMENT *pElement, _BITMAPHANDLE *pBitmap, uint32_t nStructSize,
+                      uint32_t nIndex, int32_t nBitsPerPixel, int32_t nOrder, uint32_t nFlags,
+                      MDICOM_LOAD_CALLBACK pfnCallback, void *pUserData);
+    /** Appends up to nCount frames from nIndex on to a list. 9 for a null list; else as GetImage:
+     *  the frames before one that fails stay in the list. */
+    uint16_t GetImageList(_DICOMELEMENT *pElement, HBITMAPLIST__ *hList, uint32_t nIndex,
+                          uint32_t nCount, int32_t nBitsPerPixel, int32_t nOrder, uint32_t nFlags);
+    ///@}
+
+    /// @name LUTs and windows (PS 3.3, C.11.1, C.11.2, C.7.6.16.2.9, C.7.6.16.2.10)
+    /// nSize and the nStructSize of a record are its sizeof. nFrame selects the functional groups
+    /// of a frame, behind what stands on the top level. Table data is an array of 16-bit entries,
+    /// also where an entry has 8 bits. DICOM_SETIMAGE_ flags say where new attributes go; two that
+    /// exclude each other are status 9.
+    ///@{
+    /** The modality transformation of a frame; 0xFFFFFFFF looks at no functional group. 0; 201 no
+     *  item, 204 no descriptor, 205 no transformation, 206, 213 wrong size, 214 null. */
+    uint16_t GetModalityLUTAttributes(uint32_t nFrame, tagDICOMMLUTATTRIBS *pAttributes,
+                                      uint32_t nSize, uint32_t nFlags);
+    /** Table of the modality LUT. 0; 2, 4, 9 fewer entries than the table has, or no table. */
+    uint16_t GetModalityLUTData(uint16_t *pData, uint32_t nEntries, uint32_t nFlags);
+    /** Sets a rescale, or a table of nEntries entries; the other form goes. 0; 5 not stored, 9 bad
+     *  argument, 214 null, 64747 wrong size. */
+    uint16_t SetModalityLUT(uint32_t nFrame, const tagDICOMMLUTATTRIBS *pAttributes,
+                            uint16_t *pData, uint32_t nEntries, uint32_t nFlags);
+    /** Deletes the modality transformation; a shared one only with DICOM_SETIMAGE_UPDATE_SHARED. */
+    uint16_t DeleteModalityLUT(uint32_t nFrame, uint32_t nFlags);
+    /** Number of VOI LUTs. */
+    uint16_t GetVOILUTCount(uint32_t *pCount);
+    /** A VOI LUT. 0; 9 no such LUT, 204 no descriptor, 206, 209 no item, 213 wrong size. */
+    uint16_t GetVOILUT(uint32_t nIndex, tagDICOMVOILUTATTRIBS *pAttributes, uint32_t nSize,
+                       uint32_t nFlags);
+    /** Table of a VOI LUT. 0; 2, 4, 9 bad argument, 201 no table. */
+    uint16_t GetVOILUTData(uint32_t nIndex, uint16_t *pData, uint32_t nEntries, uint32_t nFlags);
+    /** Replaces a VOI LUT, or appends one when there is none of this index. */
+    uint16_t SetVOILUT(uint32_t nIndex, const tagDICOMVOILUTATTRIBS *pAttributes, uint16_t *pData,
+                       uint32_t nEntries, uint32_t nFlags);
+    /** Deletes all VOI LUTs. */
+    uint16_t DeleteVOILUT(uint32_t nFlags);
+    /** Number of windows of a frame. */
+    uint16_t GetWindowCount(uint32_t nFrame, uint32_t *pCount);
+    /** A window of a frame. 0; 9 no such window, 209 centre or width missing, 213 wrong size. */
+    uint16_t GetWindow(uint32_t nFrame, uint32_t nIndex, tagDICOMWINDOWATTRIBS *pAttributes,
+                       uint32_t nSize, uint32_t nFlags);
+    /** Replaces a window, or appends one when there is none of this index. 0; 4, 5, 9, 201 the
+     *  element has 30 windows, 214 null, 64747 wrong size. */
+    uint16_t SetWindow(uint32_t nFrame, uint32_t nIndex, const tagDICOMWINDOWATTRIBS *pAttributes,
+                       uint32_t nFlags);
+    /** Deletes all windows of a frame; shared ones only with DICOM_SETIMAGE_UPDATE_SHARED. */
+    uint16_t DeleteWindow(uint32_t nFrame, uint32_t nFlags);
+    /** Descriptors of the palette. 0; 204 one is missing, 206, 213 wrong size, 214 null. */
+    uint16_t GetPaletteColorLUTAttributes(tagDICOMPALCOLORLUTATTRIBS *pAttributes, uint32_t nSize,
+                                          uint32_t nFlags);
+    /** Sets the descriptors of the palette. 0; 5, 9 bad descriptor, 214 null, 64747 wrong size. */
+    uint16_t SetPaletteColorLUTAttributes(const tagDICOMPALCOLORLUTATTRIBS *pAttributes,
+                                          uint32_t nFlags);
+    /** A table of the palette, segmented ones expanded. nType is a PALETTE_LUT_ value. 0; 2, 4, 9,
+     *  201 unknown segment, 207 no table, 208 segmented table of 8 bits. */
+    uint16_t GetPaletteColorLUTData(uint16_t *pData, uint32_t nEntries, uint32_t nType,
+                                    uint32_t nFlags);
+    /** Sets a table of the palette, as long as its descriptor says. */
+    uint16_t SetPaletteColorLUTData(uint16_t *pData, uint32_t nEntries, uint32_t nType,
+                                    uint32_t nFlags);
+    /** Deletes descriptors and tables of the palette. */
+    uint16_t DeletePaletteColorLUT(uint32_t nFlags);
+    ///@}
+
+    /// @name Overlays (PS 3.3, C.9.2; PS 3.5, 8.1.2)
+    /// Overlays stand in the groups 6000 to 601E. nSize is the sizeof of the record.
+    ///@{
+    /** Number of overlays, activation layers that stand alone included. */
+    uint16_t GetOverlayCount(uint32_t *pCount);
+    /** Attributes of an overlay. pGroup, which may be null, gets the group less 6000; pIsOverlay 0
+     *  for an activation layer alone. 0; 9 bad argument, 210 attributes missing, 213. */
+    uint16_t GetOverlayAttributes(uint32_t nIndex, _OVERLAYATTRIBUTES *pAttributes, uint32_t nSize,
+                                  uint32_t *pGroup, int32_t *pIsOverlay, uint32_t nFlags);
+    /** Sets the attributes of the overlay in group 6000 + 2 x nIndex. nFlags 1 leaves an overlay
+     *  that is there as it is. 0; 5 not stored, 9 bad argument, 213 wrong size. */
+    uint16_t SetOverlayAttributes(uint32_t nIndex, const _OVERLAYATTRIBUTES *pAttributes,
+                                  uint32_t nFlags);
+    /** Name of the activation layer; nLength in wide characters. 0; 9, 211 no layer. */
+    uint16_t GetOverlayActivationLayer(uint32_t nIndex, wchar_t *pText, uint32_t nLength);
+    /** The first frame of an overlay as a one-bit bitmap, the caller's to free. 0; 2, 4, 9, 210,
+     *  212 no data of its own. */
+    uint16_t GetOverlayBitmap(uint32_t nIndex, _BITMAPHANDLE *pBitmap, uint32_t nSize,
+                              uint32_t nFlags);
+    /** Sets the first frame of an overlay whose attributes are there, from a one-bit bitmap of its
+     *  size. 0; 2, 5, 9 bitmap of another form, 10 not readable, 210. */
+    uint16_t SetOverlayBitmap(uint32_t nIndex, _BITMAPHANDLE *pBitmap, uint32_t nFlags);
+    /** Appends frames of an overlay to a list. */
+    uint16_t GetOverlayBitmapList(uint32_t nIndex, HBITMAPLIST__ *hList, uint32_t nFirst,
+                                  uint32_t nCount, uint32_t nFlags);
+    /** Sets the frames of an overlay from a list. */
+    uint16_t SetOverlayBitmapList(uint32_t nIndex, HBITMAPLIST__ *hList, uint32_t nFlags);
+    /** Deletes an overlay, or an activation layer. 0 also when there is none of this index. */
+    uint16_t DeleteOverlay(uint32_t nIndex, uint32_t nFlags);
     ///@}
 
   private:
@@ -561,6 +674,64 @@ class MDICOM_API MDicomDS {
     uint16_t GetInfoImage(_DICOMELEMENT *pElement, _IMAGEINFO *pInfo, uint32_t nFrame,
                           int32_t bWithTables);
     void FreeInfoImage(_IMAGEINFO *pInfo);
+    uint16_t SetInfoImage(_DICOMELEMENT *pElement, _IMAGEINFO *pInfo, _BITMAPHANDLE *pBitmap,
+                          uint32_t nFrame, int32_t nPhotometric, int32_t bWriteElements,
+                          uint32_t nFlags);
+    uint16_t AddIODSpecificElements(_DICOMELEMENT *pElement, _IMAGEINFO *pInfo);
+
+    // LUTs and windows
+    uint16_t GetLUTDescriptor(_DICOMELEMENT *pItem, uint32_t nTag, _DICOMLUTDESCRIPTOR *pDescriptor,
+                              uint32_t nType);
+    uint16_t SetLUTDescriptor(_DICOMELEMENT *pStart, const _DICOMLUTDESCRIPTOR *pDescriptor,
+                              uint32_t nTag);
+    uint16_t SetModalityLUTDescriptor(_DICOMELEMENT *pItem, const _DICOMLUTDESCRIPTOR *pDescriptor);
+    uint16_t InsertModalityLUTSequence(const tagDICOMMLUTATTRIBS *pAttributes, uint16_t *pData,
+                                       uint32_t nEntries);
+    uint16_t Set8BitLUT(_DICOMELEMENT *pElement, const uint16_t *pData, uint32_t nEntries);
+    int32_t SearchModalityLUT(_DICOMELEMENT *pStart, tagDICOMMLUTATTRIBS *pAttributes);
+    int32_t SearchWindowCenterWidth(_DICOMELEMENT *pStart, uint32_t nIndex,
+                                    tagDICOMWINDOWATTRIBS *pAttributes);
+    uint16_t UpdateWindowElement(_DICOMELEMENT *pStart, uint32_t nIndex, double fValue,
+                                 uint32_t nTag);
+    uint16_t GetModalityLUTAttributes(uint32_t nFrame, tagDICOMMLUTATTRIBS *pAttributes,
+                                      uint32_t nSize, _BITMAPHANDLE *pBitmap, uint32_t nFlags);
+    uint16_t ApplyModalityLUT(_BITMAPHANDLE *pBitmap, uint32_t nStructSize, _IMAGEINFO *pImage,
+                              int32_t nMin, int32_t nMax, uint32_t nFlags);
+    uint16_t ApplyVOILUT(_BITMAPHANDLE *pBitmap, uint32_t nStructSize, _IMAGEINFO *pImage,
+                         uint32_t nFlags);
+    void AutoScaleModalityLUT(tagDICOMMLUTATTRIBS *pAttributes, _BITMAPHANDLE *pBitmap,
+                              uint32_t nFlags);
+    uint16_t SetNonLinearVOILUT(uint32_t nFrame, _DICOMELEMENT *pElement, _BITMAPHANDLE *pBitmap);
+
+    // Functional groups
+    int32_t CanAddMultiFrameFunctionalGroup();
+    int32_t IsPerFrameMultiFrameFunctionalGroup(_DICOMELEMENT *pElement);
+    int32_t IsSharedMultiFrameFunctionalGroup(_DICOMELEMENT *pElement);
+    _DICOMELEMENT *FindMultiFrameFunctionalGroupElement(uint32_t nMacroTag, uint32_t nTag,
+                                                        uint32_t nFrame);
+    _DICOMELEMENT *FindMultiFrameFunctionGroupVOILUT(uint32_t nFrame);
+    _DICOMELEMENT *FindMultiFrameFunctionGroupModalityLUT(uint32_t nFrame);
+    void GetMultiFrameFunctionGroupLutElements(uint32_t nFlags, uint32_t nFrame,
+                                               _DICOMELEMENT **ppVOI, int32_t *pVOIShared,
+                                               _DICOMELEMENT **ppModality,
+                                               int32_t *pModalityShared);
+    _DICOMELEMENT *CreateMultiFrameFunctionalGroupElement(uint32_t nGroupTag, uint32_t nMacroTag,
+                                                          uint32_t nTag, uint32_t nFrame,
+                                                          int32_t bInsert);
+    uint16_t InsertItemPerFrameMultiFrameFunctionalGroup(uint32_t nIndex);
+    uint16_t DeleteItemPerFrameMultiFrameFunctionalGroup(uint32_t nFirst, uint32_t nLast);
+    int32_t DeleteMultiFrameSequence(uint32_t nMacroTag, uint32_t nItem);
+
+    // Overlays
+    uint32_t GetOverlayGroupMaskByIndex(uint32_t nIndex, int32_t *pActivationOnly);
+    uint32_t GetOverlayGroupMaskByIndexActLayer(uint32_t nIndex);
+    uint16_t GetOverlayBitmap(uint32_t nIndex, _BITMAPHANDLE *pBitmap, uint32_t nSize,
+                              uint32_t nFrame, uint32_t nFlags);
+    uint16_t SetOverlayBitmap(uint32_t nIndex, _BITMAPHANDLE *pBitmap, uint32_t nFrame,
+                              uint32_t nFlags);
+    uint16_t DeleteAllOverlays(uint32_t nFlags);
+    uint16_t LoadOverlaysIntoBitmap(_BITMAPHANDLE *pBitmap, uint32_t nStructSize, uint32_t nFlags);
+    uint16_t SaveOverlaysFromBitmap(_BITMAPHANDLE *pBitmap, uint32_t nFlags);
 
     // Modules and conformance
     void InsertClass(_DICOMIOD *pClass);

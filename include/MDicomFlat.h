@@ -512,6 +512,106 @@ MDICOM_API uint16_t M_DicomGetInfoImage(MDicomDS *hDS, _DICOMELEMENT *pElement, 
                                         uint32_t nIndex);
 /** Number of frames (MDicomDS::GetCountImage). */
 MDICOM_API uint32_t M_DicomGetCountImage(MDicomDS *hDS, _DICOMELEMENT *pElement);
+//** Turns a frame into a bitmap (MDicomDS::GetImage). */
+MDICOM_API uint16_t M_DicomGetImage(MDicomDS *hDS, _DICOMELEMENT *pElement, _BITMAPHANDLE *pBitmap,
+                                    uint32_t nStructSize, uint32_t nIndex, int32_t nBitsPerPixel,
+                                    int32_t nOrder, uint32_t nFlags,
+                                    MDICOM_LOAD_CALLBACK pfnCallback, void *pUserData);
+/** Appends frames to a list (MDicomDS::GetImageList). */
+MDICOM_API uint16_t M_DicomGetImageList(MDicomDS *hDS, _DICOMELEMENT *pElement,
+                                        HBITMAPLIST__ *hList, uint32_t nIndex, uint32_t nCount,
+                                        int32_t nBitsPerPixel, int32_t nOrder, uint32_t nFlags);
+///@}
+
+/// @name LUTs and windows
+///@{
+/** Modality transformation (MDicomDS::GetModalityLUTAttributes). */
+MDICOM_API uint16_t M_DicomGetModalityLUTAttributes(MDicomDS *hDS, uint32_t nFrame,
+                                                    tagDICOMMLUTATTRIBS *pAttributes,
+                                                    uint32_t nSize, uint32_t nFlags);
+/** Table of the modality LUT (MDicomDS::GetModalityLUTData). */
+MDICOM_API uint16_t M_DicomGetModalityLUTData(MDicomDS *hDS, uint16_t *pData, uint32_t nEntries,
+                                              uint32_t nFlags);
+/** Sets the modality transformation (MDicomDS::SetModalityLUT). */
+MDICOM_API uint16_t M_DicomSetModalityLUT(MDicomDS *hDS, uint32_t nFrame,
+                                          const tagDICOMMLUTATTRIBS *pAttributes, uint16_t *pData,
+                                          uint32_t nEntries, uint32_t nFlags);
+/** Deletes the modality transformation (MDicomDS::DeleteModalityLUT). */
+MDICOM_API uint16_t M_DicomDeleteModalityLUT(MDicomDS *hDS, uint32_t nFrame, uint32_t nFlags);
+/** Number of VOI LUTs (MDicomDS::GetVOILUTCount). */
+MDICOM_API uint16_t M_DicomGetVOILUTCount(MDicomDS *hDS, uint32_t *pCount);
+/** A VOI LUT (MDicomDS::GetVOILUT). */
+MDICOM_API uint16_t M_DicomGetVOILUT(MDicomDS *hDS, uint32_t nIndex,
+                                     tagDICOMVOILUTATTRIBS *pAttributes, uint32_t nSize,
+                                     uint32_t nFlags);
+/** Table of a VOI LUT (MDicomDS::GetVOILUTData). */
+MDICOM_API uint16_t M_DicomGetVOILUTData(MDicomDS *hDS, uint32_t nIndex, uint16_t *pData,
+                                         uint32_t nEntries, uint32_t nFlags);
+/** Sets a VOI LUT (MDicomDS::SetVOILUT). */
+MDICOM_API uint16_t M_DicomSetVOILUT(MDicomDS *hDS, uint32_t nIndex,
+                                     const tagDICOMVOILUTATTRIBS *pAttributes, uint16_t *pData,
+                                     uint32_t nEntries, uint32_t nFlags);
+/** Deletes all VOI LUTs (MDicomDS::DeleteVOILUT). */
+MDICOM_API uint16_t M_DicomDeleteVOILUT(MDicomDS *hDS, uint32_t nFlags);
+/** Number of windows (MDicomDS::GetWindowCount). */
+MDICOM_API uint16_t M_DicomGetWindowCount(MDicomDS *hDS, uint32_t nFrame, uint32_t *pCount);
+/** A window (MDicomDS::GetWindow). */
+MDICOM_API uint16_t M_DicomGetWindow(MDicomDS *hDS, uint32_t nFrame, uint32_t nIndex,
+                                     tagDICOMWINDOWATTRIBS *pAttributes, uint32_t nSize,
+                                     uint32_t nFlags);
+/** Sets a window (MDicomDS::SetWindow). */
+MDICOM_API uint16_t M_DicomSetWindow(MDicomDS *hDS, uint32_t nFrame, uint32_t nIndex,
+                                     const tagDICOMWINDOWATTRIBS *pAttributes, uint32_t nFlags);
+/** Deletes all windows (MDicomDS::DeleteWindow). */
+MDICOM_API uint16_t M_DicomDeleteWindow(MDicomDS *hDS, uint32_t nFrame, uint32_t nFlags);
+/** Descriptors of the palette (MDicomDS::GetPaletteColorLUTAttributes). */
+MDICOM_API uint16_t M_DicomGetPaletteColorLUTAttributes(MDicomDS *hDS,
+                                                        tagDICOMPALCOLORLUTATTRIBS *pAttributes,
+                                                        uint32_t nSize, uint32_t nFlags);
+/** Sets the descriptors of the palette (MDicomDS::SetPaletteColorLUTAttributes). */
+MDICOM_API uint16_t M_DicomSetPaletteColorLUTAttributes(
+    MDicomDS *hDS, const tagDICOMPALCOLORLUTATTRIBS *pAttributes, uint32_t nFlags);
+/** A table of the palette (MDicomDS::GetPaletteColorLUTData). */
+MDICOM_API uint16_t M_DicomGetPaletteColorLUTData(MDicomDS *hDS, uint16_t *pData, uint32_t nEntries,
+                                                  uint32_t nType, uint32_t nFlags);
+/** Sets a table of the palette (MDicomDS::SetPaletteColorLUTData). */
+MDICOM_API uint16_t M_DicomSetPaletteColorLUTData(MDicomDS *hDS, uint16_t *pData, uint32_t nEntries,
+                                                  uint32_t nType, uint32_t nFlags);
+/** Deletes the palette (MDicomDS::DeletePaletteColorLUT). */
+MDICOM_API uint16_t M_DicomDeletePaletteColorLUT(MDicomDS *hDS, uint32_t nFlags);
+///@}
+
+/// @name Overlays
+///@{
+/** Number of overlays (MDicomDS::GetOverlayCount). */
+MDICOM_API uint16_t M_DicomGetOverlayCount(MDicomDS *hDS, uint32_t *pCount);
+/** Attributes of an overlay (MDicomDS::GetOverlayAttributes). */
+MDICOM_API uint16_t M_DicomGetOverlayAttributes(MDicomDS *hDS, uint32_t nIndex,
+                                                _OVERLAYATTRIBUTES *pAttributes, uint32_t nSize,
+                                                uint32_t *pGroup, int32_t *pIsOverlay,
+                                                uint32_t nFlags);
+/** Sets the attributes of an overlay (MDicomDS::SetOverlayAttributes). */
+MDICOM_API uint16_t M_DicomSetOverlayAttributes(MDicomDS *hDS, uint32_t nIndex,
+                                                const _OVERLAYATTRIBUTES *pAttributes,
+                                                uint32_t nFlags);
+/** Name of an activation layer (MDicomDS::GetOverlayActivationLayer). */
+MDICOM_API uint16_t M_DicomGetOverlayActivationLayer(MDicomDS *hDS, uint32_t nIndex, wchar_t *pText,
+                                                     uint32_t nLength);
+/** First frame of an overlay (MDicomDS::GetOverlayBitmap). */
+MDICOM_API uint16_t M_DicomGetOverlayBitmap(MDicomDS *hDS, uint32_t nIndex, _BITMAPHANDLE *pBitmap,
+                                            uint32_t nSize, uint32_t nFlags);
+/** Sets the first frame of an overlay (MDicomDS::SetOverlayBitmap). */
+MDICOM_API uint16_t M_DicomSetOverlayBitmap(MDicomDS *hDS, uint32_t nIndex, _BITMAPHANDLE *pBitmap,
+                                            uint32_t nFlags);
+/** Appends frames of an overlay to a list (MDicomDS::GetOverlayBitmapList). */
+MDICOM_API uint16_t M_DicomGetOverlayBitmapList(MDicomDS *hDS, uint32_t nIndex,
+                                                HBITMAPLIST__ *hList, uint32_t nFirst,
+                                                uint32_t nCount, uint32_t nFlags);
+/** Sets the frames of an overlay (MDicomDS::SetOverlayBitmapList). */
+MDICOM_API uint16_t M_DicomSetOverlayBitmapList(MDicomDS *hDS, uint32_t nIndex,
+                                                HBITMAPLIST__ *hList, uint32_t nFlags);
+/** Deletes an overlay (MDicomDS::DeleteOverlay). */
+MDICOM_API uint16_t M_DicomDeleteOverlay(MDicomDS *hDS, uint32_t nIndex, uint32_t nFlags);
 ///@}
 
 #ifdef __cplusplus

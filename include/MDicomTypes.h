@@ -11,6 +11,8 @@
 #include <wchar.h>
 
 #include "MDicomConstants.h"
+#include "MvkrnxBitmap.h"
+#include "MvkrnxFilter.h"
 
 #ifdef __cplusplus
 class MDicomFile;
@@ -308,6 +310,74 @@ typedef struct _IMAGEINFO {
 /** Debug callback of a data set: element, DS_DEBUG_ code, user data. Its result is ignored. */
 typedef int32_t (*MDICOM_DEBUG_CALLBACK)(_DICOMELEMENT *pElement, uint16_t nCode, void *pUserData);
 
+/** Which LUT a descriptor describes. */
+typedef enum tagDICOMLUTDESCRIPTORTYPE {
+    LUT_DESCRIPTOR_MODALITY = 0,
+    LUT_DESCRIPTOR_VOI = 1,
+    LUT_DESCRIPTOR_PALETTE = 2
+} tagDICOMLUTDESCRIPTORTYPE;
+
+/** The tables of a palette (PS 3.3, C.7.9). */
+typedef enum tagDICOMPALETTECOLORLUTTYPE {
+    PALETTE_LUT_RED = 0,
+    PALETTE_LUT_GREEN = 1,
+    PALETTE_LUT_BLUE = 2
+} tagDICOMPALETTECOLORLUTTYPE;
+
+/** Descriptor of a LUT (PS 3.3, C.11.1.1.1). */
+typedef struct _DICOMLUTDESCRIPTOR {
+    uint32_t nStructSize;                 ///< 16; set by every read
+    uint32_t nNumberOfEntries;            ///< 1 to 65536
+    int32_t nFirstStoredPixelValueMapped; ///< pixel value of the first entry
+    uint32_t nEntryBits;                  ///< bits of an entry, 8 or 16
+} _DICOMLUTDESCRIPTOR;
+
+/** Modality transformation (PS 3.3, C.11.1): a table or a rescale, never both. */
+typedef struct tagDICOMMLUTATTRIBS {
+    uint32_t nStructSize;              ///< size of the record
+    uint32_t bIsModalityLUT;           ///< nonzero: the table of (0028,3000)
+    _DICOMLUTDESCRIPTOR LUTDescriptor; ///< (0028,3002)
+    wchar_t szLUTExplanation[65];      ///< (0028,3003)
+    wchar_t szLUTType[65];             ///< (0028,3004)
+    uint32_t bIsRescaleSlopeIntercept; ///< nonzero: value x slope + intercept
+    double fRescaleIntercept;          ///< (0028,1052)
+    double fRescaleSlope;              ///< (0028,1053)
+    wchar_t szRescaleType[65];         ///< (0028,1054)
+} tagDICOMMLUTATTRIBS;
+
+/** A VOI LUT (PS 3.3, C.11.2). */
+typedef struct tagDICOMVOILUTATTRIBS {
+    uint32_t nStructSize;              ///< size of the record
+    _DICOMLUTDESCRIPTOR LUTDescriptor; ///< (0028,3002)
+    wchar_t szLUTExplanation[65];      ///< (0028,3003)
+} tagDICOMVOILUTATTRIBS;
+
+/** A window (PS 3.3, C.11.2.1.2), in values behind the modality transformation. */
+typedef struct tagDICOMWINDOWATTRIBS {
+    uint32_t nStructSize;                       ///< size of the record
+    double fCenter;                             ///< (0028,1050)
+    double fWidth;                              ///< (0028,1051)
+    wchar_t szWindowCenterWidthExplanation[65]; ///< (0028,1055)
+} tagDICOMWINDOWATTRIBS;
+
+/** A palette (PS 3.3, C.7.9). */
+typedef struct tagDICOMPALCOLORLUTATTRIBS {
+    uint32_t nStructSize;                ///< size of the record
+    _DICOMLUTDESCRIPTOR RedDescriptor;   ///< (0028,1101)
+    _DICOMLUTDESCRIPTOR GreenDescriptor; ///< (0028,1102)
+    _DICOMLUTDESCRIPTOR BlueDescriptor;  ///< (0028,1103)
+    wchar_t szPaletteColorLUTUID[65];    ///< (0028,1199)
+    uint32_t bIsSegmented;               ///< nonzero: segmented tables
+} tagDICOMPALCOLORLUTATTRIBS;
+
+/** Hears of each finished row of an image that is being loaded (GetImage). */
+typedef KERNEL_ROW_CALLBACK MDICOM_LOAD_CALLBACK;
+
+/** Hears of each row of an image that is being stored, and may change it (InsertImage). A result
+ *  other than 1 ends the operation and becomes its status. */
+typedef int32_t (*MDICOM_SAVE_CALLBACK)(_BITMAPHANDLE *pBitmap, uint8_t *pRow, uint32_t nRow,
+                                        uint32_t nReserved, void *pUserData);
+
 MDICOM_ASSERT_SIZE(_DICOMLINK, 40);
 MDICOM_ASSERT_SIZE(_DICOMVR, 64);
 MDICOM_ASSERT_SIZE(_DICOMTAG, 72);
@@ -326,6 +396,11 @@ MDICOM_ASSERT_SIZE(_VALUEDATETIMERANGE, 44);
 MDICOM_ASSERT_SIZE(_DICOMMODULE, 8008);
 MDICOM_ASSERT_SIZE(DICOMBADELEMENT, 24);
 MDICOM_ASSERT_SIZE(_FILEJ2KOPTIONS, 156);
+MDICOM_ASSERT_SIZE(_DICOMLUTDESCRIPTOR, 16);
+MDICOM_ASSERT_SIZE(tagDICOMMLUTATTRIBS, sizeof(wchar_t) == 2 ? 440 : 832);
+MDICOM_ASSERT_SIZE(tagDICOMVOILUTATTRIBS, sizeof(wchar_t) == 2 ? 152 : 280);
+MDICOM_ASSERT_SIZE(tagDICOMWINDOWATTRIBS, sizeof(wchar_t) == 2 ? 160 : 288);
+MDICOM_ASSERT_SIZE(tagDICOMPALCOLORLUTATTRIBS, sizeof(wchar_t) == 2 ? 188 : 316);
 MDICOM_ASSERT_SIZE(_DICOMIMAGE, 120 + 30 * sizeof(wchar_t));
 MDICOM_ASSERT_SIZE(_IMAGEINFO, sizeof(wchar_t) == 2 ? 248 : 312);
 

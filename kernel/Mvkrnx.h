@@ -10,6 +10,7 @@
 #define MVKRNX_API __attribute__((visibility("default")))
 
 #include "MvkrnxBitmap.h"
+#include "MvkrnxFilter.h"
 
 #ifdef __cplusplus
 extern "C" {
