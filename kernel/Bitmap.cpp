@@ -275,4 +275,9 @@ int64_t KernelPutBitmapRow(_BITMAPHANDLE *pBitmap, const void *pBuffer, int32_t 
     return static_cast<int64_t>(bytes);
 }
 
+uint8_t *KernelLendBitmapRow(const _BITMAPHANDLE *pBitmap, int32_t nRow) {
+    if (!HasRows(pBitmap) || nRow < 0 || nRow >= StoredRows(*pBitmap)) return nullptr;
+    return RowOf(*pBitmap, nRow);
+}
+
 } // extern "C"

@@ -226,6 +226,9 @@ MVKRNX_API int64_t KernelGetBitmapRow(const _BITMAPHANDLE *pBitmap, void *pBuffe
  *  negative code. */
 MVKRNX_API int64_t KernelPutBitmapRow(_BITMAPHANDLE *pBitmap, const void *pBuffer, int32_t nRow,
                                       uint64_t nBytes);
+/** Lends a stored row and those behind it, nBytesPerLine apart; null if there is no such row. Good
+ *  until the bitmap is freed or converted. */
+MVKRNX_API uint8_t *KernelLendBitmapRow(const _BITMAPHANDLE *pBitmap, int32_t nRow);
 
 /** Reads palette entries; fails when they are not all there. */
 MVKRNX_API int32_t KernelGetBitmapColors(const _BITMAPHANDLE *pBitmap, uint32_t nFirst,

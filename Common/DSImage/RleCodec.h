@@ -1,0 +1,39 @@
+// Run length coding of bytes (PS 3.5, G.3).
+
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+
+namespace mdicom {
+
+constexpr size_t kRleHeaderSize = 64;
+constexpr size_t kMostRleSegments = 15;
+
+/** The header in front of a frame: where its segments begin, from the start of the header. */
+struct RleHeader {
+    uint32_t segments = 0;
+    std::array<uint32_t, kMostRleSegments> offsets{};
+};
+
+/** Reads the header of a frame; nothing for a frame that is shorter, or a number of segments that
+ *  no header has room for. */
+std::optional<RleHeader> ReadRleHeader(std::span<const uint8_t> frame);
+
+/** The bytes of a segment, cut where the frame ends; empty for an offset outside of it. */
+std::span<const uint8_t> RleSegment(std::span<const uint8_t> frame, const RleHeader &header,
+                                    size_t segment);
+
+/** Expands a segment. Returns the bytes made, fewer than the plane has where the segment ends. */
+size_t ExpandRle(std::span<const uint8_t> segment, std::span<uint8_t> plane);
+
+/** Most bytes that PackRle makes of a plane. */
+size_t MostRleBytes(size_t plane);
+
+/** Packs a plane. Returns the end of what it wrote, at most MostRleBytes behind the target. */
+uint8_t *PackRle(std::span<const uint8_t> plane, uint8_t *target);
+
+} // namespace mdicom
