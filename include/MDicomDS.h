@@ -19,6 +19,7 @@ class ElementWriter;
 class KeyIndex;
 struct CharacterSetList;
 struct DataSetAccess;
+struct FrameData;
 struct FrameRules;
 struct KeyLevel;
 struct KeyNode;
@@ -674,6 +675,10 @@ class MDICOM_API MDicomDS {
     uint16_t GetInfoImage(_DICOMELEMENT *pElement, _IMAGEINFO *pInfo, uint32_t nFrame,
                           int32_t bWithTables);
     void FreeInfoImage(_IMAGEINFO *pInfo);
+    uint16_t GatherFrame(const _IMAGEINFO *pImage, mdicom::FrameData *pFrame);
+    uint16_t DecodeJ2K(_IMAGEINFO *pImage, uint8_t *pBuffer, uint32_t nBufferSize);
+    uint16_t EncodeJ2K(uint8_t **ppData, _BITMAPHANDLE *pBitmap, int32_t nQuality, uint32_t *pSize,
+                       int32_t bLossless);
     uint16_t SetInfoImage(_DICOMELEMENT *pElement, _IMAGEINFO *pInfo, _BITMAPHANDLE *pBitmap,
                           uint32_t nFrame, int32_t nPhotometric, int32_t bWriteElements,
                           uint32_t nFlags);
