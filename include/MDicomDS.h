@@ -16,6 +16,7 @@ namespace mdicom {
 class ElementIndex;
 class ElementReader;
 class ElementWriter;
+class FrameLoader;
 class KeyIndex;
 struct CharacterSetList;
 struct DataSetAccess;
@@ -579,6 +580,7 @@ class MDICOM_API MDicomDS {
   private:
     friend class mdicom::ElementReader;
     friend class mdicom::ElementWriter;
+    friend class mdicom::FrameLoader;
     friend struct mdicom::DataSetAccess; // tests of the value store
 
     // Element tree
@@ -675,6 +677,11 @@ class MDICOM_API MDicomDS {
     uint16_t GetInfoImage(_DICOMELEMENT *pElement, _IMAGEINFO *pInfo, uint32_t nFrame,
                           int32_t bWithTables);
     void FreeInfoImage(_IMAGEINFO *pInfo);
+    _DICOMELEMENT *FindPixelData(uint32_t *pIndex);
+    uint16_t DecodeNONE(_IMAGEINFO *pImage, uint8_t *pBuffer, uint32_t nBufferSize);
+    uint16_t DecodePacked(_IMAGEINFO *pImage, uint8_t *pBuffer);
+    uint16_t DecodeRLE(_IMAGEINFO *pImage, uint8_t *pBuffer, uint32_t nBufferSize);
+    uint16_t DecodeJPEG(_IMAGEINFO *pImage, uint8_t *pBuffer, uint32_t nBufferSize);
     uint16_t GatherFrame(const _IMAGEINFO *pImage, mdicom::FrameData *pFrame);
     uint16_t DecodeJ2K(_IMAGEINFO *pImage, uint8_t *pBuffer, uint32_t nBufferSize);
     uint16_t EncodeJ2K(uint8_t **ppData, _BITMAPHANDLE *pBitmap, int32_t nQuality, uint32_t *pSize,

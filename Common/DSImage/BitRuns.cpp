@@ -6,6 +6,8 @@
 #include <array>
 #include <cstring>
 
+#include "Common/Utils/ByteOrder.h"
+
 namespace mdicom {
 
 namespace {
@@ -69,6 +71,29 @@ void ReverseBits(std::span<uint8_t> bytes) {
 void SpreadBits(const uint8_t *bits, size_t count, uint8_t set, uint8_t *target) {
     for (size_t i = 0; i < count; ++i) {
         target[i] = (bits[i / 8] >> (i % 8) & 1) != 0 ? set : uint8_t{0};
+    }
+}
+
+void PackTwelve(const uint8_t *words, size_t stride, size_t count, uint8_t *target) {
+    for (size_t i = 0; i < count; ++i, words += stride) {
+        const uint32_t value = LoadNative<uint16_t>(words) & 0xFFF;
+        uint8_t *to = target + i / 2 * 3;
+        if (i % 2 == 0) {
+            to[0] = static_cast<uint8_t>(value);
+            to[1] = static_cast<uint8_t>(value >> 8);
+        } else {
+            to[1] = static_cast<uint8_t>(to[1] | value << 4);
+            to[2] = static_cast<uint8_t>(value >> 4);
+        }
+    }
+}
+
+void UnpackTwelve(const uint8_t *packed, size_t count, uint8_t *words) {
+    for (size_t i = 0; i < count; ++i, words += 2) {
+        const uint8_t *from = packed + i / 2 * 3;
+        const unsigned value =
+            i % 2 == 0 ? from[0] | (from[1] & 0xFu) << 8 : from[1] >> 4 | from[2] << 4;
+        Store16(words, static_cast<uint16_t>(value), true);
     }
 }
 

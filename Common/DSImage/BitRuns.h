@@ -21,4 +21,12 @@ void ReverseBits(std::span<uint8_t> bytes);
 /** Spreads bits, lowest first, over a byte each: 0, or the value of a set bit. */
 void SpreadBits(const uint8_t *bits, size_t count, uint8_t set, uint8_t *target);
 
+/** Packs samples of 12 bits, a stride apart in words, two in three bytes, the first in the low
+ * bits.
+ */
+void PackTwelve(const uint8_t *words, size_t stride, size_t count, uint8_t *target);
+
+/** Gives packed samples of 12 bits words of their own. */
+void UnpackTwelve(const uint8_t *packed, size_t count, uint8_t *words);
+
 } // namespace mdicom

@@ -116,12 +116,19 @@ RowMaker::MakeRow RowMaker::ChooseGray(const _IMAGEINFO &image) {
     if (m_Layout.rowBits == 1) {
         return image.nBitsPerPixel == 1 ? &RowMaker::ReverseRowBits : &RowMaker::SpreadRowBits;
     }
+    if (image.nBitsPerPixel == 12 && m_Layout.rowBits == 0) return &RowMaker::PackRow;
     const bool isRow = m_Layout.rowBits != 0 || m_Layout.pixelStride == m_Layout.sampleBytes;
     if (!isRow) return &RowMaker::PickSamples;
     return PaddedRow(m_RowBytes) == m_Layout.rowStride ? nullptr : &RowMaker::CopyRow;
 }
 
 RowMaker::MakeRow RowMaker::ChoosePalette(const _IMAGEINFO &image) {
+    if (m_Layout.rowBits != 0) {
+        m_Layout.sampleBytes = m_Layout.rowBits == 1 ? 1 : 2;
+        m_Layout.pixelStride = m_Layout.sampleBytes;
+        m_SampleMask = SampleMask(m_Layout.sampleBytes);
+        m_Unpacked.resize(m_Columns * m_Layout.sampleBytes);
+    }
     FillTables(image);
     return image.nBitsPerPixel == 8 ? &RowMaker::LookUpIndex : &RowMaker::LookUpColor;
 }
@@ -189,6 +196,10 @@ void RowMaker::SpreadRowBits(const uint8_t *samples, uint8_t *row) const {
     SpreadBits(samples, m_Columns, 255, row);
 }
 
+void RowMaker::PackRow(const uint8_t *samples, uint8_t *row) const {
+    PackTwelve(samples + m_Layout.components[0], m_Layout.pixelStride, m_Columns, row);
+}
+
 /** The first of several components of gray. */
 void RowMaker::PickSamples(const uint8_t *samples, uint8_t *row) const {
     const uint8_t *from = samples + m_Layout.components[0];
@@ -198,20 +209,23 @@ void RowMaker::PickSamples(const uint8_t *samples, uint8_t *row) const {
     }
 }
 
+/** The samples of a row, each with bytes of its own. */
+const uint8_t *RowMaker::Unpack(const uint8_t *samples) const {
+    if (m_Layout.rowBits == 0) return samples + m_Layout.components[0];
+    if (m_Layout.rowBits == 1) SpreadBits(samples, m_Columns, 1, m_Unpacked.data());
+    if (m_Layout.rowBits == 12) UnpackTwelve(samples, m_Columns, m_Unpacked.data());
+    return m_Unpacked.data();
+}
+
 void RowMaker::LookUpIndex(const uint8_t *samples, uint8_t *row) const {
-    if (m_Layout.rowBits == 1) {
-        SpreadBits(samples, m_Columns, 1, row);
-        for (size_t i = 0; i < m_Columns; ++i) row[i] = m_Indices[row[i] & m_ValueMask];
-        return;
-    }
-    const uint8_t *from = samples + m_Layout.components[0];
+    const uint8_t *from = Unpack(samples);
     for (size_t i = 0; i < m_Columns; ++i, from += m_Layout.pixelStride) {
         row[i] = m_Indices[Value(from)];
     }
 }
 
 void RowMaker::LookUpColor(const uint8_t *samples, uint8_t *row) const {
-    const uint8_t *from = samples + m_Layout.components[0];
+    const uint8_t *from = Unpack(samples);
     for (size_t i = 0; i < m_Columns; ++i, from += m_Layout.pixelStride, row += 3) {
         PutPixel(row, m_Colors[Value(from)]);
     }
@@ -251,8 +265,8 @@ void RowMaker::Interleave8(const uint8_t *samples, uint8_t *row) const {
     const size_t stride = m_Layout.pixelStride;
     size_t i = 0;
     for (; i + 1 < m_Columns; ++i, row += 3) {
-        const uint32_t color = blue[i * stride] | uint32_t{green[i * stride]} << 8 |
-                               uint32_t{red[i * stride]} << 16;
+        const uint32_t color =
+            blue[i * stride] | uint32_t{green[i * stride]} << 8 | uint32_t{red[i * stride]} << 16;
         std::memcpy(row, &color, sizeof color);
     }
     for (; i < m_Columns; ++i) {

@@ -62,6 +62,7 @@ class RowMaker {
     void CopyRow(const uint8_t *samples, uint8_t *row) const;
     void ReverseRowBits(const uint8_t *samples, uint8_t *row) const;
     void SpreadRowBits(const uint8_t *samples, uint8_t *row) const;
+    void PackRow(const uint8_t *samples, uint8_t *row) const;
     void PickSamples(const uint8_t *samples, uint8_t *row) const;
     void LookUpIndex(const uint8_t *samples, uint8_t *row) const;
     void LookUpColor(const uint8_t *samples, uint8_t *row) const;
@@ -71,6 +72,7 @@ class RowMaker {
     void TakeHighBits(const uint8_t *samples, uint8_t *row) const;
     void SubtractInk(const uint8_t *samples, uint8_t *row) const;
 
+    const uint8_t *Unpack(const uint8_t *samples) const;
     uint8_t HighBits(const uint8_t *sample) const;
     uint8_t Ink(const uint8_t *sample) const;
 
@@ -86,8 +88,9 @@ class RowMaker {
     uint32_t m_High = 255;
     MakeRow m_Make = nullptr;
     std::optional<YbrRange> m_Ybr;
-    std::vector<uint8_t> m_Indices; ///< of the bitmap's palette, for each value
-    std::vector<uint32_t> m_Colors; ///< blue in the low byte, for each value
+    std::vector<uint8_t> m_Indices;          ///< of the bitmap's palette, for each value
+    std::vector<uint32_t> m_Colors;          ///< blue in the low byte, for each value
+    mutable std::vector<uint8_t> m_Unpacked; ///< samples of a row of packed indices
 };
 
 /** The least and the greatest value of all samples of a frame. */

@@ -13,6 +13,7 @@
 #include "Common/DS/ElementNode.h"
 #include "Common/DSImage/ImageInfoFrames.h"
 #include "Common/DSImage/ImageInfoPalette.h"
+#include "Common/DSImage/PackedPixels.h"
 #include "Common/DSValue/ValueAccess.h"
 #include "Common/Utils/CheckedMath.h"
 #include "Common/Utils/Text.h"
@@ -191,10 +192,20 @@ bool IsEncapsulated(const _DICOMELEMENT *pixelData) {
 }
 
 /** Frames in a value of defined length. */
-uint32_t CountStoredFrames(const _DICOMELEMENT *pixelData, const _IMAGEINFO &info) {
+uint32_t CountStoredFrames(const _DICOMELEMENT *pixelData, uint32_t numberOfFrames,
+                           const _IMAGEINFO &info) {
     if (pixelData->nLength == 0) return info.nFrameSize == 0 && info.nCompression == 0 ? 1 : 0;
     if (info.nCompression != IMAGE_COMPRESSION_NONE || info.nFrameSize == 0) return 1;
+    if (HasPackedPixels(info)) return CountPackedFrames(pixelData->nLength, numberOfFrames, info);
     return std::max(1u, pixelData->nLength / info.nFrameSize);
+}
+
+/** Byte of the value that a native frame begins in. */
+uint32_t OffsetOfFrame(_IMAGEINFO info, uint32_t frame) {
+    info.nFrameIndex = frame;
+    info.nFrameOffset = info.nFrameSize * frame;
+    if (!HasPackedPixels(info)) return info.nFrameOffset;
+    return static_cast<uint32_t>(PixelBitsOf(info).first / 8);
 }
 
 void CopyDescription(const _IMAGEINFO &info, _DICOMIMAGE &image) {
@@ -299,9 +310,10 @@ uint16_t MDicomDS::LocateFrame(_DICOMELEMENT *pElement, _IMAGEINFO *pInfo, uint3
     } else {
         const bool native = info.nCompression == IMAGE_COMPRESSION_NONE;
         if (native) HalveChrominance(pElement, numberOfFrames, info);
-        info.nFrameCount = CountStoredFrames(pElement, info);
+        if (native) SizePackedFrame(pElement->nLength, numberOfFrames, info);
+        info.nFrameCount = CountStoredFrames(pElement, numberOfFrames, info);
         if (nFrame < info.nFrameCount) info.pFrameElement = pElement;
-        if (nFrame < info.nFrameCount && native) info.nFrameOffset = info.nFrameSize * nFrame;
+        if (nFrame < info.nFrameCount && native) info.nFrameOffset = OffsetOfFrame(info, nFrame);
     }
     if (info.pFrameElement == nullptr) return DICOM_ERROR_IMAGE;
     info.nFrameIndex = nFrame;

@@ -1,0 +1,193 @@
+// Decoders of a frame: native, RLE and JPEG. Each leaves the samples in the layout of LayoutOf.
+// What a frame does not hold stays as the buffer was.
+
+#include <algorithm>
+#include <cstring>
+#include <span>
+
+#include "Common/DSImage/BitRuns.h"
+#include "Common/DSImage/FrameData.h"
+#include "Common/DSImage/FrameLayout.h"
+#include "Common/DSImage/PackedPixels.h"
+#include "Common/DSImage/RleCodec.h"
+#include "Common/DSValue/ValueAccess.h"
+#include "Common/System/Companions.h"
+#include "Common/Utils/Memory.h"
+#include "Common/Utils/Status.h"
+#include "MDicomDS.h"
+#include "companions/MFCMPX/MFCMPX.h"
+
+using namespace mdicom;
+
+namespace {
+
+/** Packs rows of 12-bit samples that have words of their own. */
+void PackWords(std::span<const uint8_t> words, const _IMAGEINFO &image, size_t rowBytes,
+               uint8_t *target) {
+    const size_t rowWords = size_t{image.nColumns} * 2;
+    for (size_t row = 0; row < image.nRows && row * rowWords < words.size(); ++row) {
+        const std::span<const uint8_t> rest = words.subspan(row * rowWords);
+        PackTwelve(rest.data(), 2, std::min(rowWords, rest.size()) / 2, target + row * rowBytes);
+    }
+}
+
+/** Spreads pairs of pixels that share their chrominance, from the last two thirds of a buffer over
+ *  all of it. */
+void SpreadChrominance(std::span<uint8_t> buffer) {
+    const size_t pixels = buffer.size() / 3;
+    const uint8_t *from = buffer.data() + buffer.size() - pixels * 2;
+    uint8_t *to = buffer.data();
+    for (size_t i = 0; i + 1 < pixels; i += 2, from += 4, to += 6) {
+        const uint8_t first = from[0];
+        const uint8_t second = from[1];
+        const uint8_t blue = from[2];
+        const uint8_t red = from[3];
+        to[0] = first;
+        to[1] = to[4] = blue;
+        to[2] = to[5] = red;
+        to[3] = second;
+    }
+}
+
+/** Puts the bytes of samples together from planes, the most significant one first. */
+void MergePlanes(std::span<const uint8_t> planes, size_t sampleBytes, size_t samples,
+                 uint8_t *target) {
+    const uint8_t *high = planes.data();
+    const uint8_t *low = high + samples;
+    if (sampleBytes == 2) {
+        for (size_t i = 0; i < samples; ++i) {
+            const auto sample = static_cast<uint16_t>(high[i] << 8 | low[i]);
+            std::memcpy(target + 2 * i, &sample, sizeof sample);
+        }
+        return;
+    }
+    for (size_t byte = 0; byte < sampleBytes; ++byte) {
+        const uint8_t *plane = planes.data() + byte * samples;
+        uint8_t *to = target + (sampleBytes - 1 - byte);
+        for (size_t i = 0; i < samples; ++i) to[i * sampleBytes] = plane[i];
+    }
+}
+
+/** Depth under which the JPEG decoder makes the samples of an image; 0 for none. */
+int32_t JpegDepth(const _IMAGEINFO &image, uint32_t sampleBytes) {
+    const bool isWide = sampleBytes == 2;
+    switch (image.nSamplesPerPixel) {
+        case 1:
+            return sampleBytes == 4 ? 0 : isWide ? 16 : 8;
+        case 3:
+            return isWide ? 48 : 24;
+        case 4:
+            return isWide ? 0 : 32;
+        default:
+            return 0;
+    }
+}
+
+int32_t JpegColor(const _IMAGEINFO &image) {
+    switch (image.nPhotometric) {
+        case PHOTOMETRIC_RGB:
+            return MFCMPX_COLOR_RGB;
+        case PHOTOMETRIC_YBR_FULL:
+        case PHOTOMETRIC_YBR_FULL_422:
+            // Lossless streams are converted with the rows.
+            return image.nCompression == IMAGE_COMPRESSION_JPEG_LOSSLESS ? MFCMPX_COLOR_RGB
+                                                                         : MFCMPX_COLOR_YBR;
+        default:
+            return MFCMPX_COLOR_FROM_STREAM;
+    }
+}
+
+Status StatusOfJpeg(int32_t result) {
+    if (result >= 0) return DICOM_SUCCESS;
+    if (result == MFCMPX_ERROR_MEMORY) return DICOM_ERROR_MEMORY;
+    return result == MFCMPX_ERROR_COLOR ? DICOM_ERROR_JPEG_COLOR : DICOM_ERROR_IMAGE;
+}
+
+} // namespace
+
+uint16_t MDicomDS::DecodeNONE(_IMAGEINFO *pImage, uint8_t *pBuffer, uint32_t nBufferSize) {
+    const std::optional<FrameLayout> layout = LayoutOf(*pImage);
+    if (!layout || layout->bytes > nBufferSize) return DICOM_ERROR_IMAGE;
+    if (layout->rowBits != 0) return DecodePacked(pImage, pBuffer);
+    const uint64_t room = std::min<uint64_t>(layout->bytes, pImage->nFrameSize);
+    const bool isShared = pImage->nFrameSize < layout->bytes;
+    uint8_t *target = isShared ? pBuffer + layout->bytes - room : pBuffer;
+    if (!GetFileBinaryValue(pImage->pFrameElement, target, pImage->nFrameOffset,
+                            static_cast<uint32_t>(room))) {
+        return DICOM_ERROR_WRITE;
+    }
+    if (isShared) SpreadChrominance({pBuffer, layout->bytes});
+    return DICOM_SUCCESS;
+}
+
+/** Pixels of 1 or 12 bits: rows begin with a byte, or there is nothing between any two pixels. */
+uint16_t MDicomDS::DecodePacked(_IMAGEINFO *pImage, uint8_t *pBuffer) {
+    const FrameLayout layout = *LayoutOf(*pImage);
+    const PixelBits place = PixelBitsOf(*pImage);
+    const uint64_t firstByte = place.first / 8;
+    const uint64_t bytes = (place.first + place.count + 7) / 8 - firstByte;
+    if (firstByte >= pImage->pFrameElement->nLength) return DICOM_ERROR_WRITE;
+    const uint64_t there = std::min(bytes, pImage->pFrameElement->nLength - firstByte);
+    const auto data = MakeDataBlock<uint8_t>(there);
+    if (!data) return DICOM_ERROR_MEMORY;
+    if (!GetFileBinaryValue(pImage->pFrameElement, data.get(), static_cast<uint32_t>(firstByte),
+                            static_cast<uint32_t>(there))) {
+        return DICOM_ERROR_WRITE;
+    }
+    const std::span<const uint8_t> stored(data.get(), there);
+    if (place.rowStride == uint64_t{pImage->nColumns} * 16) {
+        PackWords(stored, *pImage, layout.rowStride, pBuffer);
+        return DICOM_SUCCESS;
+    }
+    const uint64_t rowBits = uint64_t{pImage->nColumns} * layout.rowBits;
+    for (uint64_t row = 0; row < pImage->nRows; ++row) {
+        const uint64_t first = place.first % 8 + row * place.rowStride;
+        CopyBits(stored, first, rowBits, pBuffer + row * layout.rowStride);
+    }
+    return DICOM_SUCCESS;
+}
+
+uint16_t MDicomDS::DecodeRLE(_IMAGEINFO *pImage, uint8_t *pBuffer, uint32_t nBufferSize) {
+    const std::optional<FrameLayout> layout = LayoutOf(*pImage);
+    if (!layout || layout->bytes > nBufferSize) return DICOM_ERROR_IMAGE;
+    FrameData frame;
+    const Status status = GatherFrame(pImage, &frame);
+    if (status != DICOM_SUCCESS) return status;
+    const std::optional<RleHeader> header = ReadRleHeader(frame.Span());
+    if (!header) return DICOM_ERROR_IMAGE;
+    const size_t sampleBytes = std::max(layout->sampleBytes, 1u);
+    const size_t needed = pImage->nSamplesPerPixel * sampleBytes;
+    const size_t taken = header->segments >= needed ? needed : std::min(header->segments, 3u);
+    const size_t plane = layout->bytes / needed;
+    const auto planes = sampleBytes > 1 ? MakeDataBlock<uint8_t>(plane * sampleBytes) : nullptr;
+    if (sampleBytes > 1 && !planes) return DICOM_ERROR_MEMORY;
+    for (size_t sample = 0; sample * sampleBytes < taken; ++sample) {
+        uint8_t *target = pBuffer + sample * plane * sampleBytes;
+        uint8_t *expanded = planes ? planes.get() : target;
+        if (planes) std::memset(expanded, 0, plane * sampleBytes);
+        for (size_t byte = 0; byte < sampleBytes; ++byte) {
+            const size_t segment = sample * sampleBytes + byte;
+            if (segment >= taken) break;
+            ExpandRle(RleSegment(frame.Span(), *header, segment), {expanded + byte * plane, plane});
+        }
+        if (planes) MergePlanes({expanded, plane * sampleBytes}, sampleBytes, plane, target);
+    }
+    return DICOM_SUCCESS;
+}
+
+uint16_t MDicomDS::DecodeJPEG(_IMAGEINFO *pImage, uint8_t *pBuffer, uint32_t nBufferSize) {
+    const auto load = reinterpret_cast<decltype(&fltLoadBuffer)>(
+        CompanionFunction(Companion::Compression, "fltLoadBuffer"));
+    if (load == nullptr) return DICOM_ERROR_FILTER_FUNCTION;
+    const std::optional<FrameLayout> layout = LayoutOf(*pImage);
+    if (!layout || layout->bytes > nBufferSize) return DICOM_ERROR_IMAGE;
+    const int32_t depth = JpegDepth(*pImage, layout->sampleBytes);
+    if (depth == 0) return DICOM_ERROR_IMAGE;
+    FrameData frame;
+    const Status status = GatherFrame(pImage, &frame);
+    if (status != DICOM_SUCCESS) return status;
+    if (frame.size > 0xFFFFFFFF) return DICOM_ERROR_IMAGE;
+    return StatusOfJpeg(load(frame.bytes.get(), static_cast<uint32_t>(frame.size), pBuffer,
+                             JpegColor(*pImage), pImage->nColumns, pImage->nRows, depth, nullptr,
+                             nullptr));
+}

@@ -1,0 +1,387 @@
+// Loads one frame into a bitmap: the steps of GetImage.
+
+#include "Common/DSImage/FrameLoader.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <iterator>
+#include <string_view>
+
+#include "Common/DS/ElementNode.h"
+#include "Common/DSImage/PaletteColors.h"
+#include "Common/System/Companions.h"
+#include "MDicomDS.h"
+#include "companions/MVIMGCORX/MVIMGCORX.h"
+
+namespace mdicom {
+
+namespace {
+
+constexpr uint32_t kIconImageSequence = 0x00880200;
+constexpr uint32_t kManufacturer = 0x00080070;
+constexpr uint32_t kLutFlags =
+    DICOM_GETIMAGE_MODALITY_LUT | DICOM_GETIMAGE_VOI_LUT | DICOM_GETIMAGE_MODALITY_SIGNED;
+
+bool IsIcon(_DICOMELEMENT *pixelData) {
+    const _DICOMELEMENT *item = ParentOf(pixelData);
+    const _DICOMELEMENT *sequence = item != nullptr ? ParentOf(item) : nullptr;
+    return sequence != nullptr && sequence->nTag == kIconImageSequence;
+}
+
+/** Makes bits agree that are missing or contradict each other. */
+void SettleBits(_IMAGEINFO &info) {
+    if (info.nBitsAllocated == 0) info.nBitsAllocated = 8;
+    if (info.nBitsStored == 0 || info.nBitsStored > info.nBitsAllocated) {
+        info.nBitsStored = info.nBitsAllocated;
+    }
+    if (info.nHighBit + 1 < info.nBitsStored || info.nHighBit >= info.nBitsAllocated) {
+        info.nHighBit = info.nBitsStored - 1;
+    }
+}
+
+/** Components that the rows of an image are made of. */
+uint32_t NeededSamples(const _IMAGEINFO &info) {
+    if (info.bGray || info.nBitsPerPixel == 1 || info.nPhotometric == PHOTOMETRIC_PALETTE_COLOR) {
+        return 1;
+    }
+    return info.nPhotometric == PHOTOMETRIC_CMYK || info.nPhotometric == PHOTOMETRIC_ARGB ? 4 : 3;
+}
+
+bool IsGrayOf8(const _IMAGEINFO &info) {
+    return info.bGray && info.nBitsPerPixel == 8;
+}
+
+/** A ramp, from white to black where the least value is white. */
+std::array<_RGBQUAD, 256> GrayPaletteOf(const _IMAGEINFO &info) {
+    std::array<_RGBQUAD, 256> palette;
+    const bool ascending = info.nPhotometric == PHOTOMETRIC_MONOCHROME2;
+    for (size_t i = 0; i < palette.size(); ++i) {
+        const auto gray = static_cast<uint8_t>(ascending ? i : 255 - i);
+        palette[i] = {gray, gray, gray, 0};
+    }
+    return palette;
+}
+
+constexpr std::string_view kCompressionNames[] = {
+    "None",    "Run Length", "JPEG Lossless",     "JPEG Lossy",
+    "Unknown", "Unknown",    "JPEG2000 Lossless", "JPEG2000",
+};
+
+std::string_view CompressionName(uint32_t compression) {
+    return compression < std::size(kCompressionNames) ? kCompressionNames[compression] : "Unknown";
+}
+
+/** Result of a kernel operation as a status: its low 16 bits, as callers have always seen it. */
+Status StatusOfKernel(int32_t result) {
+    return result == KERNEL_SUCCESS ? Status{DICOM_SUCCESS} : static_cast<Status>(result);
+}
+
+} // namespace
+
+FrameLoader::FrameLoader(MDicomDS &dataSet, _DICOMELEMENT *pixelData, const FrameRequest &request)
+    : m_DataSet(dataSet),
+      m_PixelData(pixelData),
+      m_Request(request),
+      m_IsIntact((dataSet.m_nFlags & DS_KEEP_PIXEL_DATA_INTACT) != 0) {
+    if (m_IsIntact) m_Request.flags &= ~kLutFlags;
+    KernelInitBitmap(&m_Bitmap, sizeof m_Bitmap, 0, 0, 0);
+}
+
+FrameLoader::~FrameLoader() {
+    KernelFreeBitmap(&m_Bitmap);
+    m_DataSet.FreeInfoImage(&m_Info);
+}
+
+void FrameLoader::Take(_BITMAPHANDLE &bitmap) {
+    bitmap = m_Bitmap;
+    KernelInitBitmap(&m_Bitmap, sizeof m_Bitmap, 0, 0, 0);
+}
+
+Status FrameLoader::Load() {
+    if (m_DataSet.m_pExtra != nullptr) m_DataSet.m_pExtra->bAutoScale = 0;
+    if (CompanionFunction(Companion::ImageProcessing, "M_GetMinMaxVal") == nullptr) {
+        return DICOM_ERROR_IMAGE_LIBRARY;
+    }
+    Status status = Describe();
+    if (status != DICOM_SUCCESS) return status;
+    status = MakePicture();
+    if (status == DICOM_ERROR_JPEG_COLOR && m_Info.nBitsPerPixel == 8) {
+        BecomeColor();
+        status = MakePicture();
+    }
+    return status == DICOM_SUCCESS ? Finish() : status;
+}
+
+Status FrameLoader::Describe() {
+    const Status status = m_DataSet.GetInfoImage(m_PixelData, &m_Info, m_Request.frame, 1);
+    if (status != DICOM_SUCCESS) return status;
+    if (IsIcon(m_PixelData) && m_PixelData->nLength != kUndefinedLength) {
+        m_Info.nCompression = IMAGE_COMPRESSION_NONE;
+    }
+    return CheckDescription();
+}
+
+Status FrameLoader::CheckDescription() const {
+    constexpr uint32_t kMostSamples = 4;
+    constexpr uint32_t kMostBits = 32;
+    if (m_Info.nSamplesPerPixel > kMostSamples || m_Info.nBitsAllocated > kMostBits ||
+        m_Info.nBitsStored > kMostBits || m_Info.nHighBit >= kMostBits) {
+        return DICOM_ERROR_FORMAT;
+    }
+    if (m_Info.nCompression == IMAGE_COMPRESSION_JPEG_LS_LOSSLESS ||
+        m_Info.nCompression == IMAGE_COMPRESSION_JPEG_LS_LOSSY) {
+        return DICOM_ERROR_COMPRESSION;
+    }
+    if (m_Info.pFrameElement->nLength == 0) return DICOM_ERROR_IMAGE;
+    if (m_Info.nCompression > IMAGE_COMPRESSION_J2K_LOSSY) return DICOM_ERROR_FAILURE;
+    const bool wantsPalette =
+        m_Info.nPhotometric == PHOTOMETRIC_PALETTE_COLOR || m_Info.nPhotometric == PHOTOMETRIC_ARGB;
+    if (wantsPalette && m_Info.nMaxEntries == 0) {
+        return m_Info.nPhotometric == PHOTOMETRIC_ARGB ? DICOM_ERROR_PHOTOMETRIC
+                                                       : DICOM_ERROR_IMAGE_ATTRIBUTE;
+    }
+    return m_Info.nSamplesPerPixel < NeededSamples(m_Info) ? DICOM_ERROR_IMAGE : DICOM_SUCCESS;
+}
+
+/** A colour stream under attributes of gray: the stream is believed. */
+void FrameLoader::BecomeColor() {
+    KernelFreeBitmap(&m_Bitmap);
+    m_Info.nBitsPerPixel = 24;
+    m_Info.nSamplesPerPixel = 3;
+    m_Info.nOrder = KERNEL_ORDER_BGR;
+    m_Info.bGray = 0;
+    // Its markers tell what the components are; the rows hold what the decoder makes of them.
+    m_Info.nPhotometric = PHOTOMETRIC_YBR_RCT;
+    m_Info.nBitsAllocated = m_Info.nBitsStored = 8;
+    m_Info.nHighBit = 7;
+    m_Info.nPixelRepresentation = 0;
+    m_Info.nFrameSize = m_Info.nRows * m_Info.nColumns * 3;
+}
+
+/** The frame's samples as rows of a new bitmap. */
+Status FrameLoader::MakePicture() {
+    SettleBits(m_Info);
+    const std::optional<FrameLayout> layout = LayoutOf(m_Info);
+    if (!layout) return DICOM_ERROR_FORMAT;
+    m_Layout = *layout;
+    Status status = CreateBitmap();
+    if (status != DICOM_SUCCESS) return status;
+    RowMaker maker(m_Info, m_Layout, m_Info.nPixelRepresentation != 0 && !m_IsIntact);
+    uint8_t *rows = KernelLendBitmapRow(&m_Bitmap, 0);
+    const uint64_t room = uint64_t{m_Bitmap.nBytesPerLine} * m_Info.nRows;
+    if (maker.IsIdentity() && m_Layout.bytes <= room) {
+        status = Decode(rows, room);
+        if (status == DICOM_SUCCESS) PrepareMaker(maker, rows);
+        return status == DICOM_SUCCESS ? ConvertRows(maker, rows) : status;
+    }
+    const auto frame = MakeDataBlock<uint8_t>(m_Layout.bytes);
+    if (!frame) return DICOM_ERROR_MEMORY;
+    std::memset(frame.get(), 0, m_Layout.bytes);
+    status = Decode(frame.get(), m_Layout.bytes);
+    if (status != DICOM_SUCCESS) return status;
+    // The J2K decoder may have found other stored bits in the stream.
+    RowMaker final(m_Info, m_Layout, m_Info.nPixelRepresentation != 0 && !m_IsIntact);
+    PrepareMaker(final, frame.get());
+    return ConvertRows(final, frame.get());
+}
+
+Status FrameLoader::CreateBitmap() {
+    constexpr std::array<_RGBQUAD, 256> kBlackAndWhite = {{{0, 0, 0, 0}, {255, 255, 255, 0}}};
+    std::array<_RGBQUAD, 256> palette = kBlackAndWhite;
+    if (IsGrayOf8(m_Info)) palette = GrayPaletteOf(m_Info);
+    if (m_Info.nPhotometric == PHOTOMETRIC_PALETTE_COLOR) palette = BitmapPaletteOf(m_Info);
+    int32_t order = static_cast<int32_t>(m_Info.nOrder);
+    if (m_Info.bGray) order = IsGrayOf8(m_Info) ? KERNEL_ORDER_RGB : KERNEL_ORDER_GRAY;
+    const int32_t result = KernelCreateBitmap(
+        &m_Bitmap, sizeof m_Bitmap, KERNEL_MEMORY_OWN, static_cast<int32_t>(m_Info.nColumns),
+        static_cast<int32_t>(m_Info.nRows), static_cast<int32_t>(m_Info.nBitsPerPixel), order,
+        palette.data(), static_cast<int32_t>(m_Info.nViewPerspective), nullptr, 0);
+    if (result != KERNEL_SUCCESS) return DICOM_ERROR_IMAGE;
+    if (m_Info.nXResolution != 0 && m_Info.nYResolution != 0) {
+        m_Bitmap.nXResolution = static_cast<int32_t>(m_Info.nXResolution);
+        m_Bitmap.nYResolution = static_cast<int32_t>(m_Info.nYResolution);
+    }
+    return DICOM_SUCCESS;
+}
+
+Status FrameLoader::Decode(uint8_t *target, uint64_t room) {
+    const auto size = static_cast<uint32_t>(std::min<uint64_t>(room, 0xFFFFFFFF));
+    switch (m_Info.nCompression) {
+        case IMAGE_COMPRESSION_NONE:
+            return m_DataSet.DecodeNONE(&m_Info, target, size);
+        case IMAGE_COMPRESSION_RLE:
+            return m_DataSet.DecodeRLE(&m_Info, target, size);
+        case IMAGE_COMPRESSION_JPEG_LOSSLESS:
+        case IMAGE_COMPRESSION_JPEG_LOSSY:
+            return m_DataSet.DecodeJPEG(&m_Info, target, size);
+        default:
+            return m_DataSet.DecodeJ2K(&m_Info, target, size);
+    }
+}
+
+/** Lossy JPEG is converted by its decoder, and the transformations of JPEG 2000 by theirs. */
+bool FrameLoader::NeedsYbr() const {
+    if (m_Info.bGray || m_Info.nCompression == IMAGE_COMPRESSION_JPEG_LOSSY) return false;
+    return m_Info.nPhotometric == PHOTOMETRIC_YBR_FULL ||
+           m_Info.nPhotometric == PHOTOMETRIC_YBR_FULL_422;
+}
+
+/** Images of one maker tell extreme values that are not those of the pixels. */
+bool FrameLoader::HasUnreliableExtremes() const {
+    char name[9] = {};
+    const uint32_t read = m_DataSet.FindGetValue(m_PixelData, kManufacturer, name, 0,
+                                                 sizeof name - 1, VALUE_ARRAY_BYTE);
+    return read > 0 && std::string_view(name) == "Toshiba";
+}
+
+void FrameLoader::PrepareMaker(RowMaker &maker, const uint8_t *frame) {
+    if (NeedsYbr()) {
+        const bool full = (m_Request.flags & DICOM_GETIMAGE_FULL_RANGE_YBR) != 0;
+        maker.SetYbr(full ? YbrRange::Full : YbrRange::Studio);
+    }
+    if (m_Info.nPhotometric != PHOTOMETRIC_CMYK) return;
+    uint32_t low = 0;
+    uint32_t high = 0;
+    FindRange(m_Info, m_Layout, maker, frame, &low, &high);
+    const bool told =
+        m_Info.nSmallestPixelValue != m_Info.nLargestPixelValue && !HasUnreliableExtremes();
+    if (told && m_Info.bSmallestPixelValue && m_Info.nSmallestPixelValue >= 0) {
+        low = static_cast<uint32_t>(m_Info.nSmallestPixelValue);
+    }
+    if (told && m_Info.bLargestPixelValue && m_Info.nLargestPixelValue >= 0) {
+        high = static_cast<uint32_t>(m_Info.nLargestPixelValue);
+    }
+    maker.SetRange(low, high);
+}
+
+Status FrameLoader::ConvertRows(const RowMaker &maker, const uint8_t *frame) {
+    _FILEINFO file{};
+    if (m_Request.callback != nullptr) DescribeFile(file);
+    uint8_t *row = KernelLendBitmapRow(&m_Bitmap, 0);
+    for (uint32_t i = 0; i < m_Info.nRows; ++i) {
+        maker.Make(frame + i * m_Layout.rowStride, row);
+        if (m_Request.callback != nullptr) {
+            const Status status = DeliverRow(file, static_cast<int32_t>(i));
+            if (status != DICOM_SUCCESS) return status;
+        }
+        row += m_Bitmap.nBytesPerLine;
+    }
+    return DICOM_SUCCESS;
+}
+
+Status FrameLoader::DeliverRow(_FILEINFO &info, int32_t row) {
+    uint32_t flags = KERNEL_ROW;
+    if (row == 0) flags |= KERNEL_ROW_FIRST;
+    if (row + 1 == m_Bitmap.nHeight) flags |= KERNEL_ROW_LAST;
+    return StatusOfKernel(m_Request.callback(&info, &m_Bitmap, KernelLendBitmapRow(&m_Bitmap, row),
+                                             flags, row, 1, m_Request.userData));
+}
+
+void FrameLoader::DescribeFile(_FILEINFO &info) const {
+    constexpr int32_t kGrayFormat = 89;
+    constexpr int32_t kColorFormat = 90;
+    info.nFormat = m_Info.bGray ? kGrayFormat : kColorFormat;
+    info.nWidth = m_Bitmap.nWidth;
+    info.nHeight = m_Bitmap.nHeight;
+    info.nBitsPerPixel = m_Bitmap.nBitsPerPixel;
+    info.nSizeDisk = m_Info.pFrameElement->nLength;
+    info.nSizeMem = uint64_t{m_Bitmap.nBytesPerLine} * m_Info.nRows;
+    const std::string_view name = CompressionName(m_Info.nCompression);
+    std::copy(name.begin(), name.end(), info.szCompression);
+    info.nViewPerspective = 1;
+    info.nOrder = m_Bitmap.nOrder;
+    info.nPageNumber = static_cast<int32_t>(m_Info.nFrameIndex);
+    info.nTotalPages = static_cast<int32_t>(m_Info.nFrameCount);
+    info.nXResolution = m_Bitmap.nXResolution;
+    info.nYResolution = m_Bitmap.nYResolution;
+}
+
+/** What is done to the bitmap when its rows are there. */
+Status FrameLoader::Finish() {
+    if ((m_Request.flags & DICOM_GETIMAGE_OVERLAYS) != 0) {
+        const Status status = m_DataSet.LoadOverlaysIntoBitmap(&m_Bitmap, sizeof m_Bitmap, 0);
+        if (status != DICOM_SUCCESS) return status;
+    }
+    if (m_Info.bGray) SetPaintParams();
+    Status status = ApplyLuts();
+    if (status == DICOM_SUCCESS) status = WidenTwelveBits();
+    return status == DICOM_SUCCESS ? ConvertDepth() : status;
+}
+
+void FrameLoader::SetPaintParams() {
+    m_Bitmap.nLowBit = static_cast<int32_t>(m_Info.nHighBit + 1 - m_Info.nBitsStored);
+    m_Bitmap.nHighBit = static_cast<int32_t>(m_Info.nHighBit);
+    m_Bitmap.nPaintLowBit = m_Bitmap.nLowBit;
+    m_Bitmap.nPaintHighBit = m_Bitmap.nHighBit;
+    const bool isSigned = m_Info.nPixelRepresentation != 0;
+    m_Bitmap.nBitmapFlags &= ~uint32_t{KERNEL_BITMAP_SIGNED};
+    if (isSigned) m_Bitmap.nBitmapFlags |= KERNEL_BITMAP_SIGNED;
+}
+
+Status FrameLoader::ApplyLuts() {
+    int32_t low = 0;
+    int32_t high = 0;
+    const bool is32 = m_Bitmap.nBitsPerPixel == 32;
+    const auto findRange = reinterpret_cast<decltype(&M_GetMinMaxVal)>(
+        CompanionFunction(Companion::ImageProcessing, "M_GetMinMaxVal"));
+    if (!is32 && (findRange == nullptr || findRange(&m_Bitmap, &low, &high) != KERNEL_SUCCESS)) {
+        low = high = 0;
+    }
+    const bool modality = m_Info.bGray && (m_Request.flags & DICOM_GETIMAGE_MODALITY_LUT) != 0;
+    m_Bitmap.nMinVal = low;
+    m_Bitmap.nMaxVal = high;
+    if (modality) {
+        const Status status =
+            m_DataSet.ApplyModalityLUT(&m_Bitmap, sizeof m_Bitmap, &m_Info, low, high,
+                                       m_Request.flags | DICOM_GETIMAGE_MODALITY_SIGNED);
+        if (status != DICOM_SUCCESS) return status;
+    }
+    m_Bitmap.nPaintLowBit = m_Bitmap.nLowBit;
+    m_Bitmap.nPaintHighBit = m_Bitmap.nHighBit;
+    if (m_Info.bGray && !is32 && (m_Request.flags & DICOM_GETIMAGE_VOI_LUT) != 0) {
+        const Status status =
+            m_DataSet.ApplyVOILUT(&m_Bitmap, sizeof m_Bitmap, &m_Info, m_Request.flags);
+        if (status != DICOM_SUCCESS) return status;
+    }
+    int64_t least = 0;
+    int64_t greatest = 0;
+    if (is32 && KernelGetBitmapRange(&m_Bitmap, &least, &greatest) == KERNEL_SUCCESS) {
+        m_Bitmap.nMinVal = static_cast<int32_t>(least);
+        m_Bitmap.nMaxVal = static_cast<int32_t>(greatest);
+    }
+    return DICOM_SUCCESS;
+}
+
+/** Words for packed samples of 12 bits where 16 were asked for. */
+Status FrameLoader::WidenTwelveBits() {
+    if (m_Bitmap.nBitsPerPixel != 12 || m_Request.bitsPerPixel != 16) return DICOM_SUCCESS;
+    const auto shift = reinterpret_cast<decltype(&M_ShiftBitmapData)>(
+        CompanionFunction(Companion::ImageProcessing, "M_ShiftBitmapData"));
+    if (shift == nullptr) return DICOM_SUCCESS;
+    _BITMAPHANDLE wide;
+    const int32_t result = shift(&wide, &m_Bitmap, sizeof m_Bitmap, 0, 11, 0, 16);
+    if (result != KERNEL_SUCCESS) return StatusOfKernel(result);
+    wide.nPaintLowBit = m_Bitmap.nPaintLowBit;
+    wide.nPaintHighBit = m_Bitmap.nPaintHighBit;
+    wide.nLowBit = m_Bitmap.nLowBit;
+    wide.nHighBit = m_Bitmap.nHighBit;
+    wide.nMinVal = m_Bitmap.nMinVal;
+    wide.nMaxVal = m_Bitmap.nMaxVal;
+    KernelFreeBitmap(&m_Bitmap);
+    m_Bitmap = wide;
+    return DICOM_SUCCESS;
+}
+
+Status FrameLoader::ConvertDepth() {
+    constexpr int32_t kOwnOrder = -1;
+    const int32_t depth = m_Request.bitsPerPixel;
+    if (depth == 0 || depth == m_Bitmap.nBitsPerPixel) return DICOM_SUCCESS;
+    if (m_Info.bGray && (depth == 8 || depth == 12 || depth == 16)) {
+        return StatusOfKernel(KernelGrayScaleBitmap(&m_Bitmap, depth));
+    }
+    return StatusOfKernel(KernelColorResBitmap(&m_Bitmap, &m_Bitmap, sizeof m_Bitmap, depth,
+                                               kOwnOrder, nullptr, KERNEL_COLORRES_DITHER));
+}
+
+} // namespace mdicom

@@ -1,0 +1,69 @@
+// Loads one frame into a bitmap: the steps of GetImage.
+
+#pragma once
+
+#include <vector>
+
+#include "Common/DSImage/FrameLayout.h"
+#include "Common/Utils/Memory.h"
+#include "Common/Utils/Status.h"
+#include "MDicomTypes.h"
+#include "Mvkrnx.h"
+
+class MDicomDS;
+
+namespace mdicom {
+
+/** What a caller of GetImage asks for. */
+struct FrameRequest {
+    uint32_t frame;       ///< within the element
+    int32_t bitsPerPixel; ///< 0 for the image's own
+    uint32_t flags;       ///< DICOM_GETIMAGE_ options
+    MDICOM_LOAD_CALLBACK callback;
+    void *userData;
+};
+
+/** A loader serves one frame. Its functions throw std::bad_alloc. */
+class FrameLoader {
+  public:
+    FrameLoader(MDicomDS &dataSet, _DICOMELEMENT *pixelData, const FrameRequest &request);
+    ~FrameLoader();
+    FrameLoader(const FrameLoader &) = delete;
+    FrameLoader &operator=(const FrameLoader &) = delete;
+
+    /** Status of GetImage. After a success Take hands out the bitmap. */
+    Status Load();
+    void Take(_BITMAPHANDLE &bitmap);
+
+  private:
+    Status Describe();
+    Status CheckDescription() const;
+    Status MakePicture();
+    Status CreateBitmap();
+    Status Decode(uint8_t *target, uint64_t room);
+    Status ConvertRows(const RowMaker &maker, const uint8_t *frame);
+    Status DeliverRow(_FILEINFO &info, int32_t row);
+    void BecomeColor();
+    void PrepareMaker(RowMaker &maker, const uint8_t *frame);
+    uint32_t DecoderClass() const;
+    bool NeedsYbr() const;
+    bool HasUnreliableExtremes() const;
+    void DescribeFile(_FILEINFO &info) const;
+
+    Status Finish();
+    void SetPaintParams();
+    Status SetRange();
+    Status ApplyLuts();
+    Status WidenTwelveBits();
+    Status ConvertDepth();
+
+    MDicomDS &m_DataSet;
+    _DICOMELEMENT *m_PixelData;
+    FrameRequest m_Request;
+    _IMAGEINFO m_Info{};
+    FrameLayout m_Layout;
+    _BITMAPHANDLE m_Bitmap{};
+    bool m_IsIntact; ///< pixels come as they are stored
+};
+
+} // namespace mdicom
