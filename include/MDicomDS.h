@@ -17,6 +17,7 @@ class ElementIndex;
 class ElementReader;
 class ElementWriter;
 class FrameLoader;
+class FrameSaver;
 class KeyIndex;
 struct CharacterSetList;
 struct DataSetAccess;
@@ -486,6 +487,60 @@ class MDICOM_API MDicomDS {
      *  the frames before one that fails stay in the list. */
     uint16_t GetImageList(_DICOMELEMENT *pElement, HBITMAPLIST__ *hList, uint32_t nIndex,
                           uint32_t nCount, int32_t nBitsPerPixel, int32_t nOrder, uint32_t nFlags);
+    /**
+     * Stores a bitmap as a frame (PS 3.3, C.7.6.3; PS 3.5, 8 and A.4). The first frame settles the
+     * attributes of the image, later ones are made to match it. The bitmap is not changed.
+     * @param pElement      Pixel Data; null: nIndex counts through all Pixel Data elements, and a
+     *                      new one is made where there is none
+     * @param nIndex        frame that the new one goes in front of; past the last one it is
+     * appended
+     * @param nCompression  IMAGE_COMPRESSION_ value of a first frame: 0 to 3, 6 or 7. Counts only
+     * in explicit VR little endian; else frames are native. Later frames have that of the first.
+     * @param nPhotometric  PHOTOMETRIC_ value 0 to 3. Values of gray stay as they are: the caller
+     *                      says which end is white.
+     * @param nBitsPerPixel depth of a first frame, 0 for the bitmap's
+     * @param nQuality      2 (best) to 255 for lossy compressions; else not used
+     * @param nFlags        DICOM_SETIMAGE_ options
+     * @param pfnCallback   may change each row; null for none
+     * @return 0; 2 no memory, 5 not stored, or no JPEG encoder, 9 bad argument, 10 the encoder
+     *         refused, 11 compression that does not go with the depth, 12 lossy palette, 13 bitmap
+     *         not convertible, 214 null bitmap, 215 and 232 no library; or what the callback said.
+     *         The frames are as they were after a failure.
+     */
+    uint16_t InsertImage(_DICOMELEMENT *pElement, _BITMAPHANDLE *pBitmap, uint32_t nIndex,
+                         uint32_t nCompression, int32_t nPhotometric, int32_t nBitsPerPixel,
+                         int32_t nQuality, uint32_t nFlags, MDICOM_SAVE_CALLBACK pfnCallback,
+                         void *pUserData);
+    /** Replaces all frames of an element by one; for null all Pixel Data elements but the last are
+     *  deleted. Arguments and statuses as those of InsertImage. */
+    uint16_t SetImage(_DICOMELEMENT *pElement, _BITMAPHANDLE *pBitmap, uint32_t nCompression,
+                      int32_t nPhotometric, int32_t nBitsPerPixel, int32_t nQuality,
+                      uint32_t nFlags, MDICOM_SAVE_CALLBACK pfnCallback, void *pUserData);
+    /** Inserts the bitmaps of a list, the first in front of frame nIndex. 10 for no list. */
+    uint16_t InsertImageList(_DICOMELEMENT *pElement, HBITMAPLIST__ *hList, uint32_t nIndex,
+                             uint32_t nCompression, int32_t nPhotometric, int32_t nBitsPerPixel,
+                             int32_t nQuality, uint32_t nFlags);
+    /** Replaces all frames by the bitmaps of a list. */
+    uint16_t SetImageList(_DICOMELEMENT *pElement, HBITMAPLIST__ *hList, uint32_t nCompression,
+                          int32_t nPhotometric, int32_t nBitsPerPixel, int32_t nQuality,
+                          uint32_t nFlags);
+    /** Deletes up to nCount frames from nIndex on, without decoding. A native element goes with its
+     *  last frame. 9 for an element that is not in the tree. */
+    uint16_t DeleteImage(_DICOMELEMENT *pElement, uint32_t nIndex, uint32_t nCount);
+    /**
+     * Reads the bytes that a frame is stored as: native samples, or a code stream.
+     * @param pData null asks for the size
+     * @param pSize in: room; out: bytes of the frame, or bytes that were read
+     * @return 0; 5 not readable, 9, 10 no such frame, 11 JPEG-LS
+     */
+    uint16_t GetFrameBinaryData(_DICOMELEMENT *pElement, uint32_t nIndex, void *pData,
+                                uint32_t *pSize);
+    /** Sets the options of JPEG 2000 encoding; null restores the defaults. 9 for bad options. */
+    uint16_t SetJ2KOptions(const _FILEJ2KOPTIONS *pOptions);
+    /** Copies nSize bytes of the options. 9 for no record. */
+    uint16_t GetJ2KOptions(_FILEJ2KOPTIONS *pOptions, uint32_t nSize);
+    /** Copies nSize bytes of the default options. 65523 for no record. */
+    uint16_t GetDefaultJ2KOptions(_FILEJ2KOPTIONS *pOptions, uint32_t nSize);
     ///@}
 
     /// @name LUTs and windows (PS 3.3, C.11.1, C.11.2, C.7.6.16.2.9, C.7.6.16.2.10)
@@ -581,6 +636,7 @@ class MDICOM_API MDicomDS {
     friend class mdicom::ElementReader;
     friend class mdicom::ElementWriter;
     friend class mdicom::FrameLoader;
+    friend class mdicom::FrameSaver;
     friend struct mdicom::DataSetAccess; // tests of the value store
 
     // Element tree
@@ -678,6 +734,30 @@ class MDICOM_API MDicomDS {
                           int32_t bWithTables);
     void FreeInfoImage(_IMAGEINFO *pInfo);
     _DICOMELEMENT *FindPixelData(uint32_t *pIndex);
+    _DICOMELEMENT *FindInsertionPoint(uint32_t *pIndex);
+    uint16_t SaveImage(_DICOMELEMENT *pElement, _BITMAPHANDLE *pBitmap, uint32_t nIndex,
+                       uint32_t nCompression, int32_t nPhotometric, int32_t nBitsPerPixel,
+                       int32_t nQuality, uint32_t nFlags, MDICOM_SAVE_CALLBACK pfnCallback,
+                       void *pUserData);
+    uint16_t EmptyImage(_DICOMELEMENT **ppElement, uint32_t nFlags);
+    uint16_t SetVOIlUT(uint32_t nIndex, _DICOMELEMENT *pElement, _BITMAPHANDLE *pBitmap,
+                       uint32_t nFlags);
+    uint16_t EncodeNONE(uint8_t **ppData, _BITMAPHANDLE *pBitmap, uint32_t *pSize);
+    uint16_t EncodeRLE(uint8_t **ppData, _BITMAPHANDLE *pBitmap, uint32_t *pSize);
+    uint16_t EncodeJPEG(uint8_t **ppData, _BITMAPHANDLE *pBitmap, int32_t nQuality,
+                        uint32_t *pSize);
+    uint16_t ReadFrame(_IMAGEINFO *pInfo, void *pData, uint32_t nSize);
+    uint64_t CountFrameBytes(_IMAGEINFO *pInfo);
+    uint16_t DeleteImage(_DICOMELEMENT *pElement, uint32_t nIndex);
+    uint16_t DeleteFrames(_DICOMELEMENT *pElement, uint32_t nFirst, uint32_t nCount);
+    uint16_t DeleteFragments(_DICOMELEMENT *pElement, _IMAGEINFO *pInfo, uint32_t nCount);
+    uint16_t DeleteNativeFrames(_IMAGEINFO *pInfo, uint32_t nCount);
+    uint16_t RefreshImage(_DICOMELEMENT *pElement);
+    int32_t InsertUncompressedFrame(_DICOMELEMENT *pElement, void *pData, uint32_t nSize,
+                                    uint32_t nIndex);
+    int32_t InsertNativeFrame(_DICOMELEMENT *pElement, _IMAGEINFO *pInfo, uint8_t *pFrame,
+                              uint32_t nSize, uint32_t nIndex);
+    int32_t ValidateJ2KOptions(const _FILEJ2KOPTIONS *pOptions);
     uint16_t DecodeNONE(_IMAGEINFO *pImage, uint8_t *pBuffer, uint32_t nBufferSize);
     uint16_t DecodePacked(_IMAGEINFO *pImage, uint8_t *pBuffer);
     uint16_t DecodeRLE(_IMAGEINFO *pImage, uint8_t *pBuffer, uint32_t nBufferSize);

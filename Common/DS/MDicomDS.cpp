@@ -8,6 +8,7 @@
 
 #include "Common/DS/ElementIndex.h"
 #include "Common/DS/ElementNode.h"
+#include "Common/DS/J2kDefaults.h"
 #include "Common/DSValue/ValueStore.h"
 #include "Common/System/Companions.h"
 #include "Common/Utils/Memory.h"
@@ -22,34 +23,13 @@ constexpr uint16_t kValueStoreMode = FILE_MODE_CREATE | FILE_MODE_READ | FILE_MO
                                      FILE_MODE_DELETE_ON_CLOSE;
 constexpr size_t kBadElementRoom = 50;
 
-void SetDefaults(_FILEJ2KOPTIONS &options) {
-    options = {};
-    options.nStructSize = sizeof options;
-    options.bUseColorTransform = 1;
-    options.bDerivedQuantization = 1;
-    options.nCompressionControl = 3;
-    options.fCompressionRatio = 15.0f;
-    options.nTargetFileSize = 10240;
-    options.nXTsiz = 640;
-    options.nYTsiz = 480;
-    std::fill_n(options.nXRsiz, 3, 1u);
-    std::fill_n(options.nYRsiz, 3, 1u);
-    options.nDecompositionLevels = 5;
-    options.nCodeBlockWidth = 64;
-    options.nCodeBlockHeight = 64;
-    options.nGuardBits = 2;
-    options.nBaseExponent = 8;
-    const float fifth = 0.5f;
-    std::memcpy(&options.nFurther[4], &fifth, sizeof fifth);
-}
-
 DICOMDSEXTRA *MakeExtra() {
     auto *extra = new (std::nothrow) DICOMDSEXTRA;
     if (extra == nullptr) return nullptr;
     extra->nSize = sizeof(DICOMDSEXTRA);
     extra->pBadElements = new (std::nothrow) DICOMBADELEMENT[kBadElementRoom]();
     extra->nBadElements = 0;
-    SetDefaults(extra->J2KOptions);
+    extra->J2KOptions = DefaultJ2kOptions();
     extra->bCodecFlag = 0;
     extra->bAutoScale = 0;
     extra->fAutoScaleFactor = 1.0;

@@ -8,6 +8,7 @@
 #include "Common/DSImage/BitRuns.h"
 #include "Common/DSImage/FrameData.h"
 #include "Common/DSImage/FrameLayout.h"
+#include "Common/DSImage/JpegPhotometric.h"
 #include "Common/DSImage/PackedPixels.h"
 #include "Common/DSImage/RleCodec.h"
 #include "Common/DSValue/ValueAccess.h"
@@ -89,9 +90,7 @@ int32_t JpegColor(const _IMAGEINFO &image) {
             return MFCMPX_COLOR_RGB;
         case PHOTOMETRIC_YBR_FULL:
         case PHOTOMETRIC_YBR_FULL_422:
-            // Lossless streams are converted with the rows.
-            return image.nCompression == IMAGE_COMPRESSION_JPEG_LOSSLESS ? MFCMPX_COLOR_RGB
-                                                                         : MFCMPX_COLOR_YBR;
+            return MFCMPX_COLOR_YBR;
         default:
             return MFCMPX_COLOR_FROM_STREAM;
     }
@@ -187,7 +186,12 @@ uint16_t MDicomDS::DecodeJPEG(_IMAGEINFO *pImage, uint8_t *pBuffer, uint32_t nBu
     const Status status = GatherFrame(pImage, &frame);
     if (status != DICOM_SUCCESS) return status;
     if (frame.size > 0xFFFFFFFF) return DICOM_ERROR_IMAGE;
-    return StatusOfJpeg(load(frame.bytes.get(), static_cast<uint32_t>(frame.size), pBuffer,
-                             JpegColor(*pImage), pImage->nColumns, pImage->nRows, depth, nullptr,
-                             nullptr));
+    const int32_t result =
+        load(frame.bytes.get(), static_cast<uint32_t>(frame.size), pBuffer, JpegColor(*pImage),
+             pImage->nColumns, pImage->nRows, depth, nullptr, nullptr);
+    // Components of lossless streams come as they are; all others were converted.
+    if (pImage->nSamplesPerPixel == 3 && !IsLosslessJpeg(frame.Span())) {
+        pImage->nPhotometric = PHOTOMETRIC_RGB;
+    }
+    return StatusOfJpeg(result);
 }

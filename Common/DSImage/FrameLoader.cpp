@@ -85,17 +85,10 @@ FrameLoader::FrameLoader(MDicomDS &dataSet, _DICOMELEMENT *pixelData, const Fram
       m_Request(request),
       m_IsIntact((dataSet.m_nFlags & DS_KEEP_PIXEL_DATA_INTACT) != 0) {
     if (m_IsIntact) m_Request.flags &= ~kLutFlags;
-    KernelInitBitmap(&m_Bitmap, sizeof m_Bitmap, 0, 0, 0);
 }
 
 FrameLoader::~FrameLoader() {
-    KernelFreeBitmap(&m_Bitmap);
     m_DataSet.FreeInfoImage(&m_Info);
-}
-
-void FrameLoader::Take(_BITMAPHANDLE &bitmap) {
-    bitmap = m_Bitmap;
-    KernelInitBitmap(&m_Bitmap, sizeof m_Bitmap, 0, 0, 0);
 }
 
 Status FrameLoader::Load() {
@@ -146,7 +139,7 @@ Status FrameLoader::CheckDescription() const {
 
 /** A colour stream under attributes of gray: the stream is believed. */
 void FrameLoader::BecomeColor() {
-    KernelFreeBitmap(&m_Bitmap);
+    KernelFreeBitmap(m_Bitmap.Get());
     m_Info.nBitsPerPixel = 24;
     m_Info.nSamplesPerPixel = 3;
     m_Info.nOrder = KERNEL_ORDER_BGR;
@@ -168,8 +161,8 @@ Status FrameLoader::MakePicture() {
     Status status = CreateBitmap();
     if (status != DICOM_SUCCESS) return status;
     RowMaker maker(m_Info, m_Layout, m_Info.nPixelRepresentation != 0 && !m_IsIntact);
-    uint8_t *rows = KernelLendBitmapRow(&m_Bitmap, 0);
-    const uint64_t room = uint64_t{m_Bitmap.nBytesPerLine} * m_Info.nRows;
+    uint8_t *rows = KernelLendBitmapRow(m_Bitmap.Get(), 0);
+    const uint64_t room = uint64_t{m_Bitmap->nBytesPerLine} * m_Info.nRows;
     if (maker.IsIdentity() && m_Layout.bytes <= room) {
         status = Decode(rows, room);
         if (status == DICOM_SUCCESS) PrepareMaker(maker, rows);
@@ -194,13 +187,14 @@ Status FrameLoader::CreateBitmap() {
     int32_t order = static_cast<int32_t>(m_Info.nOrder);
     if (m_Info.bGray) order = IsGrayOf8(m_Info) ? KERNEL_ORDER_RGB : KERNEL_ORDER_GRAY;
     const int32_t result = KernelCreateBitmap(
-        &m_Bitmap, sizeof m_Bitmap, KERNEL_MEMORY_OWN, static_cast<int32_t>(m_Info.nColumns),
-        static_cast<int32_t>(m_Info.nRows), static_cast<int32_t>(m_Info.nBitsPerPixel), order,
-        palette.data(), static_cast<int32_t>(m_Info.nViewPerspective), nullptr, 0);
+        m_Bitmap.Get(), sizeof(_BITMAPHANDLE), KERNEL_MEMORY_OWN,
+        static_cast<int32_t>(m_Info.nColumns), static_cast<int32_t>(m_Info.nRows),
+        static_cast<int32_t>(m_Info.nBitsPerPixel), order, palette.data(),
+        static_cast<int32_t>(m_Info.nViewPerspective), nullptr, 0);
     if (result != KERNEL_SUCCESS) return DICOM_ERROR_IMAGE;
     if (m_Info.nXResolution != 0 && m_Info.nYResolution != 0) {
-        m_Bitmap.nXResolution = static_cast<int32_t>(m_Info.nXResolution);
-        m_Bitmap.nYResolution = static_cast<int32_t>(m_Info.nYResolution);
+        m_Bitmap->nXResolution = static_cast<int32_t>(m_Info.nXResolution);
+        m_Bitmap->nYResolution = static_cast<int32_t>(m_Info.nYResolution);
     }
     return DICOM_SUCCESS;
 }
@@ -220,9 +214,10 @@ Status FrameLoader::Decode(uint8_t *target, uint64_t room) {
     }
 }
 
-/** Lossy JPEG is converted by its decoder, and the transformations of JPEG 2000 by theirs. */
+/** The transformations of JPEG 2000 are undone by its decoder; that of lossy JPEG calls what it
+ *  has converted RGB. */
 bool FrameLoader::NeedsYbr() const {
-    if (m_Info.bGray || m_Info.nCompression == IMAGE_COMPRESSION_JPEG_LOSSY) return false;
+    if (m_Info.bGray) return false;
     return m_Info.nPhotometric == PHOTOMETRIC_YBR_FULL ||
            m_Info.nPhotometric == PHOTOMETRIC_YBR_FULL_422;
 }
@@ -258,14 +253,14 @@ void FrameLoader::PrepareMaker(RowMaker &maker, const uint8_t *frame) {
 Status FrameLoader::ConvertRows(const RowMaker &maker, const uint8_t *frame) {
     _FILEINFO file{};
     if (m_Request.callback != nullptr) DescribeFile(file);
-    uint8_t *row = KernelLendBitmapRow(&m_Bitmap, 0);
+    uint8_t *row = KernelLendBitmapRow(m_Bitmap.Get(), 0);
     for (uint32_t i = 0; i < m_Info.nRows; ++i) {
         maker.Make(frame + i * m_Layout.rowStride, row);
         if (m_Request.callback != nullptr) {
             const Status status = DeliverRow(file, static_cast<int32_t>(i));
             if (status != DICOM_SUCCESS) return status;
         }
-        row += m_Bitmap.nBytesPerLine;
+        row += m_Bitmap->nBytesPerLine;
     }
     return DICOM_SUCCESS;
 }
@@ -273,34 +268,36 @@ Status FrameLoader::ConvertRows(const RowMaker &maker, const uint8_t *frame) {
 Status FrameLoader::DeliverRow(_FILEINFO &info, int32_t row) {
     uint32_t flags = KERNEL_ROW;
     if (row == 0) flags |= KERNEL_ROW_FIRST;
-    if (row + 1 == m_Bitmap.nHeight) flags |= KERNEL_ROW_LAST;
-    return StatusOfKernel(m_Request.callback(&info, &m_Bitmap, KernelLendBitmapRow(&m_Bitmap, row),
-                                             flags, row, 1, m_Request.userData));
+    if (row + 1 == m_Bitmap->nHeight) flags |= KERNEL_ROW_LAST;
+    return StatusOfKernel(m_Request.callback(&info, m_Bitmap.Get(),
+                                             KernelLendBitmapRow(m_Bitmap.Get(), row), flags, row,
+                                             1, m_Request.userData));
 }
 
 void FrameLoader::DescribeFile(_FILEINFO &info) const {
     constexpr int32_t kGrayFormat = 89;
     constexpr int32_t kColorFormat = 90;
     info.nFormat = m_Info.bGray ? kGrayFormat : kColorFormat;
-    info.nWidth = m_Bitmap.nWidth;
-    info.nHeight = m_Bitmap.nHeight;
-    info.nBitsPerPixel = m_Bitmap.nBitsPerPixel;
+    info.nWidth = m_Bitmap->nWidth;
+    info.nHeight = m_Bitmap->nHeight;
+    info.nBitsPerPixel = m_Bitmap->nBitsPerPixel;
     info.nSizeDisk = m_Info.pFrameElement->nLength;
-    info.nSizeMem = uint64_t{m_Bitmap.nBytesPerLine} * m_Info.nRows;
+    info.nSizeMem = uint64_t{m_Bitmap->nBytesPerLine} * m_Info.nRows;
     const std::string_view name = CompressionName(m_Info.nCompression);
     std::copy(name.begin(), name.end(), info.szCompression);
     info.nViewPerspective = 1;
-    info.nOrder = m_Bitmap.nOrder;
+    info.nOrder = m_Bitmap->nOrder;
     info.nPageNumber = static_cast<int32_t>(m_Info.nFrameIndex);
     info.nTotalPages = static_cast<int32_t>(m_Info.nFrameCount);
-    info.nXResolution = m_Bitmap.nXResolution;
-    info.nYResolution = m_Bitmap.nYResolution;
+    info.nXResolution = m_Bitmap->nXResolution;
+    info.nYResolution = m_Bitmap->nYResolution;
 }
 
 /** What is done to the bitmap when its rows are there. */
 Status FrameLoader::Finish() {
     if ((m_Request.flags & DICOM_GETIMAGE_OVERLAYS) != 0) {
-        const Status status = m_DataSet.LoadOverlaysIntoBitmap(&m_Bitmap, sizeof m_Bitmap, 0);
+        const Status status =
+            m_DataSet.LoadOverlaysIntoBitmap(m_Bitmap.Get(), sizeof(_BITMAPHANDLE), 0);
         if (status != DICOM_SUCCESS) return status;
     }
     if (m_Info.bGray) SetPaintParams();
@@ -310,78 +307,80 @@ Status FrameLoader::Finish() {
 }
 
 void FrameLoader::SetPaintParams() {
-    m_Bitmap.nLowBit = static_cast<int32_t>(m_Info.nHighBit + 1 - m_Info.nBitsStored);
-    m_Bitmap.nHighBit = static_cast<int32_t>(m_Info.nHighBit);
-    m_Bitmap.nPaintLowBit = m_Bitmap.nLowBit;
-    m_Bitmap.nPaintHighBit = m_Bitmap.nHighBit;
+    m_Bitmap->nLowBit = static_cast<int32_t>(m_Info.nHighBit + 1 - m_Info.nBitsStored);
+    m_Bitmap->nHighBit = static_cast<int32_t>(m_Info.nHighBit);
+    m_Bitmap->nPaintLowBit = m_Bitmap->nLowBit;
+    m_Bitmap->nPaintHighBit = m_Bitmap->nHighBit;
     const bool isSigned = m_Info.nPixelRepresentation != 0;
-    m_Bitmap.nBitmapFlags &= ~uint32_t{KERNEL_BITMAP_SIGNED};
-    if (isSigned) m_Bitmap.nBitmapFlags |= KERNEL_BITMAP_SIGNED;
+    m_Bitmap->nBitmapFlags &= ~uint32_t{KERNEL_BITMAP_SIGNED};
+    if (isSigned) m_Bitmap->nBitmapFlags |= KERNEL_BITMAP_SIGNED;
 }
 
 Status FrameLoader::ApplyLuts() {
     int32_t low = 0;
     int32_t high = 0;
-    const bool is32 = m_Bitmap.nBitsPerPixel == 32;
+    const bool is32 = m_Bitmap->nBitsPerPixel == 32;
     const auto findRange = reinterpret_cast<decltype(&M_GetMinMaxVal)>(
         CompanionFunction(Companion::ImageProcessing, "M_GetMinMaxVal"));
-    if (!is32 && (findRange == nullptr || findRange(&m_Bitmap, &low, &high) != KERNEL_SUCCESS)) {
+    if (!is32 &&
+        (findRange == nullptr || findRange(m_Bitmap.Get(), &low, &high) != KERNEL_SUCCESS)) {
         low = high = 0;
     }
     const bool modality = m_Info.bGray && (m_Request.flags & DICOM_GETIMAGE_MODALITY_LUT) != 0;
-    m_Bitmap.nMinVal = low;
-    m_Bitmap.nMaxVal = high;
+    m_Bitmap->nMinVal = low;
+    m_Bitmap->nMaxVal = high;
     if (modality) {
         const Status status =
-            m_DataSet.ApplyModalityLUT(&m_Bitmap, sizeof m_Bitmap, &m_Info, low, high,
+            m_DataSet.ApplyModalityLUT(m_Bitmap.Get(), sizeof(_BITMAPHANDLE), &m_Info, low, high,
                                        m_Request.flags | DICOM_GETIMAGE_MODALITY_SIGNED);
         if (status != DICOM_SUCCESS) return status;
     }
-    m_Bitmap.nPaintLowBit = m_Bitmap.nLowBit;
-    m_Bitmap.nPaintHighBit = m_Bitmap.nHighBit;
+    m_Bitmap->nPaintLowBit = m_Bitmap->nLowBit;
+    m_Bitmap->nPaintHighBit = m_Bitmap->nHighBit;
     if (m_Info.bGray && !is32 && (m_Request.flags & DICOM_GETIMAGE_VOI_LUT) != 0) {
         const Status status =
-            m_DataSet.ApplyVOILUT(&m_Bitmap, sizeof m_Bitmap, &m_Info, m_Request.flags);
+            m_DataSet.ApplyVOILUT(m_Bitmap.Get(), sizeof(_BITMAPHANDLE), &m_Info, m_Request.flags);
         if (status != DICOM_SUCCESS) return status;
     }
     int64_t least = 0;
     int64_t greatest = 0;
-    if (is32 && KernelGetBitmapRange(&m_Bitmap, &least, &greatest) == KERNEL_SUCCESS) {
-        m_Bitmap.nMinVal = static_cast<int32_t>(least);
-        m_Bitmap.nMaxVal = static_cast<int32_t>(greatest);
+    if (is32 && KernelGetBitmapRange(m_Bitmap.Get(), &least, &greatest) == KERNEL_SUCCESS) {
+        m_Bitmap->nMinVal = static_cast<int32_t>(least);
+        m_Bitmap->nMaxVal = static_cast<int32_t>(greatest);
     }
     return DICOM_SUCCESS;
 }
 
 /** Words for packed samples of 12 bits where 16 were asked for. */
 Status FrameLoader::WidenTwelveBits() {
-    if (m_Bitmap.nBitsPerPixel != 12 || m_Request.bitsPerPixel != 16) return DICOM_SUCCESS;
+    if (m_Bitmap->nBitsPerPixel != 12 || m_Request.bitsPerPixel != 16) return DICOM_SUCCESS;
     const auto shift = reinterpret_cast<decltype(&M_ShiftBitmapData)>(
         CompanionFunction(Companion::ImageProcessing, "M_ShiftBitmapData"));
     if (shift == nullptr) return DICOM_SUCCESS;
     _BITMAPHANDLE wide;
-    const int32_t result = shift(&wide, &m_Bitmap, sizeof m_Bitmap, 0, 11, 0, 16);
+    const int32_t result = shift(&wide, m_Bitmap.Get(), sizeof(_BITMAPHANDLE), 0, 11, 0, 16);
     if (result != KERNEL_SUCCESS) return StatusOfKernel(result);
-    wide.nPaintLowBit = m_Bitmap.nPaintLowBit;
-    wide.nPaintHighBit = m_Bitmap.nPaintHighBit;
-    wide.nLowBit = m_Bitmap.nLowBit;
-    wide.nHighBit = m_Bitmap.nHighBit;
-    wide.nMinVal = m_Bitmap.nMinVal;
-    wide.nMaxVal = m_Bitmap.nMaxVal;
-    KernelFreeBitmap(&m_Bitmap);
-    m_Bitmap = wide;
+    wide.nPaintLowBit = m_Bitmap->nPaintLowBit;
+    wide.nPaintHighBit = m_Bitmap->nPaintHighBit;
+    wide.nLowBit = m_Bitmap->nLowBit;
+    wide.nHighBit = m_Bitmap->nHighBit;
+    wide.nMinVal = m_Bitmap->nMinVal;
+    wide.nMaxVal = m_Bitmap->nMaxVal;
+    KernelFreeBitmap(m_Bitmap.Get());
+    *m_Bitmap.Get() = wide;
     return DICOM_SUCCESS;
 }
 
 Status FrameLoader::ConvertDepth() {
     constexpr int32_t kOwnOrder = -1;
     const int32_t depth = m_Request.bitsPerPixel;
-    if (depth == 0 || depth == m_Bitmap.nBitsPerPixel) return DICOM_SUCCESS;
+    if (depth == 0 || depth == m_Bitmap->nBitsPerPixel) return DICOM_SUCCESS;
     if (m_Info.bGray && (depth == 8 || depth == 12 || depth == 16)) {
-        return StatusOfKernel(KernelGrayScaleBitmap(&m_Bitmap, depth));
+        return StatusOfKernel(KernelGrayScaleBitmap(m_Bitmap.Get(), depth));
     }
-    return StatusOfKernel(KernelColorResBitmap(&m_Bitmap, &m_Bitmap, sizeof m_Bitmap, depth,
-                                               kOwnOrder, nullptr, KERNEL_COLORRES_DITHER));
+    return StatusOfKernel(KernelColorResBitmap(m_Bitmap.Get(), m_Bitmap.Get(),
+                                               sizeof(_BITMAPHANDLE), depth, kOwnOrder, nullptr,
+                                               KERNEL_COLORRES_DITHER));
 }
 
 } // namespace mdicom

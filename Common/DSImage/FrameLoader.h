@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "Common/DSImage/FrameLayout.h"
+#include "Common/DSImage/ScopedBitmap.h"
 #include "Common/Utils/Memory.h"
 #include "Common/Utils/Status.h"
 #include "MDicomTypes.h"
@@ -31,9 +32,9 @@ class FrameLoader {
     FrameLoader(const FrameLoader &) = delete;
     FrameLoader &operator=(const FrameLoader &) = delete;
 
-    /** Status of GetImage. After a success Take hands out the bitmap. */
+    /** Status of GetImage. After a success the bitmap is there to be taken. */
     Status Load();
-    void Take(_BITMAPHANDLE &bitmap);
+    _BITMAPHANDLE Take() { return m_Bitmap.Release(); }
 
   private:
     Status Describe();
@@ -62,7 +63,7 @@ class FrameLoader {
     FrameRequest m_Request;
     _IMAGEINFO m_Info{};
     FrameLayout m_Layout;
-    _BITMAPHANDLE m_Bitmap{};
+    ScopedBitmap m_Bitmap;
     bool m_IsIntact; ///< pixels come as they are stored
 };
 

@@ -21,7 +21,7 @@ uint16_t MDicomDS::GetImage(_DICOMELEMENT *pElement, _BITMAPHANDLE *pBitmap, uin
         const FrameRequest request{nIndex, nBitsPerPixel, nFlags, pfnCallback, pUserData};
         FrameLoader loader(*this, pElement, request);
         const Status status = loader.Load();
-        if (status == DICOM_SUCCESS) loader.Take(*pBitmap);
+        if (status == DICOM_SUCCESS) *pBitmap = loader.Take();
         return status;
     });
 }

@@ -4,6 +4,8 @@
 
 #include <algorithm>
 
+#include "Common/DSImage/BitRuns.h"
+
 namespace mdicom {
 
 namespace {
@@ -32,7 +34,7 @@ bool HasPackedPixels(const _IMAGEINFO &image) {
 void SizePackedFrame(uint64_t length, uint32_t numberOfFrames, _IMAGEINFO &image) {
     if (!HasPackedPixels(image) || image.nFrameSize == 0) return;
     const uint64_t loose = image.nFrameSize;
-    const uint64_t bits = TightRowBits(image) * image.nRows;
+    const uint64_t bits = PackedFrameBits(image);
     // Whole frames of the loose form, though they may be fewer than announced.
     const uint64_t announced = std::max(1u, numberOfFrames);
     if (length / loose >= announced) return;
@@ -41,21 +43,74 @@ void SizePackedFrame(uint64_t length, uint32_t numberOfFrames, _IMAGEINFO &image
     image.nFrameSize = static_cast<uint32_t>((bits + 7) / 8);
 }
 
+uint64_t PackedFrameBits(const _IMAGEINFO &image) {
+    return TightRowBits(image) * image.nRows;
+}
+
 PixelBits PixelBitsOf(const _IMAGEINFO &image) {
     if (IsLoose(image)) {
         const uint64_t rowBits = LooseRowBits(image);
         return {uint64_t{image.nFrameOffset} * 8, rowBits * image.nRows, rowBits};
     }
-    const uint64_t bits = TightRowBits(image) * image.nRows;
+    const uint64_t bits = PackedFrameBits(image);
     return {bits * image.nFrameIndex, bits, TightRowBits(image)};
 }
 
 uint32_t CountPackedFrames(uint64_t length, uint32_t numberOfFrames, const _IMAGEINFO &image) {
     if (IsLoose(image))
         return static_cast<uint32_t>(std::max<uint64_t>(1, length / image.nFrameSize));
-    const uint64_t bits = std::max<uint64_t>(1, TightRowBits(image) * image.nRows);
+    const uint64_t bits = std::max<uint64_t>(1, PackedFrameBits(image));
     const uint64_t most = std::max<uint64_t>(1, numberOfFrames);
     return static_cast<uint32_t>(std::clamp<uint64_t>(length * 8 / bits, 1, most));
+}
+
+std::vector<uint8_t> PackedFrame(std::span<const uint8_t> value, const _IMAGEINFO &image) {
+    const PixelBits place = PixelBitsOf(image);
+    const uint64_t rowBits = TightRowBits(image);
+    std::vector<uint8_t> frame((PackedFrameBits(image) + 7) / 8);
+    std::vector<uint8_t> bits((rowBits + 7) / 8);
+    for (uint64_t row = 0; row < image.nRows; ++row) {
+        CopyBits(value, place.first + row * place.rowStride, rowBits, bits.data());
+        StoreBits(bits.data(), rowBits, frame, row * rowBits);
+    }
+    return frame;
+}
+
+std::vector<uint8_t> InsertPackedFrame(std::span<const uint8_t> value, const _IMAGEINFO &image,
+                                       uint32_t frames, uint32_t index, const uint8_t *rows) {
+    constexpr uint64_t kLongest = 0xFFFFFFFD;
+    const uint64_t frameBits = PackedFrameBits(image);
+    const uint64_t rowBits = TightRowBits(image);
+    const uint64_t bytes = (frameBits * (uint64_t{frames} + 1) + 7) / 8;
+    if (bytes > kLongest) return {};
+    std::vector<uint8_t> result(bytes);
+    _IMAGEINFO place = image;
+    for (uint32_t from = 0; from < frames; ++from) {
+        place.nFrameIndex = from;
+        place.nFrameOffset = from * image.nFrameSize;
+        const uint64_t target = from < index ? from : from + uint64_t{1};
+        StoreBits(PackedFrame(value, place).data(), frameBits, result, target * frameBits);
+    }
+    for (uint64_t row = 0; row < image.nRows; ++row) {
+        StoreBits(rows + row * ((rowBits + 7) / 8), rowBits, result,
+                  index * frameBits + row * rowBits);
+    }
+    return result;
+}
+
+std::vector<uint8_t> RemovePackedFrames(std::span<const uint8_t> value, const _IMAGEINFO &image,
+                                        uint32_t frames, uint32_t first, uint32_t count) {
+    const uint64_t frameBits = PackedFrameBits(image);
+    std::vector<uint8_t> result((frameBits * (frames - count) + 7) / 8);
+    _IMAGEINFO place = image;
+    uint64_t target = 0;
+    for (uint32_t from = 0; from < frames; ++from) {
+        if (from >= first && from - first < count) continue;
+        place.nFrameIndex = from;
+        place.nFrameOffset = from * image.nFrameSize;
+        StoreBits(PackedFrame(value, place).data(), frameBits, result, target++ * frameBits);
+    }
+    return result;
 }
 
 } // namespace mdicom

@@ -5,6 +5,8 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
+#include <vector>
 
 #include "MDicomTypes.h"
 
@@ -24,10 +26,25 @@ struct PixelBits {
     uint64_t rowStride; ///< from row to row
 };
 
+/** Bits of a frame without anything between its pixels. */
+uint64_t PackedFrameBits(const _IMAGEINFO &image);
+
 /** The place of the frame that a description was made for. */
 PixelBits PixelBitsOf(const _IMAGEINFO &image);
 
 /** Frames in a value of so many bytes. */
 uint32_t CountPackedFrames(uint64_t length, uint32_t numberOfFrames, const _IMAGEINFO &image);
+
+/** A value with a frame more, whose rows begin with bytes. Nothing if no element holds it. Throws
+ *  std::bad_alloc. */
+std::vector<uint8_t> InsertPackedFrame(std::span<const uint8_t> value, const _IMAGEINFO &image,
+                                       uint32_t frames, uint32_t index, const uint8_t *rows);
+
+/** A value without some of its frames. Throws std::bad_alloc. */
+std::vector<uint8_t> RemovePackedFrames(std::span<const uint8_t> value, const _IMAGEINFO &image,
+                                        uint32_t frames, uint32_t first, uint32_t count);
+
+/** The bits of the located frame, from the first byte on. Throws std::bad_alloc. */
+std::vector<uint8_t> PackedFrame(std::span<const uint8_t> value, const _IMAGEINFO &image);
 
 } // namespace mdicom

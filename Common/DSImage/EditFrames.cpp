@@ -1,0 +1,240 @@
+// Frames without decoding: reading and deleting their stored bytes, inserting native ones, and the
+// offset table of encapsulated Pixel Data.
+
+#include <algorithm>
+#include <cstring>
+#include <vector>
+
+#include "Common/DS/ElementNode.h"
+#include "Common/DSImage/FrameData.h"
+#include "Common/DSImage/FrameFragments.h"
+#include "Common/DSImage/PackedPixels.h"
+#include "Common/DSValue/ValueAccess.h"
+#include "Common/Utils/ByteOrder.h"
+#include "Common/Utils/CheckedMath.h"
+#include "MDicomDS.h"
+
+using namespace mdicom;
+
+namespace {
+
+constexpr uint32_t kNumberOfFrames = 0x00280008;
+
+bool IsJpegLs(uint32_t compression) {
+    return compression == IMAGE_COMPRESSION_JPEG_LS_LOSSLESS ||
+           compression == IMAGE_COMPRESSION_JPEG_LS_LOSSY;
+}
+
+} // namespace
+
+uint16_t MDicomDS::GetFrameBinaryData(_DICOMELEMENT *pElement, uint32_t nIndex, void *pData,
+                                      uint32_t *pSize) {
+    if (!CheckElement(pElement)) return DICOM_ERROR_PARAMETER;
+    _IMAGEINFO info;
+    const uint16_t status = GetInfoImage(pElement, &info, nIndex, 0);
+    if (status != DICOM_SUCCESS) return status;
+    if (IsJpegLs(info.nCompression)) return DICOM_ERROR_COMPRESSION;
+    if (pSize == nullptr) return DICOM_SUCCESS;
+    const uint64_t bytes = CountFrameBytes(&info);
+    if (bytes > 0xFFFFFFFF) return DICOM_ERROR_IMAGE;
+    if (pData == nullptr) {
+        *pSize = static_cast<uint32_t>(bytes);
+        return DICOM_SUCCESS;
+    }
+    *pSize = static_cast<uint32_t>(std::min<uint64_t>(*pSize, bytes));
+    return ReadFrame(&info, pData, *pSize);
+}
+
+/** Reads the first bytes of a located frame. */
+uint16_t MDicomDS::ReadFrame(_IMAGEINFO *pInfo, void *pData, uint32_t nSize) {
+    const bool isFragment = pInfo->pFrameElement->nTag == TAG_ITEM;
+    if (!isFragment && !HasPackedPixels(*pInfo)) {
+        return GetFileBinaryValue(pInfo->pFrameElement, pData, pInfo->nFrameOffset, nSize)
+                   ? DICOM_SUCCESS
+                   : DICOM_ERROR_WRITE;
+    }
+    return Guarded<uint16_t>(DICOM_ERROR_MEMORY, [&]() -> uint16_t {
+        if (isFragment) {
+            FrameData frame;
+            const Status status = GatherFrame(pInfo, &frame);
+            if (status == DICOM_SUCCESS) std::memcpy(pData, frame.bytes.get(), nSize);
+            return status == DICOM_ERROR_READ ? Status{DICOM_ERROR_WRITE} : status;
+        }
+        std::vector<uint8_t> value(pInfo->pFrameElement->nLength);
+        if (!GetFileBinaryValue(pInfo->pFrameElement, value.data(), 0,
+                                static_cast<uint32_t>(value.size()))) {
+            return DICOM_ERROR_WRITE;
+        }
+        std::memcpy(pData, PackedFrame(value, *pInfo).data(), nSize);
+        return DICOM_SUCCESS;
+    });
+}
+
+uint16_t MDicomDS::DeleteImage(_DICOMELEMENT *pElement, uint32_t nIndex, uint32_t nCount) {
+    if (!CheckElement(pElement)) return DICOM_ERROR_PARAMETER;
+    const uint32_t end =
+        std::min(CheckedAdd(nIndex, nCount).value_or(0xFFFFFFFF), GetCountImage(pElement));
+    for (uint32_t left = end > nIndex ? end - nIndex : 0; left > 0;) {
+        uint32_t frame = nIndex;
+        _DICOMELEMENT *element = pElement != nullptr ? pElement : FindPixelData(&frame);
+        if (element == nullptr) break;
+        const uint32_t count = std::min(left, GetCountImage(element) - frame);
+        const bool isLast = count == GetCountImage(element);
+        DeleteFrames(element, frame, count);
+        left -= count;
+        if (isLast && pElement != nullptr) break;
+    }
+    return DICOM_SUCCESS;
+}
+
+uint16_t MDicomDS::DeleteImage(_DICOMELEMENT *pElement, uint32_t nIndex) {
+    return DeleteFrames(pElement, nIndex, 1);
+}
+
+/** Deletes frames of one element, which goes with the last of its native ones. */
+uint16_t MDicomDS::DeleteFrames(_DICOMELEMENT *pElement, uint32_t nFirst, uint32_t nCount) {
+    _IMAGEINFO info;
+    if (GetInfoImage(pElement, &info, nFirst, 0) != DICOM_SUCCESS) return DICOM_SUCCESS;
+    const uint32_t frames = info.nFrameCount;
+    const bool isFragment = info.pFrameElement->nTag == TAG_ITEM;
+    const uint32_t left = frames - nCount;
+    uint16_t status = DICOM_SUCCESS;
+    if (isFragment) {
+        status = DeleteFragments(pElement, &info, nCount);
+    } else if (left > 0) {
+        status = DeleteNativeFrames(&info, nCount);
+    }
+    if (status != DICOM_SUCCESS) return status;
+    FindSetValue(pElement, kNumberOfFrames, &left, 1, VALUE_ARRAY_DWORD);
+    if (!isFragment && left == 0) DeleteElement(pElement);
+    DeleteItemPerFrameMultiFrameFunctionalGroup(nFirst, nFirst + nCount - 1);
+    return DICOM_SUCCESS;
+}
+
+/** Deletes all fragments from those of the located frame on, up to the frame behind the last. */
+uint16_t MDicomDS::DeleteFragments(_DICOMELEMENT *pElement, _IMAGEINFO *pInfo, uint32_t nCount) {
+    _IMAGEINFO next = *pInfo;
+    next.pFrameElement = nullptr;
+    LocateFrame(pElement, &next, pInfo->nFrameIndex + nCount);
+    const _DICOMELEMENT *end = next.pFrameElement;
+    next.pFrameElement = nullptr;
+    LocateFrame(pElement, &next, 0);
+    if (!PrepareOffsetTable(*this, pElement, next.pFrameElement)) return DICOM_ERROR_WRITE;
+    for (_DICOMELEMENT *item = pInfo->pFrameElement; item != nullptr && item != end;) {
+        _DICOMELEMENT *behind = NextOf(item);
+        DeleteElement(item);
+        item = behind;
+    }
+    return DICOM_SUCCESS;
+}
+
+uint16_t MDicomDS::DeleteNativeFrames(_IMAGEINFO *pInfo, uint32_t nCount) {
+    _DICOMELEMENT *element = pInfo->pFrameElement;
+    if (!HasPackedPixels(*pInfo)) {
+        return DeleteFileBinaryValue(element, pInfo->nFrameOffset, pInfo->nFrameSize * nCount)
+                   ? DICOM_SUCCESS
+                   : DICOM_ERROR_WRITE;
+    }
+    return Guarded<uint16_t>(DICOM_ERROR_MEMORY, [&]() -> uint16_t {
+        std::vector<uint8_t> value(element->nLength);
+        if (!GetFileBinaryValue(element, value.data(), 0, static_cast<uint32_t>(value.size()))) {
+            return DICOM_ERROR_WRITE;
+        }
+        value = RemovePackedFrames(value, *pInfo, pInfo->nFrameCount, pInfo->nFrameIndex, nCount);
+        return ReplaceValue(*this, element, value.data(), value.size()) ? DICOM_SUCCESS
+                                                                        : DICOM_ERROR_WRITE;
+    });
+}
+
+/** Bytes of a located frame as it is stored. */
+uint64_t MDicomDS::CountFrameBytes(_IMAGEINFO *pInfo) {
+    if (pInfo->pFrameElement->nTag != TAG_ITEM) {
+        const bool isNative = pInfo->nCompression == IMAGE_COMPRESSION_NONE;
+        return isNative ? pInfo->nFrameSize : pInfo->pFrameElement->nLength;
+    }
+    _IMAGEINFO next = *pInfo;
+    next.pFrameElement = nullptr;
+    LocateFrame(ParentOf(pInfo->pFrameElement), &next, pInfo->nFrameIndex + 1);
+    uint64_t bytes = 0;
+    for (const _DICOMELEMENT *item = pInfo->pFrameElement;
+         item != nullptr && item != next.pFrameElement; item = NextOf(item)) {
+        bytes += item->nLength;
+    }
+    return bytes;
+}
+
+/** Writes the Basic Offset Table (PS 3.5, A.4) of frames that are all there. It stays empty where
+ *  an offset passes 32 bits. */
+uint16_t MDicomDS::RefreshImage(_DICOMELEMENT *pElement) {
+    constexpr uint64_t kItemHeader = 8;
+    if (pElement == nullptr || pElement->nTag != TAG_PIXEL_DATA) return DICOM_ERROR_PARAMETER;
+    _DICOMELEMENT *table = FirstChildOf(pElement);
+    const bool isEncapsulated = pElement->nLength == kUndefinedLength;
+    const bool isEmpty =
+        isEncapsulated ? table == nullptr || NextOf(table) == nullptr : pElement->nLength == 0;
+    if (isEmpty) DeleteElement(pElement);
+    if (isEmpty || !isEncapsulated) return DICOM_SUCCESS;
+    return Guarded<uint16_t>(DICOM_ERROR_MEMORY, [&]() -> uint16_t {
+        std::vector<uint32_t> offsets;
+        uint64_t place = 0;
+        _IMAGEINFO frame;
+        uint32_t count = 0;
+        if (DescribeImage(pElement, &frame, 0) != DICOM_SUCCESS) return DICOM_SUCCESS;
+        for (_DICOMELEMENT *item = NextOf(table); item != nullptr; item = NextOf(item)) {
+            frame.pFrameElement = nullptr;
+            const bool isStart = LocateFrame(pElement, &frame, count) == DICOM_SUCCESS &&
+                                 frame.pFrameElement == item;
+            if (isStart && place > 0xFFFFFFFF) return DICOM_SUCCESS;
+            if (isStart) offsets.push_back(static_cast<uint32_t>(place));
+            if (isStart) ++count;
+            place += kItemHeader + item->nLength + item->nLength % 2;
+        }
+        if (offsets.empty()) return DICOM_SUCCESS;
+        const auto size = static_cast<uint32_t>(offsets.size() * sizeof(uint32_t));
+        return SetBinaryValue(table, offsets.data(), size) ? DICOM_SUCCESS : DICOM_ERROR_WRITE;
+    });
+}
+
+/** Inserts a native frame whose rows stand one behind the other, or are padded to 32 bits. */
+int32_t MDicomDS::InsertUncompressedFrame(_DICOMELEMENT *pElement, void *pData, uint32_t nSize,
+                                          uint32_t nIndex) {
+    if (pElement == nullptr || pData == nullptr || !CheckElement(pElement)) return 0;
+    if (pElement->nLength == kUndefinedLength) {
+        if (FirstChildOf(pElement) != nullptr) return 0;
+        pElement->nLength = 0;
+    }
+    _IMAGEINFO info;
+    if (DescribeImage(pElement, &info, 0) != DICOM_SUCCESS) return 0;
+    if (info.nCompression != IMAGE_COMPRESSION_NONE) return 0;
+    LocateFrame(pElement, &info, 0);
+    const uint64_t rowBits = uint64_t{info.nBitsAllocated} * info.nSamplesPerPixel * info.nColumns;
+    const uint64_t rowBytes = (rowBits + 7) / 8;
+    const uint64_t stride = (rowBits + 31) / 32 * 4;
+    const bool isTight = nSize == info.nFrameSize;
+    if (!isTight && nSize != stride * info.nRows) return 0;
+    return Guarded(0, [&]() -> int32_t {
+        std::vector<uint8_t> frame(static_cast<uint8_t *>(pData),
+                                   static_cast<uint8_t *>(pData) + nSize);
+        for (uint64_t row = 1; !isTight && row < info.nRows; ++row) {
+            std::memmove(frame.data() + row * rowBytes, frame.data() + row * stride, rowBytes);
+        }
+        if (!isTight) frame.resize(rowBytes * info.nRows);
+        return InsertNativeFrame(pElement, &info, frame.data(), static_cast<uint32_t>(frame.size()),
+                                 nIndex);
+    });
+}
+
+/** Inserts the bytes of a frame. Throws std::bad_alloc. */
+int32_t MDicomDS::InsertNativeFrame(_DICOMELEMENT *pElement, _IMAGEINFO *pInfo, uint8_t *pFrame,
+                                    uint32_t nSize, uint32_t nIndex) {
+    const uint32_t frames = pElement->nLength > 0 ? pInfo->nFrameCount : 0;
+    if (!HasPackedPixels(*pInfo) || nSize == pInfo->nFrameSize) {
+        const uint64_t offset = uint64_t{std::min(nIndex, frames)} * pInfo->nFrameSize;
+        return InsertFileBinaryValue(pElement, pFrame, static_cast<uint32_t>(offset), nSize);
+    }
+    std::vector<uint8_t> old(pElement->nLength);
+    if (!old.empty() && !GetFileBinaryValue(pElement, old.data(), 0, pElement->nLength)) return 0;
+    const std::vector<uint8_t> value =
+        InsertPackedFrame(old, *pInfo, frames, std::min(nIndex, frames), pFrame);
+    return value.empty() ? 0 : ReplaceValue(*this, pElement, value.data(), value.size());
+}

@@ -1,0 +1,37 @@
+// The items of encapsulated Pixel Data while frames come and go.
+
+#include "Common/DSImage/FrameFragments.h"
+
+#include "Common/DS/ElementNode.h"
+#include "Common/Utils/Vr.h"
+#include "MDicomDS.h"
+
+namespace mdicom {
+
+void DeleteBeside(MDicomDS &dataSet, _DICOMELEMENT *neighbor, uint32_t tag) {
+    _DICOMELEMENT *found = dataSet.FindFirstElement(neighbor, tag, 1);
+    if (found != nullptr) dataSet.DeleteElement(found);
+}
+
+uint32_t PlaceOfItem(const _DICOMELEMENT *item) {
+    uint32_t place = 0;
+    for (const _DICOMLINK *link = item->Link.pPrev; link != nullptr; link = link->pPrev) ++place;
+    return place;
+}
+
+bool PrepareOffsetTable(MDicomDS &dataSet, _DICOMELEMENT *pixelData,
+                        const _DICOMELEMENT *firstFrame) {
+    constexpr uint32_t kExtendedOffsets = 0x7FE00001;
+    constexpr uint32_t kExtendedLengths = 0x7FE00002;
+    DeleteBeside(dataSet, pixelData, kExtendedOffsets);
+    DeleteBeside(dataSet, pixelData, kExtendedLengths);
+    _DICOMELEMENT *table = FirstChildOf(pixelData);
+    // Some writers leave the table out.
+    if (table == nullptr || table == firstFrame) {
+        return dataSet.InsertElement(pixelData, 1, TAG_ITEM, vr::OB, 0, 0) != nullptr;
+    }
+    uint8_t nothing = 0;
+    return table->nLength == 0 || dataSet.SetBinaryValue(table, &nothing, 0) != 0;
+}
+
+} // namespace mdicom

@@ -1,0 +1,27 @@
+// The items of encapsulated Pixel Data (PS 3.5, A.4) while frames come and go.
+
+#pragma once
+
+#include <cstdint>
+
+#include "MDicomTypes.h"
+
+class MDicomDS;
+
+namespace mdicom {
+
+/** Deletes the element with a tag that stands on the level of another one, if there is one. */
+void DeleteBeside(MDicomDS &dataSet, _DICOMELEMENT *neighbor, uint32_t tag);
+
+/** Number of items in front of one. */
+uint32_t PlaceOfItem(const _DICOMELEMENT *item);
+
+/**
+ * Makes the offset table ready for a change of the frames: there is one, it is empty, and so are
+ * the tables of long offsets beside the element. False if it could not be made.
+ * @param firstFrame first fragment of the first frame; null without frames
+ */
+bool PrepareOffsetTable(MDicomDS &dataSet, _DICOMELEMENT *pixelData,
+                        const _DICOMELEMENT *firstFrame);
+
+} // namespace mdicom
