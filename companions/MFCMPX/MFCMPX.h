@@ -20,8 +20,31 @@ enum {
     MFCMPX_ERROR_MEMORY = -1,
     MFCMPX_ERROR_FORMAT = -9,    ///< damaged, of another size, or of a process that is not known
     MFCMPX_ERROR_ARGUMENT = -13, ///< null pointer, or a depth that there is not
-    MFCMPX_ERROR_COLOR = -27     ///< three components where one was expected
+    MFCMPX_ERROR_COLOR = -27,    ///< three components where one was expected
+    MFCMPX_ERROR_CAPACITY = -33  ///< the room for a stream is too small
 };
+
+/** Flags of fltSaveBuffer. */
+enum {
+    MFCMPX_SAVE_RGB = 0x800000 ///< a lossy stream keeps red, green and blue as they are
+};
+
+/** What fltSaveBuffer is told about a picture: the head of a device-independent bitmap. */
+#pragma pack(push, 1)
+typedef struct _MFCMPXBITMAP {
+    uint32_t nSize; ///< 40
+    int32_t nWidth;
+    int32_t nHeight;           ///< negative: the first row in memory is the top one
+    uint16_t nPlanes;          ///< 1
+    uint16_t nBitCount;        ///< 8, 12, 16 (gray), 24, 48 (blue, green, red)
+    uint32_t nCompression;     ///< 0
+    uint32_t nImageSize;       ///< not read
+    int32_t nXPelsPerMeter;    ///< not read
+    int32_t nYPelsPerMeter;    ///< not read
+    uint32_t nColorsUsed;      ///< not read
+    uint32_t nColorsImportant; ///< not read
+} _MFCMPXBITMAP;
+#pragma pack(pop)
 
 #ifdef __cplusplus
 extern "C" {
@@ -44,6 +67,29 @@ extern "C" {
 MVKRNX_API int32_t fltLoadBuffer(const uint8_t *pData, uint32_t nSize, uint8_t *pPixels,
                                  int32_t nColor, uint32_t nWidth, uint32_t nHeight,
                                  int32_t nBitsPerPixel, void *pReserved1, void *pReserved2);
+
+/**
+ * Encodes a picture. The stream has no JFIF marker, and an Adobe marker only with MFCMPX_SAVE_RGB.
+ *
+ * Lossless: process 14 with predictor 1, of 8, 12 or 16 bits; colour as interleaved red, green and
+ * blue. Lossy: sequential DCT of 8 bits (SOF0), of 12 bits for depth 12 (SOF1); colour as luminance
+ * and chrominance, which are halved in width where the quality factor is below 90.
+ * @param pPixels   rows, padded to multiples of 4 bytes. Depth 12 has two pixels in three bytes,
+ *                  the first in the low bits; depths 16 and 48 are in host order
+ * @param pHeader   an _MFCMPXBITMAP
+ * @param pSize     in: room behind pOutput; out: size of the stream. Unchanged after an error
+ * @param nQuality  0 lossless; 2 (best) to 255 lossy, as the quality factors 98 down to 1 of the
+ *                  Independent JPEG Group's tables: 98 - 97 (nQuality - 2) / 253, rounded. Depths
+ *                  16 and 48 are saved without loss only
+ * @param nFlags    MFCMPX_SAVE_..., or 0
+ * @param nReserved 0
+ * @param pReserved1 null
+ * @param pReserved2 null
+ * @return 1 or an error
+ */
+MVKRNX_API int32_t fltSaveBuffer(const uint8_t *pPixels, const void *pHeader, uint8_t *pOutput,
+                                 uint32_t *pSize, int32_t nQuality, uint32_t nFlags,
+                                 int32_t nReserved, void *pReserved1, void *pReserved2);
 
 #ifdef __cplusplus
 } // extern "C"

@@ -1,0 +1,43 @@
+// Samples between rows of components and rows of pixels.
+
+#include "companions/MFCMPX/Decoder.h"
+
+namespace jpeg {
+namespace {
+
+template <typename Sample, size_t kStep>
+void Spread(uint8_t *row, size_t width, size_t place, const uint16_t *samples, unsigned shift) {
+    for (size_t x = 0; x < width; ++x) {
+        const auto sample = static_cast<Sample>(samples[x] << shift);
+        // The caller's rows need not be aligned.
+        std::memcpy(row + (x * kStep + place) * sizeof(Sample), &sample, sizeof sample);
+    }
+}
+
+template <typename Sample>
+void SpreadInto(const Target &target, size_t y, size_t place, const uint16_t *samples,
+                unsigned shift) {
+    uint8_t *row = target.Row(y);
+    switch (target.components) {
+        case 1:
+            return Spread<Sample, 1>(row, target.width, 0, samples, shift);
+        case 3:
+            return Spread<Sample, 3>(row, target.width, place, samples, shift);
+        default:
+            return Spread<Sample, 4>(row, target.width, place, samples, shift);
+    }
+}
+
+} // namespace
+
+void StoreRow(const Target &target, size_t y, size_t component, const uint16_t *samples,
+              unsigned shift) {
+    const size_t place = target.PlaceOf(component);
+    if (target.sampleBytes == 1) {
+        SpreadInto<uint8_t>(target, y, place, samples, shift);
+    } else {
+        SpreadInto<uint16_t>(target, y, place, samples, shift);
+    }
+}
+
+} // namespace jpeg
