@@ -207,7 +207,7 @@ bool Dct12Decoder::TakeQuantization(size_t index) {
 
 bool Dct12Decoder::BuildTables(const ScanComponent &component, Lane &lane) {
     const Scan &scan = parser_.TheScan();
-    const bool needsDc = scan.start == 0 && !(IsProgressive() && scan.high != 0);
+    const bool needsDc = !IsProgressive() || (scan.start == 0 && scan.high == 0);
     const bool needsAc = !IsProgressive() || scan.start > 0;
     return (!needsDc || BuildTable(component.dc, true, &lane.dc)) &&
            (!needsAc || BuildTable(component.ac, false, &lane.ac));
