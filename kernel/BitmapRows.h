@@ -3,6 +3,7 @@
 #pragma once
 
 #include "BitmapStorage.h"
+#include "Packed12.h"
 
 namespace kernel {
 
@@ -35,8 +36,6 @@ LutView LutOf(const _BITMAPHANDLE &bitmap);
 void UnpackBits(const uint8_t *row, uint8_t *samples, size_t count);
 /** Takes bit 0 of each sample; the bits of a last byte that is not full become 0. */
 void PackBits(const uint8_t *samples, uint8_t *row, size_t count);
-void Unpack12(const uint8_t *row, uint16_t *samples, size_t count);
-void Pack12(const uint16_t *samples, uint8_t *row, size_t count);
 
 /** Bytes of a pixel that stands by itself: bits take one byte, 12-bit samples two. */
 size_t UnitBytes(const _BITMAPHANDLE &bitmap);
