@@ -780,6 +780,13 @@ class MDICOM_API MDicomDS {
     uint16_t InsertModalityLUTSequence(const tagDICOMMLUTATTRIBS *pAttributes, uint16_t *pData,
                                        uint32_t nEntries);
     uint16_t Set8BitLUT(_DICOMELEMENT *pElement, const uint16_t *pData, uint32_t nEntries);
+    uint16_t SetLUTTable(_DICOMELEMENT *pElement, uint16_t *pData, uint32_t nEntries,
+                         uint32_t nEntryBits);
+    uint16_t SetRescale(uint32_t nFrame, const tagDICOMMLUTATTRIBS &Attributes, uint32_t nFlags);
+    uint16_t FillModalityLUT(_DICOMELEMENT *pSequence, const tagDICOMMLUTATTRIBS &Attributes,
+                             uint16_t *pData, uint32_t nEntries);
+    uint16_t FillVOILUT(_DICOMELEMENT *pItem, const tagDICOMVOILUTATTRIBS &Attributes,
+                        uint16_t *pData, uint32_t nEntries);
     int32_t SearchModalityLUT(_DICOMELEMENT *pStart, tagDICOMMLUTATTRIBS *pAttributes);
     int32_t SearchWindowCenterWidth(_DICOMELEMENT *pStart, uint32_t nIndex,
                                     tagDICOMWINDOWATTRIBS *pAttributes);
@@ -791,6 +798,10 @@ class MDICOM_API MDicomDS {
                               int32_t nMin, int32_t nMax, uint32_t nFlags);
     uint16_t ApplyVOILUT(_BITMAPHANDLE *pBitmap, uint32_t nStructSize, _IMAGEINFO *pImage,
                          uint32_t nFlags);
+    void ApplyModalityTable(_BITMAPHANDLE *pBitmap, const tagDICOMMLUTATTRIBS &Attributes);
+    void ApplyWindow(_BITMAPHANDLE *pBitmap, uint32_t nFrame, uint32_t nCompanionFlags,
+                     uint32_t nFlags);
+    void ApplyVOITable(_BITMAPHANDLE *pBitmap, uint32_t nCompanionFlags);
     void AutoScaleModalityLUT(tagDICOMMLUTATTRIBS *pAttributes, _BITMAPHANDLE *pBitmap,
                               uint32_t nFlags);
     uint16_t SetNonLinearVOILUT(uint32_t nFrame, _DICOMELEMENT *pElement, _BITMAPHANDLE *pBitmap);

@@ -33,12 +33,6 @@ constexpr Colour kColours[] = {
 
 constexpr uint32_t kAllEntries = 0x10000;
 
-/** Puts single bytes that lie at the start of a table into entries of their own. */
-void SpreadBytes(std::span<uint16_t> table) {
-    const auto *bytes = reinterpret_cast<const uint8_t *>(table.data());
-    for (size_t i = table.size(); i-- > 0;) table[i] = bytes[i];
-}
-
 bool ReadTable(MDicomDS &dataSet, _DICOMELEMENT *pixelData, uint32_t tag, uint32_t bits,
                std::span<uint16_t> table) {
     const auto count = static_cast<uint32_t>(table.size());
@@ -133,6 +127,11 @@ class SegmentExpander {
 };
 
 } // namespace
+
+void SpreadBytes(std::span<uint16_t> table) {
+    const auto *bytes = reinterpret_cast<const uint8_t *>(table.data());
+    for (size_t i = table.size(); i-- > 0;) table[i] = bytes[i];
+}
 
 bool ExpandSegments(std::span<const uint16_t> words, std::span<uint16_t> table) {
     return SegmentExpander(words, table).Expand();

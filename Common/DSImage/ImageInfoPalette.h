@@ -23,4 +23,7 @@ Status LoadPalettes(MDicomDS &dataSet, _DICOMELEMENT *pixelData, _IMAGEINFO &inf
  *  for an unknown or incomplete segment. What passes the end of the table is left out. */
 bool ExpandSegments(std::span<const uint16_t> words, std::span<uint16_t> table);
 
+/** Puts single bytes that lie at the start of a table into entries of their own. */
+void SpreadBytes(std::span<uint16_t> table);
+
 } // namespace mdicom
