@@ -26,6 +26,7 @@ constexpr Description kDescriptions[] = {
      {"M_ApplyModalityLUT", "M_ApplyLinearModalityLUT", "M_ApplyVOILUT", "M_ApplyLinearVOILUT",
       "M_GetMinMaxVal", "M_GetLinearVOILUT", "M_CountLUTColors", "M_ShiftBitmapData",
       "M_CountLUTColorsExt"}},
+    {L"libMFJ2KX.so", L"Codecs.J2k.J2kFilter", {"fltInfo", "fltLoad", "fltSave"}},
 };
 
 struct CompanionState {

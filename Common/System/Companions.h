@@ -1,12 +1,12 @@
-// The companion libraries that data sets share: JPEG filters and image processing.
+// The companion libraries that data sets share: image codecs and image processing.
 
 #pragma once
 
 namespace mdicom {
 
-enum class Companion { Compression, ImageProcessing };
+enum class Companion { Compression, ImageProcessing, Jpeg2000 };
 
-/** Counts a data set as a user of both libraries. They are opened when one of their functions is
+/** Counts a data set as a user of the libraries. They are opened when one of their functions is
  *  first asked for, and stay until the last user is gone. */
 void AttachCompanions();
 void DetachCompanions();
