@@ -1,0 +1,189 @@
+#include <random>
+
+#include "Codec.h"
+
+namespace {
+
+constexpr size_t kSizOfStream = 4; // behind SOC and the marker of SIZ
+
+Bytes Valid() {
+    Bitmap source(90, 70, 8);
+    source.Paint(8);
+    return Encode(source, 0, DefaultOptions());
+}
+
+int32_t DecodeInto(const Bytes &stream, int32_t depth = 8) {
+    Bitmap target(90, 70, depth);
+    return Decode(stream, target, depth);
+}
+
+void Put32(Bytes &stream, size_t place, uint32_t value) {
+    for (size_t i = 0; i < 4; ++i) stream[place + i] = static_cast<uint8_t>(value >> (24 - 8 * i));
+}
+
+TEST(J2kHostile, StreamsCutShortEndInRowsOrACode) {
+    const Bytes stream = Valid();
+    for (size_t size = 1; size < stream.size(); size += 1 + size / 16) {
+        const int32_t result =
+            DecodeInto({stream.begin(), stream.begin() + static_cast<long>(size)});
+        EXPECT_TRUE(result == 1 || result == -9) << size << " gave " << result;
+    }
+    const Bytes most(stream.begin(), stream.end() - 20);
+    EXPECT_EQ(DecodeInto(most), 1) << "what is there is shown";
+}
+
+TEST(J2kHostile, DamagedStreamsEndInRowsOrACode) {
+    const Bytes stream = Valid();
+    std::mt19937 random(5);
+    for (int round = 0; round < 1500; ++round) {
+        Bytes damaged = stream;
+        // Mostly in the heads, where damage has meaning.
+        const size_t room = round % 3 == 0 ? stream.size() : 130;
+        for (int i = 0; i <= round % 4; ++i) {
+            damaged[random() % room] ^= static_cast<uint8_t>(1u << random() % 8);
+        }
+        const int32_t result = DecodeInto(damaged);
+        EXPECT_TRUE(result == 1 || result < 0) << round;
+    }
+}
+
+TEST(J2kHostile, SizesThatLieAreRefused) {
+    struct Lie {
+        const char *what;
+        size_t place; ///< in SIZ behind its marker
+        uint32_t value;
+    };
+    const Lie lies[] = {
+        {"width", 4, 0x7FFFFFFF},   {"height", 8, 0x7FFFFFFF},     {"offset", 12, 95},
+        {"no tile", 20, 0},         {"tiles of no height", 24, 0}, {"tiles far away", 28, 9999},
+        {"halved", 38, 0x07020200},
+    };
+    for (const Lie &lie : lies) {
+        Bytes stream = Valid();
+        Put32(stream, kSizOfStream + lie.place, lie.value);
+        EXPECT_EQ(DecodeInto(stream), -9) << lie.what;
+    }
+    Bytes tiny = Valid();
+    Put32(tiny, kSizOfStream + 20, 1);
+    Put32(tiny, kSizOfStream + 24, 1);
+    EXPECT_EQ(DecodeInto(tiny), -9) << "a tile for each pixel";
+    EXPECT_EQ(DecodeInto(Valid(), 24), -9) << "one component is no colour";
+    EXPECT_EQ(DecodeInto({0xFF, 0x4F, 0xFF, 0x51}), -9);
+    EXPECT_EQ(DecodeInto({1, 2, 3}), -9);
+}
+
+/** Ends the coding style with a precinct size for each resolution. */
+Bytes WithPrecincts(uint8_t exponents, uint8_t layersHigh) {
+    Bytes stream = Valid();
+    const uint8_t marker[] = {0xFF, 0x52};
+    auto cod = std::search(stream.begin(), stream.end(), std::begin(marker), std::end(marker));
+    const uint8_t levels = cod[9];
+    cod[3] = static_cast<uint8_t>(cod[3] + levels + 1);
+    cod[4] |= 1;
+    cod[6] = layersHigh;
+    stream.insert(cod + 14, levels + 1u, exponents);
+    return stream;
+}
+
+TEST(J2kHostile, PrecinctsAndLayersBeyondReasonAreRefused) {
+    EXPECT_EQ(DecodeInto(WithPrecincts(0xFF, 0)), 1) << "precincts of the largest size";
+    EXPECT_EQ(DecodeInto(WithPrecincts(0x00, 0)), -9);
+    EXPECT_EQ(DecodeInto(WithPrecincts(0x33, 0xFF)), -9);
+}
+
+TEST(J2kHostile, BoxesAroundAStreamAreNotLookedAt) {
+    Bytes file = {0,    0,  0, 12, 'j', 'P', ' ', ' ', 13,  10,
+                  0x87, 10, 0, 0,  0,   0,   'j', 'p', '2', 'c'};
+    const Bytes stream = Valid();
+    file.insert(file.end(), stream.begin(), stream.end());
+    EXPECT_EQ(DecodeInto(file), 1);
+}
+
+TEST(J2kHostile, RequestsThatMissSomethingAreRefused) {
+    const Bytes stream = Valid();
+    CEmbeddedCompressionBase codec;
+    MEMORYLOADREQUEST request{};
+    EXPECT_EQ(codec.LoadMemory(stream.data(), stream.size(), nullptr), -13);
+    EXPECT_EQ(codec.LoadMemory(stream.data(), stream.size(), &request), -13);
+    _BITMAPHANDLE bitmap{};
+    _FILEINFO info{};
+    request.pBitmap = &bitmap;
+    request.nBitmapSize = sizeof bitmap;
+    request.pFileInfo = &info;
+    EXPECT_EQ(codec.LoadMemory(stream.data(), stream.size(), &request), -16) << "another format";
+    info.nFormat = kFileFormatJ2k;
+    info.nWidth = 90;
+    info.nHeight = 70;
+    info.nBitsPerPixel = 8;
+    info.nViewPerspective = 1;
+    EXPECT_EQ(codec.LoadMemory(stream.data(), 0, &request), -13);
+    request.nFlags = MEMORYLOAD_BITMAP_ALLOCATED;
+    EXPECT_EQ(codec.LoadMemory(stream.data(), stream.size(), &request), -13);
+    request.nFlags = 0; // to be created
+    ASSERT_EQ(codec.LoadMemory(stream.data(), stream.size(), &request), 1);
+    EXPECT_EQ(bitmap.nWidth, 90);
+    KernelFreeBitmap(&bitmap);
+}
+
+TEST(J2kHostile, ABlockOfTheCallerThatIsTooSmallStaysItsOwn) {
+    Bitmap source(90, 70, 8);
+    source.Paint(8);
+    _FILEJ2KOPTIONS options = DefaultOptions();
+    MEMORYSAVEREQUEST request{};
+    request.pBitmap = &source.record;
+    request.nFormat = kFileFormatJ2k;
+    request.nBitsPerPixel = 8;
+    request.pOptions = &options;
+    uint8_t block[500] = {};
+    uint8_t *data = block;
+    uint64_t size = sizeof block;
+    CEmbeddedCompressionBase codec;
+    EXPECT_EQ(codec.SaveMemory(&data, &size, &request), -290);
+    EXPECT_EQ(data, block);
+}
+
+/** Counts down to the operation that fails; 0 when it has. */
+int countdown = 0;
+int Fail(int) {
+    return countdown > 0 && --countdown == 0;
+}
+
+/** Runs work with its n-th allocation or file operation failing; false when it had fewer. */
+template <typename Work>
+bool FailsAt(int n, Work work) {
+    countdown = n;
+    KernelSetFaultHook(Fail);
+    work();
+    KernelSetFaultHook(nullptr);
+    return countdown == 0;
+}
+
+TEST(J2kHostile, FaultsOfTheSystemEndInACode) {
+    Bitmap source(90, 70, 12);
+    source.Paint(12);
+    const Bytes stream = Encode(source, 0, DefaultOptions());
+    const _FILEJ2KOPTIONS options = DefaultOptions();
+    int32_t loaded = 0;
+    int32_t saved = 0;
+    Bytes again;
+    int n = 0;
+    while (FailsAt(++n, [&] {
+        Bitmap target(90, 70, 12);
+        loaded = Decode(stream, target, 12);
+        EXPECT_TRUE(loaded == 1 || loaded < 0) << n;
+    })) {
+        ASSERT_LT(n, 100);
+    }
+    EXPECT_EQ(loaded, 1);
+    EXPECT_GT(n, 4) << "nothing could fail";
+    n = 0;
+    while (FailsAt(++n, [&] {
+        again = Encode(source, 0, options, &saved);
+        EXPECT_EQ(saved < 0, again.empty()) << n;
+    })) {
+        ASSERT_LT(n, 100);
+    }
+    EXPECT_EQ(again, stream);
+}
+
+} // namespace
