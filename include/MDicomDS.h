@@ -602,16 +602,25 @@ class MDICOM_API MDicomDS {
     ///@}
 
     /// @name Overlays (PS 3.3, C.9.2; PS 3.5, 8.1.2)
-    /// Overlays stand in the groups 6000 to 601E. nSize is the sizeof of the record.
+    /// Overlays stand in the groups 6000 to 601E of the top level and are counted in order of their
+    /// groups, from 0, activation layers that stand alone included. nSize is the sizeof of the
+    /// record.
     ///@{
-    /** Number of overlays, activation layers that stand alone included. */
+    /** Number of overlays, or of activation layers if those are more. */
     uint16_t GetOverlayCount(uint32_t *pCount);
     /** Attributes of an overlay. pGroup, which may be null, gets the group less 6000; pIsOverlay 0
      *  for an activation layer alone. 0; 9 bad argument, 210 attributes missing, 213. */
     uint16_t GetOverlayAttributes(uint32_t nIndex, _OVERLAYATTRIBUTES *pAttributes, uint32_t nSize,
                                   uint32_t *pGroup, int32_t *pIsOverlay, uint32_t nFlags);
-    /** Sets the attributes of the overlay in group 6000 + 2 x nIndex. nFlags 1 leaves an overlay
-     *  that is there as it is. 0; 5 not stored, 9 bad argument, 213 wrong size. */
+    /**
+     * Sets the attributes of an overlay, or makes a new one. SetOverlayBitmap with the same index
+     * then gives data to the same overlay.
+     * @param nIndex  an overlay's index; GetOverlayCount for a new one in group 6000 + 2 x nIndex,
+     *                or behind the last if an overlay stands in the way; any higher index up to 15
+     *                names the group 6000 + 2 x nIndex
+     * @param nFlags  1 leaves an overlay that is there as it is
+     * @return 0; 5 not stored, 9 bad argument or no group left, 213 wrong size
+     */
     uint16_t SetOverlayAttributes(uint32_t nIndex, const _OVERLAYATTRIBUTES *pAttributes,
                                   uint32_t nFlags);
     /** Name of the activation layer; nLength in wide characters. 0; 9, 211 no layer. */
@@ -621,12 +630,13 @@ class MDICOM_API MDicomDS {
     uint16_t GetOverlayBitmap(uint32_t nIndex, _BITMAPHANDLE *pBitmap, uint32_t nSize,
                               uint32_t nFlags);
     /** Sets the first frame of an overlay whose attributes are there, from a one-bit bitmap of its
-     *  size. 0; 2, 5, 9 bitmap of another form, 10 not readable, 210. */
+     *  size. nIndex is the overlay's; if there is none, the overlay in group 6000 + 2 x nIndex is
+     *  meant. 0; 2, 5, 9 bitmap of another form, 10 not readable, 210. */
     uint16_t SetOverlayBitmap(uint32_t nIndex, _BITMAPHANDLE *pBitmap, uint32_t nFlags);
     /** Appends frames of an overlay to a list. */
     uint16_t GetOverlayBitmapList(uint32_t nIndex, HBITMAPLIST__ *hList, uint32_t nFirst,
                                   uint32_t nCount, uint32_t nFlags);
-    /** Sets the frames of an overlay from a list. */
+    /** Sets the first frames of an overlay from a list; one with fewer frames gets more. */
     uint16_t SetOverlayBitmapList(uint32_t nIndex, HBITMAPLIST__ *hList, uint32_t nFlags);
     /** Deletes an overlay, or an activation layer. 0 also when there is none of this index. */
     uint16_t DeleteOverlay(uint32_t nIndex, uint32_t nFlags);

@@ -1,0 +1,242 @@
+// Overlay data and bitmaps, against loops over single pixels.
+
+#include <gtest/gtest.h>
+
+#include "overlay/Overlays.h"
+#include "support/RealFiles.h"
+#include "support/TestFiles.h"
+#include "values/FailingMemory.h"
+
+namespace {
+
+constexpr _RGBQUAD kInverted[] = {{255, 255, 255, 0}, {0, 0, 0, 0}};
+
+/** The frames of an overlay, each read as a bitmap. */
+Pixels ReadFrames(MDicomDS &ds, uint32_t frames) {
+    Pixels all;
+    for (uint32_t i = 0; i < frames; ++i) {
+        TestBitmap bitmap;
+        EXPECT_EQ(DataSetAccess::GetFrame(ds, 0, &bitmap, i), 0) << i;
+        const Pixels frame = PixelsOf(bitmap);
+        all.insert(all.end(), frame.begin(), frame.end());
+    }
+    return all;
+}
+
+TEST(OverlayData, RandomFramesArePackedWithoutPaddingAndComeBack) {
+    std::mt19937 random(5);
+    for (int round = 0; round < 300; ++round) {
+        const auto columns = static_cast<uint16_t>(1 + random() % (round % 2 ? 20 : 200));
+        const auto rows = static_cast<uint16_t>(1 + random() % 9);
+        const uint32_t frames = 1 + random() % 4;
+        const size_t count = size_t{columns} * rows;
+        const Pixels pixels = RandomPixels(random, count * frames);
+        MDicomDS ds(nullptr);
+        const _OVERLAYATTRIBUTES attributes = OverlayOf(rows, columns, frames);
+        ASSERT_EQ(ds.SetOverlayAttributes(0, &attributes, 0), 0);
+        // Frames in any order, some of them twice.
+        for (uint32_t i = 0; i < frames * 2; ++i) {
+            const uint32_t frame = i < frames ? (i + random()) % frames : i - frames;
+            const int view = 1 + static_cast<int>(random() % 5);
+            const bool inverted = random() & 1;
+            TestBitmap bitmap(columns, rows, 1, KERNEL_ORDER_BGR, view,
+                              inverted ? kInverted : nullptr);
+            Pixels drawn(pixels.begin() + static_cast<long>(frame * count),
+                         pixels.begin() + static_cast<long>((frame + 1) * count));
+            if (inverted) drawn.flip();
+            Draw(bitmap, drawn);
+            ASSERT_EQ(DataSetAccess::SetFrame(ds, 0, &bitmap, frame), 0) << round;
+        }
+        Bytes expected((count * frames + 15) / 16 * 2);
+        PutPixels(pixels, 0, expected);
+        ASSERT_EQ(DataOf(ds), expected) << round << ": " << columns << " x " << rows;
+        ASSERT_EQ(ReadFrames(ds, frames), pixels) << round;
+    }
+}
+
+TEST(OverlayData, FramesPaddedToBytesAreReadAndKept) {
+    std::mt19937 random(6);
+    const Pixels pixels = RandomPixels(random, 90);
+    Bytes value(18); // three frames of 10 x 3 pixels in 2 x 3 bytes each
+    for (size_t f = 0; f < 3; ++f) {
+        PutPixels(Pixels(pixels.begin() + static_cast<long>(f) * 30,
+                         pixels.begin() + static_cast<long>(f + 1) * 30),
+                  f * 48, value);
+    }
+    MDicomDS ds(nullptr);
+    const _OVERLAYATTRIBUTES attributes = OverlayOf(3, 10, 3);
+    ASSERT_EQ(ds.SetOverlayAttributes(0, &attributes, 0), 0);
+    SetData(ds, value);
+    EXPECT_EQ(ReadFrames(ds, 3), pixels);
+    TestBitmap bitmap(10, 3, 1, KERNEL_ORDER_BGR);
+    Draw(bitmap, pixels, 30);
+    ASSERT_EQ(DataSetAccess::SetFrame(ds, 0, &bitmap, 1), 0);
+    EXPECT_EQ(DataOf(ds), value);
+}
+
+TEST(OverlayData, WordsTurnOverInBigEndianFilesAndBytesDoNot) {
+    std::mt19937 random(7);
+    const Pixels pixels = RandomPixels(random, 9 * 5 * 2);
+    Bytes little(12);
+    PutPixels(pixels, 0, little);
+    Bytes turned = little;
+    for (size_t i = 0; i < turned.size(); i += 2) std::swap(turned[i], turned[i + 1]);
+    for (const char *vr : {"OW", "OB"}) {
+        support::TemporaryFolder folder;
+        MDicomDS ds(nullptr);
+        const _OVERLAYATTRIBUTES attributes = OverlayOf(5, 9, 2);
+        ASSERT_EQ(ds.SetOverlayAttributes(0, &attributes, 0), 0);
+        SetData(ds, Bytes(12), vr);
+        const uint16_t flags = DS_BIG_ENDIAN | DS_EXPLICIT_VR;
+        ASSERT_EQ(ds.SaveDS(folder.WideFile("empty").c_str(), flags), 0);
+        MDicomDS big(nullptr);
+        ASSERT_EQ(big.LoadDS(folder.WideFile("empty").c_str(), flags), 0);
+        for (uint32_t frame : {1, 0}) {
+            TestBitmap bitmap(9, 5, 1, KERNEL_ORDER_BGR);
+            Draw(bitmap, pixels, frame * 45);
+            ASSERT_EQ(DataSetAccess::SetFrame(big, 0, &bitmap, frame), 0);
+        }
+        EXPECT_EQ(ReadFrames(big, 2), pixels) << vr;
+        ASSERT_EQ(big.SaveDS(folder.WideFile("full").c_str(), flags), 0);
+        const Bytes file = support::ReadFile(folder.File("full"));
+        EXPECT_EQ(Bytes(file.end() - 12, file.end()), vr[1] == 'W' ? turned : little);
+        MDicomDS again(nullptr);
+        ASSERT_EQ(again.LoadDS(folder.WideFile("full").c_str(), flags), 0);
+        EXPECT_EQ(ReadFrames(again, 2), pixels) << vr;
+    }
+}
+
+TEST(OverlayData, ListsMoveAllFrames) {
+    std::mt19937 random(8);
+    const Pixels pixels = RandomPixels(random, 7 * 4 * 3);
+    MDicomDS ds(nullptr);
+    const _OVERLAYATTRIBUTES attributes = OverlayOf(4, 7);
+    ASSERT_EQ(ds.SetOverlayAttributes(0, &attributes, 0), 0);
+    HBITMAPLIST__ *list = nullptr;
+    ASSERT_EQ(KernelCreateBitmapList(&list), 1);
+    EXPECT_EQ(ds.SetOverlayBitmapList(0, list, 0), DICOM_ERROR_PARAMETER);
+    for (size_t i = 0; i < 3; ++i) {
+        TestBitmap bitmap(7, 4, 1, KERNEL_ORDER_BGR);
+        Draw(bitmap, pixels, i * 28);
+        ASSERT_EQ(KernelListInsertItem(list, 0xFFFFFFFF, &bitmap, sizeof(_BITMAPHANDLE)), 1);
+        KernelInitBitmap(&bitmap, sizeof(_BITMAPHANDLE), 0, 0, 0);
+    }
+    EXPECT_EQ(ds.SetOverlayBitmapList(1, list, 0), DICOM_ERROR_PARAMETER);
+    ASSERT_EQ(ds.SetOverlayBitmapList(0, list, 0), 0);
+    EXPECT_EQ(ReadFrames(ds, 3), pixels) << "the overlay has as many frames as the list";
+    EXPECT_EQ(ds.GetOverlayBitmapList(0, list, 1, 3, 0), DICOM_ERROR_PARAMETER);
+    uint32_t count = 0;
+    KernelListItemCount(list, &count);
+    EXPECT_EQ(count, 5u) << "the frames that there are";
+    _BITMAPHANDLE lent;
+    KernelListGetItem(list, 4, &lent, sizeof lent);
+    uint8_t byte = 0;
+    KernelGetBitmapRow(&lent, &byte, 0, 1);
+    for (size_t i = 0; i < 7; ++i) EXPECT_EQ(byte >> (7 - i) & 1, pixels[56 + i]);
+    KernelDestroyBitmapList(list);
+}
+
+TEST(OverlayData, WhatCannotBeReadHasAStatusAndNoBitmap) {
+    struct Case {
+        const char *name;
+        uint32_t rows, columns, frames;
+        uint32_t length; ///< 0xFFFFFFFF: no data
+        uint16_t status;
+    };
+    for (const Case &each : {Case{"none", 3, 10, 1, 0xFFFFFFFF, DICOM_ERROR_OVERLAY_DATA},
+                             Case{"empty", 3, 10, 1, 0, DICOM_ERROR_READ},
+                             Case{"short", 4, 10, 1, 4, DICOM_ERROR_READ},
+                             Case{"huge", 65535, 65535, 1, 2, DICOM_ERROR_READ},
+                             Case{"frames", 65535, 65535, 0x7FFFFFFF, 2, DICOM_ERROR_READ},
+                             Case{"no rows", 0, 10, 1, 2, DICOM_ERROR_MEMORY},
+                             Case{"no columns", 10, 0, 0xFFFFFFFF, 2, DICOM_ERROR_MEMORY},
+                             Case{"enough", 4, 8, 1, 4, 0}}) {
+        MDicomDS ds(nullptr);
+        const _OVERLAYATTRIBUTES attributes =
+            OverlayOf(static_cast<uint16_t>(each.rows), static_cast<uint16_t>(each.columns));
+        ASSERT_EQ(ds.SetOverlayAttributes(0, &attributes, 0), 0);
+        SetNumber(ds, 0x60000015, each.frames);
+        if (each.length != 0xFFFFFFFF) SetData(ds, Bytes(each.length));
+        TestBitmap bitmap;
+        EXPECT_EQ(ds.GetOverlayBitmap(0, &bitmap, sizeof(_BITMAPHANDLE), 0), each.status)
+            << each.name;
+        EXPECT_EQ(bitmap.nBitmapFlags & 1, each.status == 0 ? 1u : 0u) << each.name;
+    }
+    MDicomDS fragments(nullptr);
+    const _OVERLAYATTRIBUTES attributes = OverlayOf(1, 8);
+    ASSERT_EQ(fragments.SetOverlayAttributes(0, &attributes, 0), 0);
+    fragments.InsertElement(nullptr, 0, 0x60003000, 'O' << 8 | 'B', 1, 0);
+    TestBitmap read, given(8, 1, 1, KERNEL_ORDER_BGR);
+    EXPECT_EQ(fragments.GetOverlayBitmap(0, &read, sizeof(_BITMAPHANDLE), 0), DICOM_ERROR_READ);
+    EXPECT_EQ(fragments.SetOverlayBitmap(0, &given, 0), DICOM_ERROR_WRITE);
+}
+
+TEST(OverlayData, BitmapsOfAnotherFormAreRefused) {
+    MDicomDS ds(nullptr);
+    const _OVERLAYATTRIBUTES attributes = OverlayOf(2, 8, 0x7FFFFFFF);
+    TestBitmap fitting(8, 2, 1, KERNEL_ORDER_BGR);
+    EXPECT_EQ(ds.SetOverlayBitmap(0, &fitting, 0), DICOM_ERROR_PARAMETER) << "no overlay";
+    ASSERT_EQ(ds.SetOverlayAttributes(0, &attributes, 0), 0);
+    TestBitmap none, wide(9, 2, 1, KERNEL_ORDER_BGR), high(8, 3, 1, KERNEL_ORDER_BGR),
+        gray(8, 2, 8);
+    for (TestBitmap *bitmap : {&none, &wide, &high, &gray}) {
+        EXPECT_EQ(ds.SetOverlayBitmap(0, bitmap, 0), DICOM_ERROR_PARAMETER);
+    }
+    EXPECT_EQ(ds.SetOverlayBitmap(0, nullptr, 0), DICOM_ERROR_PARAMETER);
+    EXPECT_EQ(ds.SetOverlayBitmap(16, &fitting, 0), DICOM_ERROR_PARAMETER);
+    EXPECT_EQ(ds.FindFirstElement(nullptr, 0x60003000, 1), nullptr);
+    // No room is made for frames that nobody has set, and none beyond what a value can hold.
+    ASSERT_EQ(ds.SetOverlayBitmap(0, &fitting, 0), 0);
+    EXPECT_EQ(DataOf(ds).size(), 2u);
+    EXPECT_EQ(DataSetAccess::SetFrame(ds, 0, &fitting, 0x7FFFFFFE), DICOM_ERROR_WRITE);
+    EXPECT_EQ(DataSetAccess::GetFrame(ds, 0, &none, 1), DICOM_ERROR_READ);
+}
+
+TEST(OverlayData, ShortMemoryIsAStatus) {
+    for (int place = 0, reached = 1; reached != 0; ++place) {
+        ASSERT_LT(place, 1000);
+        MDicomDS ds(nullptr);
+        const _OVERLAYATTRIBUTES attributes = OverlayOf(3, 10, 2);
+        TestBitmap given(10, 3, 1, KERNEL_ORDER_BGR), read;
+        FailAllocation(place);
+        const bool done = ds.SetOverlayAttributes(0, &attributes, 0) == 0 &&
+                          ds.SetOverlayBitmap(0, &given, 0) == 0 &&
+                          ds.GetOverlayBitmap(0, &read, sizeof(_BITMAPHANDLE), 0) == 0;
+        reached = AllocationFailed();
+        FailAllocation(-1);
+        ASSERT_TRUE(done || reached) << place;
+        ASSERT_EQ(ds.SetOverlayAttributes(0, &attributes, 0), 0) << place;
+        ASSERT_EQ(ds.SetOverlayBitmap(0, &given, 0), 0) << place;
+    }
+}
+
+TEST(OverlayData, RealFilesGiveTheirPixels) {
+    uint32_t overlays = 0;
+    for (const auto &path : support::RealFiles()) {
+        MDicomDS ds(nullptr);
+        uint32_t count = 0;
+        if (ds.LoadDS(path.wstring().c_str(), 0) != 0) continue;
+        ASSERT_EQ(ds.GetOverlayCount(&count), 0);
+        for (uint32_t i = 0; i < count; ++i) {
+            _OVERLAYATTRIBUTES attributes;
+            uint32_t group = 0;
+            int32_t isOverlay = 0;
+            TestBitmap bitmap;
+            if (ds.GetOverlayAttributes(i, &attributes, sizeof attributes, &group, &isOverlay, 0) ||
+                !isOverlay || (attributes.nOverlayFlags & OVERLAY_IN_BIT_PLANE) != 0) {
+                continue;
+            }
+            const Bytes value = DataOf(ds, 0x60003000 + (group << 16));
+            ASSERT_EQ(ds.GetOverlayBitmap(i, &bitmap, sizeof(_BITMAPHANDLE), 0), 0) << path;
+            const size_t pixels = size_t{attributes.nRows} * attributes.nColumns;
+            EXPECT_TRUE(PixelsOf(bitmap) == PixelsOf(value, 0, pixels)) << path << i;
+            // Set again, they make the same value.
+            ASSERT_EQ(ds.SetOverlayBitmap(i, &bitmap, 0), 0) << path;
+            EXPECT_EQ(DataOf(ds, 0x60003000 + (group << 16)), value) << path << i;
+            ++overlays;
+        }
+    }
+    if (overlays == 0) GTEST_SKIP() << "no files with overlays";
+}
+
+} // namespace
