@@ -10,6 +10,7 @@
 
 #include "Fault.h"
 #include "Mvkrnx.h"
+#include "Redirect.h"
 
 namespace {
 
@@ -41,6 +42,7 @@ extern "C" {
 
 M_HFILE__ *KernelFileOpen(const char *pszPath, int nFlags, int nPermissions) {
     if (pszPath == nullptr || kernel::FaultWanted(KERNEL_FAULT_OPEN)) return KERNEL_NO_FILE;
+    if (kernel::IsRedirected()) return kernel::RedirectedOpen(pszPath, nFlags, nPermissions);
     const int descriptor = open(pszPath, SystemOpenFlags(nFlags), nPermissions);
     if (descriptor < 0) return KERNEL_NO_FILE;
     if (!HoldsData(descriptor)) {
@@ -52,6 +54,7 @@ M_HFILE__ *KernelFileOpen(const char *pszPath, int nFlags, int nPermissions) {
 
 M_HFILE__ *KernelFileOpenUnnamed(const char *pszFolder) {
     if (pszFolder == nullptr || kernel::FaultWanted(KERNEL_FAULT_OPEN)) return KERNEL_NO_FILE;
+    if (kernel::IsRedirected()) return KERNEL_NO_FILE;
     int descriptor = open(pszFolder, O_TMPFILE | O_RDWR | O_CLOEXEC, 0600);
     if (descriptor >= 0) return HandleOf(descriptor);
     std::string name = std::string(pszFolder) + "/DICXXXXXX";
@@ -63,6 +66,7 @@ M_HFILE__ *KernelFileOpenUnnamed(const char *pszFolder) {
 
 int64_t KernelFileRead(M_HFILE__ *hFile, void *pBuffer, size_t nBytes, uint64_t nOffset) {
     if (kernel::FaultWanted(KERNEL_FAULT_READ)) return -1;
+    if (kernel::IsRedirected()) return kernel::RedirectedRead(hFile, pBuffer, nBytes, nOffset);
     size_t done = 0;
     while (done < nBytes) {
         const ssize_t count = pread(DescriptorOf(hFile), static_cast<char *>(pBuffer) + done,
@@ -77,6 +81,7 @@ int64_t KernelFileRead(M_HFILE__ *hFile, void *pBuffer, size_t nBytes, uint64_t 
 
 int64_t KernelFileWrite(M_HFILE__ *hFile, const void *pBuffer, size_t nBytes, uint64_t nOffset) {
     if (kernel::FaultWanted(KERNEL_FAULT_WRITE)) return -1;
+    if (kernel::IsRedirected()) return kernel::RedirectedWrite(hFile, pBuffer, nBytes, nOffset);
     size_t done = 0;
     while (done < nBytes) {
         const ssize_t count = pwrite(DescriptorOf(hFile), static_cast<const char *>(pBuffer) + done,
@@ -90,7 +95,7 @@ int64_t KernelFileWrite(M_HFILE__ *hFile, const void *pBuffer, size_t nBytes, ui
 
 int64_t KernelFileCopy(M_HFILE__ *hSource, uint64_t nSourceOffset, M_HFILE__ *hTarget,
                        uint64_t nTargetOffset, uint64_t nBytes) {
-    if (kernel::FaultWanted(KERNEL_FAULT_WRITE)) return -1;
+    if (kernel::IsRedirected() || kernel::FaultWanted(KERNEL_FAULT_WRITE)) return -1;
     off_t from = static_cast<off_t>(nSourceOffset);
     off_t to = static_cast<off_t>(nTargetOffset);
     uint64_t done = 0;
@@ -106,6 +111,7 @@ int64_t KernelFileCopy(M_HFILE__ *hSource, uint64_t nSourceOffset, M_HFILE__ *hT
 }
 
 int64_t KernelFileLength(M_HFILE__ *hFile) {
+    if (kernel::IsRedirected()) return kernel::RedirectedLength(hFile);
     struct stat info;
     if (fstat(DescriptorOf(hFile), &info) != 0) return -1;
     if (S_ISREG(info.st_mode)) return info.st_size;
@@ -113,12 +119,14 @@ int64_t KernelFileLength(M_HFILE__ *hFile) {
 }
 
 int KernelFileTruncate(M_HFILE__ *hFile, uint64_t nLength) {
-    if (kernel::FaultWanted(KERNEL_FAULT_WRITE)) return 0;
+    if (kernel::IsRedirected() || kernel::FaultWanted(KERNEL_FAULT_WRITE)) return 0;
     return ftruncate(DescriptorOf(hFile), static_cast<off_t>(nLength)) == 0 ? 1 : 0;
 }
 
 void KernelFileClose(M_HFILE__ *hFile) {
-    if (hFile != KERNEL_NO_FILE) close(DescriptorOf(hFile));
+    if (hFile == KERNEL_NO_FILE) return;
+    if (kernel::IsRedirected()) return kernel::RedirectedClose(hFile);
+    close(DescriptorOf(hFile));
 }
 
 int KernelFolderIsWritable(const char *pszFolder) {

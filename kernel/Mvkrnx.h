@@ -81,6 +81,48 @@ MVKRNX_API int KernelFileRename(const char *pszOldPath, const char *pszNewPath);
 MVKRNX_API const char *KernelTemporaryFolder(void);
 ///@}
 
+/// @name Redirection of files
+/// A thread can have its file operations go to functions of its own: to memory, say. Open, read,
+/// write, length and close use them then; a positional operation is a seek and the operation, and
+/// gives what the function gave, negative codes included. Unnamed files, copies between files and
+/// truncation fail meanwhile; names in folders stay what they are.
+///@{
+
+/** Added to the flags of an open function that has to empty the file. */
+enum { KERNEL_IO_TRUNCATE = 0x200 };
+
+/** Gives a file number from 0 on, or a negative code. */
+typedef intptr_t (*KERNEL_IO_OPEN)(const char *pszPath, int nFlags, int nPermissions,
+                                   void *pUserData);
+/** Gives the bytes read or written, or a negative code. */
+typedef int64_t (*KERNEL_IO_READ)(intptr_t nFile, void *pBuffer, size_t nBytes, void *pUserData);
+typedef int64_t (*KERNEL_IO_WRITE)(intptr_t nFile, const void *pBuffer, size_t nBytes,
+                                   void *pUserData);
+/** nOrigin is 0 for the start, 1 for the position, 2 for the end. Gives the new position, or a
+ *  negative code. */
+typedef int64_t (*KERNEL_IO_SEEK)(intptr_t nFile, int64_t nOffset, int nOrigin, void *pUserData);
+typedef int (*KERNEL_IO_CLOSE)(intptr_t nFile, void *pUserData);
+
+/** The file functions of a thread and what each is called with. Without an open function the
+ *  files are the system's. */
+typedef struct KERNEL_IO {
+    KERNEL_IO_OPEN pfnOpen;   ///< null for real files
+    KERNEL_IO_READ pfnRead;   ///< null: reading fails
+    KERNEL_IO_WRITE pfnWrite; ///< null: writing fails
+    KERNEL_IO_SEEK pfnSeek;   ///< null: reading, writing and lengths fail
+    KERNEL_IO_CLOSE pfnClose; ///< may be null
+    void *pOpenData;          ///< user data of pfnOpen
+    void *pReadData;          ///< user data of pfnRead
+    void *pWriteData;         ///< user data of pfnWrite
+    void *pSeekData;          ///< user data of pfnSeek
+    void *pCloseData;         ///< user data of pfnClose
+} KERNEL_IO;
+
+/** Swaps the file functions of the calling thread with those of the record, so that a second call
+ *  puts the old ones back. Other threads are not concerned. */
+MVKRNX_API int32_t KernelRedirectIO(KERNEL_IO *pIo);
+///@}
+
 /// @name Fault injection, for tests
 ///@{
 enum {

@@ -29,6 +29,14 @@ typedef struct _FILEINFO {
     int32_t nYResolution;        ///< dots per inch
     uint8_t nReserved1124[1088]; ///< of the kernel
 } _FILEINFO;
+
+/** How a file is to be loaded. */
+typedef struct _LOADFILEOPTION {
+    uint32_t nStructSize;    ///< sizeof(_LOADFILEOPTION)
+    uint8_t nReserved4[16];  ///< of the kernel
+    int32_t nPageNumber;     ///< image of the file, from 1; 0 means 1
+    uint8_t nReserved24[40]; ///< of the kernel
+} _LOADFILEOPTION;
 #pragma pack(pop)
 
 /** Row flags of a row callback. */
@@ -44,10 +52,93 @@ typedef int32_t (*KERNEL_ROW_CALLBACK)(_FILEINFO *pFileInfo, _BITMAPHANDLE *pBit
                                        uint32_t nRowFlags, int32_t nRow, int32_t nRows,
                                        void *pUserData);
 
+/** Gives a source bitmap's rows to a filter that saves, one by one, as KernelGetBitmapRow. */
+typedef int64_t (*KERNEL_GET_ROW)(const _BITMAPHANDLE *pBitmap, void *pBuffer, int32_t nRow,
+                                  uint64_t nBytes);
+/** Begins and ends access to a bitmap's rows. */
+typedef int32_t (*KERNEL_ROW_ACCESS)(_BITMAPHANDLE *pBitmap);
+
+#pragma pack(push, 4)
+/** Argument of a filter's fltInfo: describes an open file. The record is a format. */
+typedef struct _FILTERINFO {
+    uint8_t nReserved0[12];    ///< of the kernel
+    struct M_HFILE__ *hFile;   ///< the file, open for reading
+    _FILEINFO *pFileInfo;      ///< takes the description
+    uint8_t nReserved28[28];   ///< of the kernel
+    _LOADFILEOPTION *pOptions; ///< null for the first page
+} _FILTERINFO;
+
+/** Argument of a filter's fltLoad: hands the rows of a file to a callback. The record is a
+ *  format. */
+typedef struct _FILTERLOAD {
+    const wchar_t *pszName;          ///< name of the file
+    _BITMAPHANDLE *pBitmap;          ///< width, height, depth and order of the rows
+    uint8_t nReserved16[4];          ///< of the kernel
+    KERNEL_ROW_CALLBACK pfnCallback; ///< takes the rows
+    void *pUserData;                 ///< last argument of the callback
+    uint8_t nReserved36[36];         ///< of the kernel
+    _FILEINFO *pFileInfo;            ///< first argument of the callback
+    uint8_t nReserved80[2136];       ///< of the kernel
+    _LOADFILEOPTION *pOptions;       ///< null for the first page
+} _FILTERLOAD;
+
+/** Argument of a filter's fltSave: writes a bitmap to a file. The record is a format: 1104
+ *  bytes. */
+typedef struct _FILTERSAVE {
+    const wchar_t *pszName;       ///< name of the file
+    _BITMAPHANDLE *pBitmap;       ///< the source
+    int32_t nBitsPerPixel;        ///< depth to save
+    int32_t nFormat;              ///< number of the file format
+    uint8_t nReserved24[20];      ///< of the kernel
+    int32_t nQuality;             ///< 0 is lossless
+    KERNEL_ROW_ACCESS pfnAccess;  ///< called before the first row
+    KERNEL_GET_ROW pfnGetRow;     ///< gives a row
+    KERNEL_ROW_ACCESS pfnRelease; ///< called behind the last row
+    const void *pSaveRecord;      ///< further options of the kernel; may be null
+    uint8_t nReserved80[20];      ///< of the kernel
+    const void *pComments;        ///< text pointer of comment n at byte 12 n; may be null
+    uint8_t nOptions[156];        ///< options of the format
+    uint8_t nReserved264[840];    ///< of the kernel
+} _FILTERSAVE;
+
+/** Argument of a filter's fltComment: reads a text of a file. The record is a format. */
+typedef struct _FILTERCOMMENT {
+    const wchar_t *pszName; ///< name of the file
+    uint32_t nId;           ///< number of the comment
+    char *pText;            ///< takes the text; may be null
+    uint32_t nSize;         ///< bytes of pText
+} _FILTERCOMMENT;
+#pragma pack(pop)
+
 #ifdef __cplusplus
-static_assert(sizeof(_FILEINFO) == 2212 && offsetof(_FILEINFO, nXResolution) == 1116, "_FILEINFO");
+#define KERNEL_FILTER_ASSERT static_assert
 #else
-_Static_assert(sizeof(_FILEINFO) == 2212, "_FILEINFO");
+#define KERNEL_FILTER_ASSERT _Static_assert
 #endif
+#define KERNEL_FILTER_FIELD(Record, Field, nOffset) \
+    KERNEL_FILTER_ASSERT(offsetof(Record, Field) == (nOffset), #Record "." #Field)
+
+KERNEL_FILTER_ASSERT(sizeof(_FILEINFO) == 2212, "_FILEINFO");
+KERNEL_FILTER_FIELD(_FILEINFO, nXResolution, 1116);
+KERNEL_FILTER_FIELD(_LOADFILEOPTION, nPageNumber, 20);
+KERNEL_FILTER_FIELD(_FILTERINFO, hFile, 12);
+KERNEL_FILTER_FIELD(_FILTERINFO, pFileInfo, 20);
+KERNEL_FILTER_FIELD(_FILTERINFO, pOptions, 56);
+KERNEL_FILTER_FIELD(_FILTERLOAD, pBitmap, 8);
+KERNEL_FILTER_FIELD(_FILTERLOAD, pfnCallback, 20);
+KERNEL_FILTER_FIELD(_FILTERLOAD, pUserData, 28);
+KERNEL_FILTER_FIELD(_FILTERLOAD, pFileInfo, 72);
+KERNEL_FILTER_FIELD(_FILTERLOAD, pOptions, 2216);
+KERNEL_FILTER_ASSERT(sizeof(_FILTERSAVE) == 1104, "_FILTERSAVE");
+KERNEL_FILTER_FIELD(_FILTERSAVE, pBitmap, 8);
+KERNEL_FILTER_FIELD(_FILTERSAVE, nBitsPerPixel, 16);
+KERNEL_FILTER_FIELD(_FILTERSAVE, nFormat, 20);
+KERNEL_FILTER_FIELD(_FILTERSAVE, nQuality, 44);
+KERNEL_FILTER_FIELD(_FILTERSAVE, pComments, 100);
+KERNEL_FILTER_FIELD(_FILTERCOMMENT, nId, 8);
+KERNEL_FILTER_FIELD(_FILTERCOMMENT, pText, 12);
+KERNEL_FILTER_FIELD(_FILTERCOMMENT, nSize, 20);
+#undef KERNEL_FILTER_FIELD
+#undef KERNEL_FILTER_ASSERT
 
 #endif
