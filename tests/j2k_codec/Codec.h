@@ -2,8 +2,7 @@
 
 #pragma once
 
-#include <gtest/gtest.h>
-
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <functional>

