@@ -38,9 +38,11 @@ class FrameBitmap {
     int32_t m_Result;
 };
 
+/** Samples of more bits take 32. */
+constexpr uint32_t kMostStored = 16;
+
 _FILEINFO DescribeFrame(const _IMAGEINFO &image) {
     constexpr uint32_t kLeastStored = 9;
-    constexpr uint32_t kMostStored = 16;
     const bool byStored = image.nBitsPerPixel != 24 && image.nBitsStored >= kLeastStored &&
                           image.nBitsStored <= kMostStored;
     _FILEINFO info{};
@@ -64,7 +66,7 @@ void CorrectDepth(std::span<const uint8_t> bytes, _FILEINFO &info, _IMAGEINFO &i
     if (depth < 1 || depth > kMostBits || depth == static_cast<uint32_t>(info.nBitsPerPixel)) {
         return;
     }
-    info.nBitsPerPixel = static_cast<int32_t>(depth);
+    info.nBitsPerPixel = static_cast<int32_t>(depth > kMostStored ? kMostBits : depth);
     image.nBitsStored = depth;
     image.nHighBit = depth - 1;
 }
