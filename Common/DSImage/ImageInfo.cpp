@@ -14,6 +14,7 @@
 #include "Common/DSImage/ImageInfoFrames.h"
 #include "Common/DSImage/ImageInfoPalette.h"
 #include "Common/DSImage/PackedPixels.h"
+#include "Common/DSImage/Photometric.h"
 #include "Common/DSValue/ValueAccess.h"
 #include "Common/Utils/CheckedMath.h"
 #include "Common/Utils/Text.h"
@@ -67,24 +68,6 @@ void ReadExtremes(const Attributes &attributes, _IMAGEINFO &info) {
     info.bLargestPixelValue =
         ReadExtreme(attributes, 0x00280107, 0x00280105, isSigned, &info.nLargestPixelValue);
 }
-
-struct PhotometricRow {
-    std::string_view text;
-    uint32_t number;
-};
-
-constexpr PhotometricRow kPhotometrics[] = {
-    {"MONOCHROME1", PHOTOMETRIC_MONOCHROME1},
-    {"MONOCHROME2", PHOTOMETRIC_MONOCHROME2},
-    {"PALETTE COLOR", PHOTOMETRIC_PALETTE_COLOR},
-    {"RGB", PHOTOMETRIC_RGB},
-    {"ARGB", PHOTOMETRIC_ARGB},
-    {"CMYK", PHOTOMETRIC_CMYK},
-    {"YBR_FULL_422", PHOTOMETRIC_YBR_FULL_422},
-    {"YBR_FULL", PHOTOMETRIC_YBR_FULL},
-    {"YBR_RCT", PHOTOMETRIC_YBR_RCT},
-    {"YBR_ICT", PHOTOMETRIC_YBR_ICT},
-};
 
 /** Reads (0028,0004); false for a text that names no photometric interpretation. */
 bool ReadPhotometric(const Attributes &attributes, _IMAGEINFO &info) {

@@ -6,14 +6,6 @@
 
 #include "Image.h"
 
-/** The working record is not at the interface. */
-struct mdicom::DataSetAccess {
-    static uint16_t Describe(Image &image, _IMAGEINFO *info, uint32_t frame, int32_t withTables) {
-        return image.ds.GetInfoImage(image.pixels, info, frame, withTables);
-    }
-    static void Free(Image &image, _IMAGEINFO *info) { image.ds.FreeInfoImage(info); }
-};
-
 namespace {
 
 using mdicom::DataSetAccess;
