@@ -177,7 +177,7 @@ TEST(SetImageInfo, WindowOfAllFramesChangesOnlyWhereThatIsAllowed) {
     Image image;
     _DICOMELEMENT *element = nullptr;
     for (const uint32_t tag : {0x52009229u, TAG_ITEM, 0x00289132u, TAG_ITEM, 0x00281050u}) {
-        element = image.ds.InsertElement(element, element != nullptr, tag, 0, 0, 0);
+        element = image.ds.InsertElement(element, element != nullptr, tag, 0, tag == TAG_ITEM, 0);
         ASSERT_NE(element, nullptr);
     }
     const double old = 5;

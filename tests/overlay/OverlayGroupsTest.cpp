@@ -59,8 +59,10 @@ TEST(OverlayGroups, AreCountedInOrder) {
 TEST(OverlayGroups, OverlaysOfItemsBelongToOtherImages) {
     MDicomDS ds(nullptr);
     _DICOMELEMENT *sequence = ds.InsertElement(nullptr, 0, 0x00880200, 0, 0, 0);
-    _DICOMELEMENT *item = ds.InsertElement(sequence, 1, TAG_ITEM, 0, 0, 0);
-    for (const uint32_t tag : {0x60000010u, 0x60000011u}) ds.InsertElement(item, 1, tag, 0, 0, 0);
+    _DICOMELEMENT *item = ds.InsertElement(sequence, 1, TAG_ITEM, 0, 1, 0);
+    for (const uint32_t tag : {0x60000010u, 0x60000011u}) {
+        ASSERT_NE(ds.InsertElement(item, 1, tag, 0, 0, 0), nullptr);
+    }
     EXPECT_EQ(CountOf(ds), 0u);
 }
 
