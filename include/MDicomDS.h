@@ -18,6 +18,7 @@ class ElementReader;
 class ElementWriter;
 class FrameLoader;
 class FrameSaver;
+class FrameTranscoder;
 class KeyIndex;
 struct CharacterSetList;
 struct DataSetAccess;
@@ -25,6 +26,7 @@ struct FrameData;
 struct FrameRules;
 struct KeyLevel;
 struct KeyNode;
+struct UncompressedFrames;
 } // namespace mdicom
 
 /** Side record of a data set. */
@@ -541,6 +543,19 @@ class MDICOM_API MDicomDS {
     uint16_t GetJ2KOptions(_FILEJ2KOPTIONS *pOptions, uint32_t nSize);
     /** Copies nSize bytes of the default options. 65523 for no record. */
     uint16_t GetDefaultJ2KOptions(_FILEJ2KOPTIONS *pOptions, uint32_t nSize);
+    /**
+     * Changes the transfer syntax of the data set (PS 3.5, A): encodes the top-level Pixel Data
+     * anew where its compression changes, and turns values where byte order or VR encoding does.
+     * Nothing has changed after a failure. After a success DS_KEEP_PIXEL_DATA_INTACT is set, unless
+     * values were turned; elements keep their addresses, but for Pixel Data.
+     * @param pszTransferSyntaxUID one of the ten of tagDICOM_TRANSFER_SYNTAXES
+     * @param nQuality             2 (best) to 255 for lossy syntaxes
+     * @param nFlags               1 adds 0x800000 to the JPEG encoder's flags
+     * @return 0; 9 UID unknown, or the syntax does not hold the image's bits, 208 palette of 16
+     *         bits and a compressed syntax; else as GetImage and InsertImage
+     */
+    uint16_t ChangeTransferSyntax(const wchar_t *pszTransferSyntaxUID, int32_t nQuality,
+                                  uint32_t nFlags);
     ///@}
 
     /// @name LUTs and windows (PS 3.3, C.11.1, C.11.2, C.7.6.16.2.9, C.7.6.16.2.10)
@@ -647,7 +662,9 @@ class MDICOM_API MDicomDS {
     friend class mdicom::ElementWriter;
     friend class mdicom::FrameLoader;
     friend class mdicom::FrameSaver;
-    friend struct mdicom::DataSetAccess; // tests of the value store
+    friend class mdicom::FrameTranscoder;
+    friend struct mdicom::UncompressedFrames; // M_DicomInsertUncompressedFrame
+    friend struct mdicom::DataSetAccess;      // tests of the value store
 
     // Element tree
     bool CheckElement(_DICOMELEMENT *pElement);
@@ -767,6 +784,11 @@ class MDICOM_API MDicomDS {
                                     uint32_t nIndex);
     int32_t InsertNativeFrame(_DICOMELEMENT *pElement, _IMAGEINFO *pInfo, uint8_t *pFrame,
                               uint32_t nSize, uint32_t nIndex);
+    uint16_t ChangeTransferSyntax(int32_t nTransferSyntax, int32_t nQuality, int32_t bRestore,
+                                  uint32_t nFlags);
+    uint16_t UncompressPixelDataElement(int32_t bRestore);
+    uint16_t CompressPixelData(uint32_t nCompression, int32_t nQuality, int32_t bRestore);
+    uint16_t ReencodeThroughTempFile(int32_t nTransferSyntax);
     int32_t ValidateJ2KOptions(const _FILEJ2KOPTIONS *pOptions);
     uint16_t DecodeNONE(_IMAGEINFO *pImage, uint8_t *pBuffer, uint32_t nBufferSize);
     uint16_t DecodePacked(_IMAGEINFO *pImage, uint8_t *pBuffer);

@@ -521,6 +521,50 @@ MDICOM_API uint16_t M_DicomGetImage(MDicomDS *hDS, _DICOMELEMENT *pElement, _BIT
 MDICOM_API uint16_t M_DicomGetImageList(MDicomDS *hDS, _DICOMELEMENT *pElement,
                                         HBITMAPLIST__ *hList, uint32_t nIndex, uint32_t nCount,
                                         int32_t nBitsPerPixel, int32_t nOrder, uint32_t nFlags);
+/** Stores a bitmap as a frame (MDicomDS::InsertImage). */
+MDICOM_API uint16_t M_DicomInsertImage(MDicomDS *hDS, _DICOMELEMENT *pElement,
+                                       _BITMAPHANDLE *pBitmap, uint32_t nIndex,
+                                       uint32_t nCompression, int32_t nPhotometric,
+                                       int32_t nBitsPerPixel, int32_t nQuality, uint32_t nFlags,
+                                       MDICOM_SAVE_CALLBACK pfnCallback, void *pUserData);
+/** Replaces all frames by a bitmap (MDicomDS::SetImage). */
+MDICOM_API uint16_t M_DicomSetImage(MDicomDS *hDS, _DICOMELEMENT *pElement, _BITMAPHANDLE *pBitmap,
+                                    uint32_t nCompression, int32_t nPhotometric,
+                                    int32_t nBitsPerPixel, int32_t nQuality, uint32_t nFlags,
+                                    MDICOM_SAVE_CALLBACK pfnCallback, void *pUserData);
+/** Stores the bitmaps of a list as frames (MDicomDS::InsertImageList). */
+MDICOM_API uint16_t M_DicomInsertImageList(MDicomDS *hDS, _DICOMELEMENT *pElement,
+                                           HBITMAPLIST__ *hList, uint32_t nIndex,
+                                           uint32_t nCompression, int32_t nPhotometric,
+                                           int32_t nBitsPerPixel, int32_t nQuality,
+                                           uint32_t nFlags);
+/** Replaces all frames by the bitmaps of a list (MDicomDS::SetImageList). */
+MDICOM_API uint16_t M_DicomSetImageList(MDicomDS *hDS, _DICOMELEMENT *pElement,
+                                        HBITMAPLIST__ *hList, uint32_t nCompression,
+                                        int32_t nPhotometric, int32_t nBitsPerPixel,
+                                        int32_t nQuality, uint32_t nFlags);
+/** Deletes frames (MDicomDS::DeleteImage). */
+MDICOM_API uint16_t M_DicomDeleteImage(MDicomDS *hDS, _DICOMELEMENT *pElement, uint32_t nIndex,
+                                       uint32_t nCount);
+/** Sets the options of JPEG 2000 encoding (MDicomDS::SetJ2KOptions). */
+MDICOM_API uint16_t M_DicomSetJ2KOptions(MDicomDS *hDS, const _FILEJ2KOPTIONS *pOptions);
+/** Options of JPEG 2000 encoding (MDicomDS::GetJ2KOptions). */
+MDICOM_API uint16_t M_DicomGetJ2KOptions(MDicomDS *hDS, _FILEJ2KOPTIONS *pOptions, uint32_t nSize);
+/** Default options of JPEG 2000 encoding (MDicomDS::GetDefaultJ2KOptions). */
+MDICOM_API uint16_t M_DicomGetDefaultJ2KOptions(MDicomDS *hDS, _FILEJ2KOPTIONS *pOptions,
+                                                uint32_t nSize);
+/** Changes the transfer syntax (MDicomDS::ChangeTransferSyntax). */
+MDICOM_API uint16_t M_DicomChangeTransferSyntax(MDicomDS *hDS, const wchar_t *pszTransferSyntaxUID,
+                                                int32_t nQuality, uint32_t nFlags);
+/**
+ * Inserts a native frame in front of frame nIndex, or behind the last one. The attributes around
+ * the element say what a frame is; the number of frames and functional groups stay as they are.
+ * @param pElement Pixel Data that is native or empty
+ * @param pData    rows one behind the other, or each padded to 32 bits
+ * @return 1; 0 for a size that is neither, an encapsulated element, or a failed store
+ */
+MDICOM_API int32_t M_DicomInsertUncompressedFrame(MDicomDS *hDS, _DICOMELEMENT *pElement,
+                                                  void *pData, uint32_t nSize, uint32_t nIndex);
 ///@}
 
 /// @name LUTs and windows
@@ -612,6 +656,22 @@ MDICOM_API uint16_t M_DicomSetOverlayBitmapList(MDicomDS *hDS, uint32_t nIndex,
                                                 HBITMAPLIST__ *hList, uint32_t nFlags);
 /** Deletes an overlay (MDicomDS::DeleteOverlay). */
 MDICOM_API uint16_t M_DicomDeleteOverlay(MDicomDS *hDS, uint32_t nIndex, uint32_t nFlags);
+///@}
+
+/// @name File filter
+/// DICOM as a file format of the kernel's file engine. The arguments are the records of
+/// MvkrnxFilter.h; a page is a frame, counted from 1 through all Pixel Data. Results are 1 or a
+/// negative filter code.
+///@{
+/** Describes a page of the file behind an open handle (_FILTERINFO). */
+MDICOM_API int32_t fltInfo(void *pArgument);
+/** Reads one of the texts that FILTER_COMMENT_ numbers name (_FILTERCOMMENT). Returns its length
+ *  with the terminator, 0 for another number. */
+MDICOM_API int32_t fltComment(void *pArgument);
+/** Loads a page (_FILTERLOAD). */
+MDICOM_API int32_t fltLoad(void *pArgument);
+/** Saves a bitmap as a new Secondary Capture file (_FILTERSAVE). */
+MDICOM_API int32_t fltSave(void *pArgument);
 ///@}
 
 #ifdef __cplusplus

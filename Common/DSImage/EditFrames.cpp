@@ -9,9 +9,11 @@
 #include "Common/DSImage/FrameData.h"
 #include "Common/DSImage/FrameFragments.h"
 #include "Common/DSImage/PackedPixels.h"
+#include "Common/DSImage/UncompressedFrames.h"
 #include "Common/DSValue/ValueAccess.h"
 #include "Common/Utils/ByteOrder.h"
 #include "Common/Utils/CheckedMath.h"
+#include "Common/Utils/Status.h"
 #include "MDicomDS.h"
 
 using namespace mdicom;
@@ -237,4 +239,9 @@ int32_t MDicomDS::InsertNativeFrame(_DICOMELEMENT *pElement, _IMAGEINFO *pInfo, 
     const std::vector<uint8_t> value =
         InsertPackedFrame(old, *pInfo, frames, std::min(nIndex, frames), pFrame);
     return value.empty() ? 0 : ReplaceValue(*this, pElement, value.data(), value.size());
+}
+
+int32_t UncompressedFrames::Insert(MDicomDS &dataSet, _DICOMELEMENT *pixelData, void *data,
+                                   uint32_t size, uint32_t index) {
+    return dataSet.InsertUncompressedFrame(pixelData, data, size, index);
 }

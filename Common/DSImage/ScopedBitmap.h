@@ -14,6 +14,7 @@ class ScopedBitmap {
     ScopedBitmap &operator=(const ScopedBitmap &) = delete;
 
     _BITMAPHANDLE *operator->() { return &m_Bitmap; }
+    const _BITMAPHANDLE *operator->() const { return &m_Bitmap; }
     _BITMAPHANDLE *Get() { return &m_Bitmap; }
     /** Hands the bitmap out. */
     _BITMAPHANDLE Release() {

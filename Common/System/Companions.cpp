@@ -4,6 +4,7 @@
 
 #include <array>
 #include <mutex>
+#include <new>
 #include <shared_mutex>
 
 #include "MDicomDS.h"
@@ -48,11 +49,15 @@ CompanionState &State() {
     return *state;
 }
 
+/** When memory is short nothing has been tried: the next call may be luckier. */
 void Open(CompanionState &state, size_t which) {
     const Description &description = kDescriptions[which];
-    state.tried[which] = true;
-    state.loaders[which].LoadWithPath(MDicomDS::m_hInstance, description.file, description.file,
-                                      description.component);
+    try {
+        state.loaders[which].LoadWithPath(MDicomDS::m_hInstance, description.file,
+                                          description.file, description.component);
+        state.tried[which] = true;
+    } catch (const std::bad_alloc &) {
+    }
 }
 
 } // namespace
