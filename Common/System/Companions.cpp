@@ -53,8 +53,8 @@ CompanionState &State() {
 void Open(CompanionState &state, size_t which) {
     const Description &description = kDescriptions[which];
     try {
-        state.loaders[which].LoadWithPath(MDicomDS::m_hInstance, description.file,
-                                          description.file, description.component);
+        state.loaders[which].LoadWithPath(MDicomDS::m_hInstance, description.file, description.file,
+                                          description.component);
         state.tried[which] = true;
     } catch (const std::bad_alloc &) {
     }
