@@ -119,13 +119,13 @@ void Dct12Decoder::LayOutChannel(Channel &channel) {
     if (IsProgressive()) channel.coefficients.resize(samples);
 }
 
-/** Without an Adobe marker the caller knows, else the stream has to be guessed at. */
 bool Dct12Decoder::ConvertsColors() const {
     if (frame_.count != 3) return false;
-    if (parser_.AdobeTransform()) return *parser_.AdobeTransform() != 0;
-    if (color_ != MFCMPX_COLOR_FROM_STREAM || parser_.HasJfif()) return color_ != MFCMPX_COLOR_RGB;
-    return !(frame_.components[0].id == 'R' && frame_.components[1].id == 'G' &&
-             frame_.components[2].id == 'B');
+    const auto &components = frame_.components;
+    const ColorMarks marks{parser_.AdobeTransform(),
+                           parser_.HasJfif(),
+                           {components[0].id, components[1].id, components[2].id}};
+    return HasChrominance(marks, color_);
 }
 
 int32_t Dct12Decoder::Run() {

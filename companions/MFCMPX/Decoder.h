@@ -2,9 +2,11 @@
 
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <optional>
 #include <span>
 
 #include "companions/MFCMPX/JpegMarkers.h"
@@ -33,6 +35,16 @@ struct Target {
 /** Puts a row of a component into its places. */
 void StoreRow(const Target &target, size_t y, size_t component, const uint16_t *samples,
               unsigned shift);
+
+/** What tells luminance and chrominance from RGB in a lossy stream of three components. */
+struct ColorMarks {
+    std::optional<uint8_t> adobeTransform;
+    bool hasJfif = false;
+    std::array<int, 3> ids{}; ///< of the components
+};
+
+/** An Adobe marker decides; without one the caller knows, else the stream has to be guessed at. */
+bool HasChrominance(const ColorMarks &marks, int32_t color);
 
 /** What became of the entropy-coded data of a scan. */
 enum class Outcome {

@@ -20,8 +20,9 @@ void Gather(const uint8_t *row, size_t width, size_t place, uint16_t *samples) {
 void Unpack12(const uint8_t *row, size_t width, uint16_t *samples) {
     for (size_t x = 0; x + 1 < width; x += 2) {
         const uint8_t *pair = row + x / 2 * 3;
-        samples[x] = static_cast<uint16_t>(pair[0] | (pair[1] & 15) << 8);
-        samples[x + 1] = static_cast<uint16_t>(pair[1] >> 4 | pair[2] << 4);
+        const uint32_t bits = pair[0] | uint32_t{pair[1]} << 8 | uint32_t{pair[2]} << 16;
+        samples[x] = static_cast<uint16_t>(bits & 0xFFF);
+        samples[x + 1] = static_cast<uint16_t>(bits >> 12);
     }
     if (width % 2 == 0) return;
     const uint8_t *last = row + width / 2 * 3;

@@ -36,7 +36,7 @@ enum Marker : uint8_t {
 
 constexpr size_t kMaxComponents = 4;
 /** Scans that a stream may have. Each can visit the whole image, however few bytes it has. */
-constexpr int kMaxScans = 500;
+constexpr int kMaxScans = 200;
 
 struct HuffmanSpec {
     bool isPresent = false;

@@ -1,4 +1,4 @@
-// Samples between rows of components and rows of pixels.
+// Rows of components become rows of pixels, and what their colors are.
 
 #include "companions/MFCMPX/Decoder.h"
 
@@ -38,6 +38,13 @@ void StoreRow(const Target &target, size_t y, size_t component, const uint16_t *
     } else {
         SpreadInto<uint16_t>(target, y, place, samples, shift);
     }
+}
+
+bool HasChrominance(const ColorMarks &marks, int32_t color) {
+    constexpr std::array<int, 3> rgb{'R', 'G', 'B'};
+    if (marks.adobeTransform) return *marks.adobeTransform != 0;
+    if (color != MFCMPX_COLOR_FROM_STREAM) return color != MFCMPX_COLOR_RGB;
+    return marks.hasJfif || marks.ids != rgb;
 }
 
 } // namespace jpeg

@@ -108,17 +108,22 @@ bool HeaderFits(const jpeg_decompress_struct &library, const Target &target) {
            library.data_precision == 8 && !library.arith_code;
 }
 
+ColorMarks MarksOf(const jpeg_decompress_struct &library) {
+    ColorMarks marks;
+    if (library.saw_Adobe_marker) marks.adobeTransform = library.Adobe_transform;
+    marks.hasJfif = library.saw_JFIF_marker;
+    for (size_t i = 0; i < 3; ++i) marks.ids[i] = library.comp_info[i].component_id;
+    return marks;
+}
+
 void ChooseColors(jpeg_decompress_struct &library, int32_t color) {
     if (library.num_components == 1) {
         library.out_color_space = library.jpeg_color_space = JCS_GRAYSCALE;
     } else if (library.num_components == 4) {
         library.out_color_space = JCS_CMYK;
     } else {
-        if (!library.saw_Adobe_marker && color == MFCMPX_COLOR_RGB) {
-            library.jpeg_color_space = JCS_RGB;
-        } else if (!library.saw_Adobe_marker && color == MFCMPX_COLOR_YBR) {
-            library.jpeg_color_space = JCS_YCbCr;
-        }
+        const bool isYbr = HasChrominance(MarksOf(library), color);
+        library.jpeg_color_space = isYbr ? JCS_YCbCr : JCS_RGB;
         library.out_color_space = JCS_EXT_BGR;
     }
     library.dct_method = JDCT_ISLOW;

@@ -33,7 +33,8 @@ inline Words MakeSamples(uint32_t width, uint32_t height, size_t components, uns
                 const uint32_t value = content == Content::Constant ? most / 3
                                        : content == Content::Smooth ? ramp + noise % (most / 64 + 1)
                                        : content == Content::Noise  ? noise & most
-                                                                    : (noise & 1) * most;
+                                       : noise % 3 == 0             ? most / 2 + 1
+                                                                    : noise % 3 / 2 * most;
                 samples.push_back(static_cast<uint16_t>(std::min(value, most)));
             }
         }
