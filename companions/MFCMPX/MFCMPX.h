@@ -63,6 +63,8 @@ extern "C" {
  * @param pReserved1    null
  * @param pReserved2    null
  * @return 1 or an error. After an error within the entropy-coded data the rows before it are there.
+ *         A stream that only ends early succeeds if a row of it is there; what is missing is zero
+ *         or, of DCT-based streams of 8 bits, gray
  */
 MVKRNX_API int32_t fltLoadBuffer(const uint8_t *pData, uint32_t nSize, uint8_t *pPixels,
                                  int32_t nColor, uint32_t nWidth, uint32_t nHeight,

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "jpeg/Pictures.h"
+#include "values/FailingMemory.h"
 
 using namespace jpegtest;
 
@@ -74,6 +75,40 @@ TEST(Hostile, ChangedBytesEndInACode) {
             const int32_t result = Load(changed, kWidth, kHeight, sample.depth).result;
             ASSERT_TRUE(IsDocumented(result)) << sample.name << " " << result;
         }
+    }
+}
+
+/** Lets each allocation of some work fail in turn; it has to say so. */
+template <typename Work>
+void FailEachAllocation(const char *name, Work work) {
+    int place = 0;
+    for (; place < 1000; ++place) {
+        FailAllocation(place);
+        const int32_t result = work();
+        const bool failed = AllocationFailed();
+        FailAllocation(-1);
+        EXPECT_EQ(result, failed ? MFCMPX_ERROR_MEMORY : MFCMPX_SUCCESS) << name << " " << place;
+        if (!failed) break;
+    }
+    EXPECT_LT(place, 1000) << name;
+}
+
+TEST(Hostile, MemoryMayRunOutAnywhere) {
+    Bytes room(kWidth * kHeight * 12 + 4096);
+    for (const Sample &sample : Samples()) {
+        FailEachAllocation(sample.name, [&] {
+            return fltLoadBuffer(sample.stream.data(), static_cast<uint32_t>(sample.stream.size()),
+                                 room.data(), 0, kWidth, kHeight, sample.depth, nullptr, nullptr);
+        });
+    }
+    const Bytes rows(Stride(kWidth, 24) * kHeight, 0x35);
+    for (const auto &[depth, quality] : {std::pair{24, 0}, {12, 0}, {12, 50}}) {
+        const _MFCMPXBITMAP header = HeaderOf(kWidth, kHeight, depth);
+        FailEachAllocation("saving", [&, quality = quality] {
+            auto size = static_cast<uint32_t>(room.size());
+            return fltSaveBuffer(rows.data(), &header, room.data(), &size, quality, 0, 0, nullptr,
+                                 nullptr);
+        });
     }
 }
 
