@@ -147,6 +147,20 @@ inline void PutDifference(BitWriter &writer, const HuffmanEncoder &codes, int32_
     codes.Put(writer, category, ExtraBits(difference, category), category);
 }
 
+/** A row of pixels. Copies of the writer and of the places of differences live in registers: bytes
+ *  that are stored could be anything else's. */
+template <size_t kCount>
+void PutPixels(BitWriter &shared, const HuffmanEncoder &codes, const DifferenceRows &rows,
+               size_t width) {
+    BitWriter writer = shared;
+    std::array<const int16_t *, kCount> differences;
+    for (size_t i = 0; i < kCount; ++i) differences[i] = rows.Of(i);
+    for (size_t x = 0; x < width; ++x) {
+        for (size_t i = 0; i < kCount; ++i) PutDifference(writer, codes, differences[i][x]);
+    }
+    shared = writer;
+}
+
 void LosslessEncoder::EncodeRows(const HuffmanEncoder &codes, DifferenceRows &rows) {
     unsigned restarts = 0;
     for (size_t y = 0; y < image_.height; ++y) {
@@ -155,13 +169,11 @@ void LosslessEncoder::EncodeRows(const HuffmanEncoder &codes, DifferenceRows &ro
             PutMarker(writer_, static_cast<uint8_t>(RST0 + restarts++ % 8));
         }
         rows.Go(y);
-        BitWriter writer = writer_; // lives in registers
-        for (size_t x = 0; x < image_.width; ++x) {
-            for (size_t lane = 0; lane < rows.Count(); ++lane) {
-                PutDifference(writer, codes, rows.Of(lane)[x]);
-            }
+        if (rows.Count() == 1) {
+            PutPixels<1>(writer_, codes, rows, image_.width);
+        } else {
+            PutPixels<3>(writer_, codes, rows, image_.width);
         }
-        writer_ = writer;
         if (writer_.Overflowed()) return;
     }
 }
