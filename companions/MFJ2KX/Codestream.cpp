@@ -3,6 +3,7 @@
 #include "Codestream.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace j2k {
 
@@ -11,13 +12,20 @@ namespace {
 enum Marker : uint32_t {
     kCod = 0xFF52,
     kCoc = 0xFF53,
+    kCom = 0xFF64,
     kSot = 0xFF90,
     kSod = 0xFF93,
     kEoc = 0xFFD9,
 };
 
+/** Markers of segments in heads that decoders know (A.2, and parts of ISO/IEC 15444-2). */
+constexpr uint32_t kKnown[] = {0xFF50, kCod,   kCoc,   0xFF55, 0xFF57, 0xFF58,
+                               0xFF5C, 0xFF5D, 0xFF5E, 0xFF5F, 0xFF60, 0xFF61,
+                               0xFF63, kCom,   0xFF74, 0xFF75, 0xFF77, 0xFF78};
+
 constexpr uint8_t kStart[] = {0xFF, 0x4F, 0xFF, 0x51}; // SOC, SIZ
 constexpr size_t kMarkerBytes = 2;
+constexpr size_t kLengthBytes = 2;
 
 /** Reads big-endian numbers; past the end they are 0 and the reader has failed. */
 class Reader {
@@ -122,32 +130,51 @@ bool ReadCodingStyle(Reader &reader, bool ownPrecincts, const Head &head, Coding
 }
 
 /** Walks the segments of the image's head and of those of its tile parts. */
-class StyleCheck {
+class HeadWalk {
   public:
-    StyleCheck(const Head &head, Bytes codestream) : m_Head(head), m_Reader(codestream) {}
+    HeadWalk(const Head &head, MutableBytes codestream)
+        : m_Head(head), m_Codestream(codestream), m_Reader(codestream) {}
 
-    bool Passes() {
-        m_Reader.MoveTo(kMarkerBytes);
-        while (!m_Reader.Failed() && m_Reader.Left() >= 2 * kMarkerBytes) {
-            const size_t place = m_Reader.Position();
-            const uint32_t marker = m_Reader.Read16();
-            if (marker == kEoc) return true;
-            if (marker == kSod) {
-                // Without a length the tile part goes on to the end.
-                if (m_NextTilePart <= place) return true;
-                m_Reader.MoveTo(m_NextTilePart);
-                continue;
-            }
-            if (!CheckSegment(marker, place)) return false;
+    /** Bytes from the start on that may be decoded. */
+    size_t Accepted() {
+        m_Reader.MoveTo(sizeof kStart);
+        m_Reader.MoveTo(sizeof kStart + m_Reader.Read16());
+        while (!m_Done && m_Reader.Left() >= kMarkerBytes + kLengthBytes) {
+            if (m_Reader.Failed() || !Step()) return m_TilePart;
         }
-        return true;
+        return m_Accepted;
     }
 
   private:
+    /** One marker; false if what it stands in is without sense. */
+    bool Step() {
+        const size_t place = m_Reader.Position();
+        const uint32_t marker = m_Reader.Read16();
+        if (m_Behind && marker != kSot) {
+            m_Accepted = marker == kEoc ? place + kMarkerBytes : place;
+            m_Done = true;
+            return true;
+        }
+        if (marker == kSod) return LeaveHead();
+        return CheckSegment(marker, place);
+    }
+
+    /** On to the next tile part. */
+    bool LeaveHead() {
+        if (m_TilePart == 0) return false;
+        m_Done = m_TilePartLength == 0; // it goes on to the end
+        if (m_Done) return true;
+        const size_t next = m_TilePart + m_TilePartLength;
+        if (next < m_Reader.Position()) return false;
+        m_Reader.MoveTo(next);
+        m_Behind = true;
+        return true;
+    }
+
     bool CheckSegment(uint32_t marker, size_t place) {
         const uint32_t length = m_Reader.Read16();
-        if (length < kMarkerBytes) return false;
-        Reader segment(m_Reader.Take(length - kMarkerBytes));
+        if (length < kLengthBytes) return false;
+        Reader segment(m_Reader.Take(length - kLengthBytes));
         switch (marker) {
             case kSot:
                 return ReadTilePart(segment, place);
@@ -156,14 +183,36 @@ class StyleCheck {
             case kCoc:
                 return CheckComponent(segment);
             default:
-                return true;
+                return CheckOther(marker, place);
         }
     }
 
+    bool CheckOther(uint32_t marker, size_t place) {
+        constexpr uint32_t kFirst = 0xFF4F;
+        constexpr uint32_t kLastOfHeads = 0xFF8F;
+        if (marker <= kFirst || marker > kLastOfHeads) return false;
+        if (std::find(std::begin(kKnown), std::end(kKnown), marker) == std::end(kKnown)) {
+            m_Codestream[place + 1] = kCom & 0xFF;
+        }
+        return true;
+    }
+
     bool ReadTilePart(Reader &segment, size_t place) {
+        constexpr size_t kPlaceOfLength = 6;
+        if (m_TilePart != 0 && !m_Behind) return false;
+        m_Behind = false;
+        m_TilePart = place;
         segment.Read16(); // number of the tile
-        const uint32_t length = segment.Read32();
-        m_NextTilePart = length != 0 ? uint64_t{place} + length : 0;
+        m_TilePartLength = segment.Read32();
+        if (segment.Failed()) return false;
+        const size_t left = m_Codestream.size() - place;
+        if (m_TilePartLength <= left) return true;
+        // A decoder would make room for what is not there.
+        m_TilePartLength = static_cast<uint32_t>(left);
+        for (size_t i = 0; i < sizeof m_TilePartLength; ++i) {
+            m_Codestream[place + kPlaceOfLength + i] =
+                static_cast<uint8_t>(m_TilePartLength >> (24 - 8 * i));
+        }
         return true;
     }
 
@@ -196,8 +245,13 @@ class StyleCheck {
     }
 
     const Head &m_Head;
+    MutableBytes m_Codestream;
     Reader m_Reader;
-    uint64_t m_NextTilePart = 0;
+    size_t m_Accepted = m_Codestream.size();
+    size_t m_TilePart = 0; ///< place of the tile part; 0 in the image's head
+    uint32_t m_TilePartLength = 0;
+    bool m_Behind = false; ///< behind a tile part, ahead of the head of the next
+    bool m_Done = false;
     uint32_t m_Layers = 0;
     uint32_t m_Levels = 0;
     uint64_t m_Precincts = 0;
@@ -217,7 +271,7 @@ bool HasReasonableSteps(const Head &head) {
 
 } // namespace
 
-Bytes FindCodestream(Bytes file) {
+MutableBytes FindCodestream(MutableBytes file) {
     const auto found = std::search(file.begin(), file.end(), std::begin(kStart), std::end(kStart));
     return file.subspan(static_cast<size_t>(found - file.begin()));
 }
@@ -226,8 +280,8 @@ std::optional<Head> ReadHead(Bytes codestream) {
     Reader reader(codestream);
     reader.MoveTo(sizeof kStart);
     const uint32_t length = reader.Read16();
-    if (length < kMarkerBytes) return std::nullopt;
-    Reader segment(reader.Take(length - kMarkerBytes));
+    if (length < kLengthBytes) return std::nullopt;
+    Reader segment(reader.Take(length - kLengthBytes));
     segment.Read16(); // capabilities
     Head head{};
     const uint32_t right = segment.Read32();
@@ -243,12 +297,13 @@ std::optional<Head> ReadHead(Bytes codestream) {
     return head;
 }
 
-bool IsReasonable(const Head &head, Bytes codestream) {
+Bytes PrepareCodestream(const Head &head, MutableBytes codestream) {
     constexpr uint64_t kFreeTiles = 256;
     constexpr uint64_t kPixelsPerTile = 1024;
     const uint64_t pixels = uint64_t{head.width} * head.height;
-    if (head.tiles > kFreeTiles + pixels / kPixelsPerTile) return false;
-    return HasReasonableSteps(head) && StyleCheck(head, codestream).Passes();
+    if (head.tiles > kFreeTiles + pixels / kPixelsPerTile) return {};
+    if (!HasReasonableSteps(head)) return {};
+    return codestream.first(HeadWalk(head, codestream).Accepted());
 }
 
 } // namespace j2k

@@ -12,6 +12,7 @@
 namespace j2k {
 
 using Bytes = std::span<const uint8_t>;
+using MutableBytes = std::span<uint8_t>;
 
 /** A component as SIZ tells (ISO/IEC 15444-1 A.5.1). */
 struct Component {
@@ -33,13 +34,18 @@ struct Head {
 };
 
 /** The codestream within a file: from the start marker on. Empty if there is none. */
-Bytes FindCodestream(Bytes file);
+MutableBytes FindCodestream(MutableBytes file);
 
 /** Reads the image and tile sizes; nothing if they are none. */
 std::optional<Head> ReadHead(Bytes codestream);
 
-/** True if tiles, components, precincts and layers are of a kind that a decoder can hold in memory
- *  in proportion to the image. Looks through the heads of the image and of its tile parts. */
-bool IsReasonable(const Head &head, Bytes codestream);
+/**
+ * Looks through the heads of the image and of its tile parts. Gives the bytes that a decoder may
+ * see: empty if tiles, components, precincts or layers are of a kind that it could not hold in
+ * memory in proportion to the image. Tile parts that claim to go on behind the end are told to end
+ * there, segments of no known marker become comments, and what follows the first tile part without
+ * sense is left out, so that the decoder finds the heads that were looked at and no others.
+ */
+Bytes PrepareCodestream(const Head &head, MutableBytes codestream);
 
 } // namespace j2k

@@ -175,7 +175,7 @@ void DescribeSamples(const Head &head, _BITMAPHANDLE &bitmap) {
 
 } // namespace
 
-int32_t Decode(Bytes codestream, const _FILTERLOAD &argument) {
+int32_t Decode(MutableBytes codestream, const _FILTERLOAD &argument) {
     _BITMAPHANDLE &bitmap = *argument.pBitmap;
     if (!IsDepth(bitmap.nBitsPerPixel)) return MFJ2KX_ERROR_DEPTH;
     const std::optional<Head> head = ReadHead(codestream);
@@ -184,8 +184,9 @@ int32_t Decode(Bytes codestream, const _FILTERLOAD &argument) {
     const uint64_t needed =
         uint64_t{head->width} * (static_cast<uint32_t>(bitmap.nBitsPerPixel) / 8);
     if (bitmap.nBytesPerLine < needed) return MFJ2KX_ERROR_ARGUMENT;
-    if (!IsReasonable(*head, codestream)) return MFJ2KX_ERROR_FORMAT;
-    const Image image = DecodePlanes(codestream, *head);
+    const Bytes prepared = PrepareCodestream(*head, codestream);
+    if (prepared.empty()) return MFJ2KX_ERROR_FORMAT;
+    const Image image = DecodePlanes(prepared, *head);
     if (image == nullptr) return MFJ2KX_ERROR_FORMAT;
     Rows rows(*image, bitmap);
     if (!rows.AreComplete(head->height)) return MFJ2KX_ERROR_FORMAT;

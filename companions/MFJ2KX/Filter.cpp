@@ -39,7 +39,7 @@ class File {
 struct Block {
     std::unique_ptr<uint8_t[], HeapFreer> bytes;
     size_t size = 0;
-    Bytes Span() const { return {bytes.get(), size}; }
+    MutableBytes Span() const { return {bytes.get(), size}; }
 };
 
 void AppendUtf8(uint32_t code, std::string &out) {

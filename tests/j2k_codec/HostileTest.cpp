@@ -74,6 +74,21 @@ TEST(J2kHostile, SizesThatLieAreRefused) {
     EXPECT_EQ(DecodeInto({1, 2, 3}), -9);
 }
 
+TEST(J2kHostile, WhatHeadsSayTooMuchIsMended) {
+    const uint8_t tilePart[] = {0xFF, 0x90};
+    Bytes longTile = Valid();
+    const auto sot =
+        std::search(longTile.begin(), longTile.end(), std::begin(tilePart), std::end(tilePart));
+    const size_t place = static_cast<size_t>(sot - longTile.begin());
+    Put32(longTile, place + 6, 0x80000000); // would be room for 2 GB
+    EXPECT_EQ(DecodeInto(longTile), 1);
+    Bytes unknown = Valid();
+    const uint8_t segment[] = {0xFF, 0x7F, 0, 4, 0xFF, 0x90};
+    unknown.insert(unknown.begin() + static_cast<long>(place), std::begin(segment),
+                   std::end(segment));
+    EXPECT_EQ(DecodeInto(unknown), 1);
+}
+
 /** Ends the coding style with a precinct size for each resolution. */
 Bytes WithPrecincts(uint8_t exponents, uint8_t layersHigh) {
     Bytes stream = Valid();
