@@ -41,11 +41,12 @@ TEST(J2kFilter, WorksOnFilesOfTheSystem) {
     const std::string path = folder.File("p") + "\u00e4\u20ac\U0001F600.j2k";
     _FILEINFO info{};
     _FILTERINFO describe{};
-    describe.hFile = KernelFileOpen(path.c_str(), KERNEL_OPEN_READ, 0);
+    M_HFILE__ *file = KernelFileOpen(path.c_str(), KERNEL_OPEN_READ, 0);
+    ASSERT_NE(file, KERNEL_NO_FILE) << "named in UTF-8";
+    describe.hFile = file;
     describe.pFileInfo = &info;
-    ASSERT_NE(describe.hFile, KERNEL_NO_FILE) << "named in UTF-8";
     EXPECT_EQ(Call("fltInfo", describe), 1);
-    KernelFileClose(describe.hFile);
+    KernelFileClose(file);
     EXPECT_EQ(info.nFormat, 164);
     EXPECT_EQ(info.nWidth, 50);
     EXPECT_EQ(info.nHeight, 30);
