@@ -10,9 +10,8 @@
 
 #include "Common/DS/ElementNode.h"
 #include "Common/DSImage/PaletteColors.h"
-#include "Common/System/Companions.h"
+#include "Common/System/ImageProcessing.h"
 #include "MDicomDS.h"
-#include "companions/MVIMGCORX/MVIMGCORX.h"
 
 namespace mdicom {
 
@@ -93,9 +92,7 @@ FrameLoader::~FrameLoader() {
 
 Status FrameLoader::Load() {
     if (m_DataSet.m_pExtra != nullptr) m_DataSet.m_pExtra->bAutoScale = 0;
-    if (CompanionFunction(Companion::ImageProcessing, "M_GetMinMaxVal") == nullptr) {
-        return DICOM_ERROR_IMAGE_LIBRARY;
-    }
+    if (!image_processing::Has("M_GetMinMaxVal")) return DICOM_ERROR_IMAGE_LIBRARY;
     Status status = Describe();
     if (status != DICOM_SUCCESS) return status;
     status = MakePicture();
@@ -112,6 +109,9 @@ Status FrameLoader::Describe() {
     if (IsIcon(m_PixelData) && m_PixelData->nLength != kUndefinedLength) {
         m_Info.nCompression = IMAGE_COMPRESSION_NONE;
     }
+    const bool isJ2k = m_Info.nCompression == IMAGE_COMPRESSION_J2K_LOSSLESS ||
+                       m_Info.nCompression == IMAGE_COMPRESSION_J2K_LOSSY;
+    if (isJ2k && m_Info.nSamplesPerPixel == 3) TakeBytes();
     return CheckDescription();
 }
 
@@ -137,6 +137,12 @@ Status FrameLoader::CheckDescription() const {
     return m_Info.nSamplesPerPixel < NeededSamples(m_Info) ? DICOM_ERROR_IMAGE : DICOM_SUCCESS;
 }
 
+/** The decoder gives the high 8 bits of samples. */
+void FrameLoader::TakeBytes() {
+    m_Info.nBitsAllocated = m_Info.nBitsStored = 8;
+    m_Info.nHighBit = 7;
+}
+
 /** A colour stream under attributes of gray: the stream is believed. */
 void FrameLoader::BecomeColor() {
     KernelFreeBitmap(m_Bitmap.Get());
@@ -146,8 +152,7 @@ void FrameLoader::BecomeColor() {
     m_Info.bGray = 0;
     // Its markers tell what the components are; the rows hold what the decoder makes of them.
     m_Info.nPhotometric = PHOTOMETRIC_YBR_RCT;
-    m_Info.nBitsAllocated = m_Info.nBitsStored = 8;
-    m_Info.nHighBit = 7;
+    TakeBytes();
     m_Info.nPixelRepresentation = 0;
     m_Info.nFrameSize = m_Info.nRows * m_Info.nColumns * 3;
 }
@@ -210,8 +215,22 @@ Status FrameLoader::Decode(uint8_t *target, uint64_t room) {
         case IMAGE_COMPRESSION_JPEG_LOSSY:
             return m_DataSet.DecodeJPEG(&m_Info, target, size);
         default:
-            return m_DataSet.DecodeJ2K(&m_Info, target, size);
+            return DecodeJ2k(target, size);
     }
+}
+
+/** The codec of JPEG 2000 is asked for samples, which may become something else in the bitmap. */
+Status FrameLoader::DecodeJ2k(uint8_t *target, uint32_t size) {
+    _IMAGEINFO samples = m_Info;
+    const bool isColor = m_Info.nSamplesPerPixel == 3;
+    if (!isColor && m_Info.nSamplesPerPixel != 1) return DICOM_ERROR_IMAGE;
+    samples.nBitsPerPixel = isColor ? 24 : m_Layout.sampleBytes * 8;
+    samples.nOrder = isColor ? KERNEL_ORDER_BGR : KERNEL_ORDER_GRAY;
+    if (samples.nBitsPerPixel == 8) samples.nOrder = KERNEL_ORDER_RGB;
+    const Status status = m_DataSet.DecodeJ2K(&samples, target, size);
+    m_Info.nBitsStored = samples.nBitsStored;
+    m_Info.nHighBit = samples.nHighBit;
+    return status;
 }
 
 /** The transformations of JPEG 2000 are undone by its decoder; that of lossy JPEG calls what it
@@ -320,10 +339,7 @@ Status FrameLoader::ApplyLuts() {
     int32_t low = 0;
     int32_t high = 0;
     const bool is32 = m_Bitmap->nBitsPerPixel == 32;
-    const auto findRange = reinterpret_cast<decltype(&M_GetMinMaxVal)>(
-        CompanionFunction(Companion::ImageProcessing, "M_GetMinMaxVal"));
-    if (!is32 &&
-        (findRange == nullptr || findRange(m_Bitmap.Get(), &low, &high) != KERNEL_SUCCESS)) {
+    if (!is32 && image_processing::GetMinMaxVal(m_Bitmap.Get(), &low, &high) != KERNEL_SUCCESS) {
         low = high = 0;
     }
     const bool modality = m_Info.bGray && (m_Request.flags & DICOM_GETIMAGE_MODALITY_LUT) != 0;
@@ -354,11 +370,9 @@ Status FrameLoader::ApplyLuts() {
 /** Words for packed samples of 12 bits where 16 were asked for. */
 Status FrameLoader::WidenTwelveBits() {
     if (m_Bitmap->nBitsPerPixel != 12 || m_Request.bitsPerPixel != 16) return DICOM_SUCCESS;
-    const auto shift = reinterpret_cast<decltype(&M_ShiftBitmapData)>(
-        CompanionFunction(Companion::ImageProcessing, "M_ShiftBitmapData"));
-    if (shift == nullptr) return DICOM_SUCCESS;
     _BITMAPHANDLE wide;
-    const int32_t result = shift(&wide, m_Bitmap.Get(), sizeof(_BITMAPHANDLE), 0, 11, 0, 16);
+    const int32_t result = image_processing::ShiftBitmapData(&wide, m_Bitmap.Get(), {0, 11, 0, 16});
+    if (result == image_processing::kAbsent) return DICOM_SUCCESS;
     if (result != KERNEL_SUCCESS) return StatusOfKernel(result);
     wide.nPaintLowBit = m_Bitmap->nPaintLowBit;
     wide.nPaintHighBit = m_Bitmap->nPaintHighBit;

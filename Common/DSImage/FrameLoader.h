@@ -42,11 +42,12 @@ class FrameLoader {
     Status MakePicture();
     Status CreateBitmap();
     Status Decode(uint8_t *target, uint64_t room);
+    Status DecodeJ2k(uint8_t *target, uint32_t size);
+    void TakeBytes();
     Status ConvertRows(const RowMaker &maker, const uint8_t *frame);
     Status DeliverRow(_FILEINFO &info, int32_t row);
     void BecomeColor();
     void PrepareMaker(RowMaker &maker, const uint8_t *frame);
-    uint32_t DecoderClass() const;
     bool NeedsYbr() const;
     bool HasUnreliableExtremes() const;
     void DescribeFile(_FILEINFO &info) const;

@@ -5,10 +5,9 @@
 #include <optional>
 #include <string_view>
 
-#include "Common/System/Companions.h"
+#include "Common/System/ImageProcessing.h"
 #include "Common/Utils/Status.h"
 #include "MDicomDS.h"
-#include "companions/MVIMGCORX/MVIMGCORX.h"
 
 using namespace mdicom;
 
@@ -49,11 +48,11 @@ uint16_t MDicomDS::SetVOIlUT(uint32_t nIndex, _DICOMELEMENT *pElement, _BITMAPHA
     if (kind == kNonLinear) return SetNonLinearVOILUT(nIndex, pElement, pBitmap);
     if (kind != kAscending && kind != kDescending) return DICOM_SUCCESS;
 
-    const auto find = reinterpret_cast<decltype(&M_GetLinearVOILUT)>(
-        CompanionFunction(Companion::ImageProcessing, "M_GetLinearVOILUT"));
-    if (find == nullptr) return DICOM_ERROR_IMAGE_LIBRARY;
     tagDICOMWINDOWATTRIBS window{};
-    if (find(pBitmap, &window.fCenter, &window.fWidth, 0) != KERNEL_SUCCESS) {
+    const int32_t found =
+        image_processing::GetLinearVoiLut(pBitmap, &window.fCenter, &window.fWidth);
+    if (found == image_processing::kAbsent) return DICOM_ERROR_IMAGE_LIBRARY;
+    if (found != KERNEL_SUCCESS) {
         const std::optional<tagDICOMWINDOWATTRIBS> range = WindowOfRange(*pBitmap);
         if (!range) return DICOM_SUCCESS;
         window = *range;
