@@ -546,8 +546,8 @@ class MDICOM_API MDicomDS {
     /**
      * Changes the transfer syntax of the data set (PS 3.5, A): encodes the top-level Pixel Data
      * anew where its compression changes, and turns values where byte order or VR encoding does.
-     * Nothing has changed after a failure. After a success DS_KEEP_PIXEL_DATA_INTACT is set, unless
-     * values were turned; elements keep their addresses, but for Pixel Data.
+     * Nothing has changed after a failure. After a success DS_KEEP_PIXEL_DATA_INTACT is set for a
+     * compressed syntax and cleared for another; elements keep their addresses.
      * @param pszTransferSyntaxUID one of the ten of tagDICOM_TRANSFER_SYNTAXES
      * @param nQuality             2 (best) to 255 for lossy syntaxes
      * @param nFlags               1 adds 0x800000 to the JPEG encoder's flags
@@ -784,11 +784,7 @@ class MDICOM_API MDicomDS {
                                     uint32_t nIndex);
     int32_t InsertNativeFrame(_DICOMELEMENT *pElement, _IMAGEINFO *pInfo, uint8_t *pFrame,
                               uint32_t nSize, uint32_t nIndex);
-    uint16_t ChangeTransferSyntax(int32_t nTransferSyntax, int32_t nQuality, int32_t bRestore,
-                                  uint32_t nFlags);
-    uint16_t UncompressPixelDataElement(int32_t bRestore);
-    uint16_t CompressPixelData(uint32_t nCompression, int32_t nQuality, int32_t bRestore);
-    uint16_t ReencodeThroughTempFile(int32_t nTransferSyntax);
+    uint16_t ChangeTransferSyntax(int32_t nTransferSyntax, int32_t nQuality);
     int32_t ValidateJ2KOptions(const _FILEJ2KOPTIONS *pOptions);
     uint16_t DecodeNONE(_IMAGEINFO *pImage, uint8_t *pBuffer, uint32_t nBufferSize);
     uint16_t DecodePacked(_IMAGEINFO *pImage, uint8_t *pBuffer);

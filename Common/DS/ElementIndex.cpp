@@ -80,6 +80,10 @@ _DICOMELEMENT **TagCounts::FirstOf(uint32_t tag) const noexcept {
     return entry != nullptr && entry->count > 0 ? &entry->first : nullptr;
 }
 
+void TagCounts::ForgetFirsts() noexcept {
+    for (uint32_t i = 0; i < m_Capacity; ++i) m_Entries[i].first = nullptr;
+}
+
 void TagCounts::Clear() noexcept {
     m_Used = 0;
     m_Complete = true;
@@ -131,9 +135,12 @@ void ElementIndex::Inserted(_DICOMELEMENT *element) noexcept {
     const _DICOMLINK &link = element->Link;
     const bool ordered = (link.pPrev == nullptr || AsElement(link.pPrev)->nTag <= element->nTag) &&
                          (link.pNext == nullptr || AsElement(link.pNext)->nTag >= element->nTag);
-    if (ordered) return;
+    if (!ordered) MarkUnordered(ParentOf(element));
+}
+
+void ElementIndex::MarkUnordered(const _DICOMELEMENT *parent) noexcept {
     try {
-        m_Unordered.insert(ParentOf(element));
+        m_Unordered.insert(parent);
     } catch (const std::bad_alloc &) {
         // Without the mark a search could stop too early; an index without counts and samples
         // would not help. Levels without order come from broken input alone.
@@ -153,6 +160,17 @@ void ElementIndex::Deleting(_DICOMELEMENT *element) noexcept {
     if (level == m_Samples.end()) return;
     const auto sample = level->second.find(element->nTag);
     if (sample != level->second.end() && sample->second == element) level->second.erase(sample);
+}
+
+void ElementIndex::Exchanged(const _DICOMELEMENT *first, const _DICOMELEMENT *second) noexcept {
+    ++m_RecordChanges;
+    ++m_FragmentChanges;
+    m_Counts.ForgetFirsts();
+    m_Samples.erase(first);
+    m_Samples.erase(second);
+    // Both levels count as unordered where one of them is: that costs time only.
+    if (m_Unordered.contains(first)) MarkUnordered(second);
+    if (m_Unordered.contains(second)) MarkUnordered(first);
 }
 
 _DICOMELEMENT *ElementIndex::KnownFirst(uint32_t tag) const noexcept {

@@ -26,6 +26,8 @@ class TagCounts {
     bool MayHold(uint32_t tag) const noexcept;
     /** Place to note the first element with this tag; null where there is none. */
     _DICOMELEMENT **FirstOf(uint32_t tag) const noexcept;
+    /** Forgets where tags were found, but not how often they stand. */
+    void ForgetFirsts() noexcept;
     void Clear() noexcept;
 
   private:
@@ -55,6 +57,8 @@ class ElementIndex {
     void Inserted(_DICOMELEMENT *element) noexcept;
     /** Before the element is unlinked; its children are gone. */
     void Deleting(_DICOMELEMENT *element) noexcept;
+    /** After two elements have exchanged their values and children. */
+    void Exchanged(const _DICOMELEMENT *first, const _DICOMELEMENT *second) noexcept;
     void Clear() noexcept;
 
     bool MayHold(uint32_t tag) const noexcept { return m_Counts.MayHold(tag); }
@@ -109,6 +113,7 @@ class ElementIndex {
     bool StandsAfter(const _DICOMELEMENT *element, const _DICOMELEMENT *other) const noexcept;
 
     void NoteChange(const _DICOMELEMENT *element) noexcept;
+    void MarkUnordered(const _DICOMELEMENT *parent) noexcept;
 
     TagCounts m_Counts;
     uint64_t m_RecordChanges = 0;

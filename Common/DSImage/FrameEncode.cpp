@@ -1,71 +1,70 @@
-// Encoders of a frame: native, RLE and JPEG. They take a bitmap whose rows are in their final form
-// and give a block of KernelAlloc.
+// Encoders of frames: native, RLE and JPEG.
+
+#include "Common/DSImage/FrameEncode.h"
 
 #include <algorithm>
 #include <cstring>
-#include <memory>
 
 #include "Common/DSImage/RleCodec.h"
 #include "Common/System/Companions.h"
 #include "Common/Utils/ByteOrder.h"
-#include "Common/Utils/CheckedMath.h"
 #include "Common/Utils/Memory.h"
-#include "Common/Utils/Status.h"
 #include "MDicomDS.h"
 #include "companions/MFCMPX/MFCMPX.h"
 
-using namespace mdicom;
+namespace mdicom {
 
 namespace {
 
-struct KernelFreer {
-    void operator()(uint8_t *block) const { KernelFree(block, 0, nullptr); }
-};
-using KernelBlock = std::unique_ptr<uint8_t[], KernelFreer>;
+constexpr uint64_t kLongestFrame = 0xFFFFFFFD;
 
 KernelBlock MakeKernelBlock(uint64_t bytes) {
     return KernelBlock(static_cast<uint8_t *>(KernelAlloc(1, bytes, 0, nullptr)));
 }
 
-/** Bytes of a row without padding. */
-size_t RowBytes(const _BITMAPHANDLE &bitmap) {
-    return (static_cast<size_t>(bitmap.nWidth) * static_cast<size_t>(bitmap.nBitsPerPixel) + 7) / 8;
+/** Bytes of a pixel's sample; of a row of bits, one. */
+size_t SampleBytesOf(const FrameView &frame) {
+    return std::max(frame.layout.sampleBytes, 1u);
 }
 
-/** Bytes of all rows; nothing for a frame that no element holds. */
-std::optional<uint32_t> FrameBytes(const _BITMAPHANDLE &bitmap) {
-    const uint64_t bytes = uint64_t{RowBytes(bitmap)} * static_cast<uint64_t>(bitmap.nHeight);
-    if (bytes > 0xFFFFFFFD) return std::nullopt;
-    return static_cast<uint32_t>(bytes);
+/** Samples in a row; of a row of bits, its bytes. */
+size_t RowSamples(const FrameView &frame) {
+    return frame.layout.rowBits != 0 ? frame.layout.rowStride : frame.columns;
 }
 
-void GatherRows(const _BITMAPHANDLE &bitmap, uint8_t *target) {
-    const size_t rowBytes = RowBytes(bitmap);
-    const uint8_t *row = KernelLendBitmapRow(&bitmap, 0);
-    if (rowBytes == bitmap.nBytesPerLine) {
-        std::memcpy(target, row, rowBytes * static_cast<size_t>(bitmap.nHeight));
-        return;
-    }
-    for (int32_t i = 0; i < bitmap.nHeight; ++i, row += bitmap.nBytesPerLine, target += rowBytes) {
-        std::memcpy(target, row, rowBytes);
+size_t StrideOf(const FrameView &frame) {
+    return frame.layout.rowBits != 0 ? 1 : frame.layout.pixelStride;
+}
+
+template <size_t Bytes>
+void CopyStrided(const uint8_t *from, size_t fromStride, uint8_t *to, size_t toStride,
+                 size_t count) {
+    for (size_t i = 0; i < count; ++i, from += fromStride, to += toStride) {
+        std::memcpy(to, from, Bytes);
     }
 }
 
-/** Every count-th byte of a bitmap's rows, from one on. */
-void GatherPlane(const _BITMAPHANDLE &bitmap, size_t first, size_t count, uint8_t *target) {
-    const uint8_t *row = KernelLendBitmapRow(&bitmap, 0);
-    const size_t width = RowBytes(bitmap) / count;
-    for (int32_t i = 0; i < bitmap.nHeight; ++i, row += bitmap.nBytesPerLine, target += width) {
-        const uint8_t *from = row + first;
-        switch (count) {
+using Copy = void (*)(const uint8_t *, size_t, uint8_t *, size_t, size_t);
+
+Copy CopyOf(size_t sampleBytes) {
+    return sampleBytes == 1 ? CopyStrided<1> : sampleBytes == 2 ? CopyStrided<2> : CopyStrided<4>;
+}
+
+/** Every byte of a frame that belongs to a segment, one behind the other. */
+void GatherPlane(const FrameView &frame, size_t offset, uint8_t *target) {
+    const size_t stride = StrideOf(frame);
+    const size_t count = RowSamples(frame);
+    const uint8_t *row = frame.data + offset;
+    for (uint32_t i = 0; i < frame.rows; ++i, row += frame.layout.rowStride, target += count) {
+        switch (stride) {
             case 1:
-                std::memcpy(target, from, width);
+                std::memcpy(target, row, count);
                 break;
             case 2:
-                for (size_t x = 0; x < width; ++x) target[x] = from[2 * x];
+                for (size_t x = 0; x < count; ++x) target[x] = row[2 * x];
                 break;
             default:
-                for (size_t x = 0; x < width; ++x) target[x] = from[count * x];
+                for (size_t x = 0; x < count; ++x) target[x] = row[stride * x];
         }
     }
 }
@@ -75,80 +74,179 @@ int32_t PerMetre(int32_t resolution) {
     return static_cast<int32_t>((int64_t{resolution} * 10000 + 127) / 254);
 }
 
-_MFCMPXBITMAP HeaderOf(const _BITMAPHANDLE &bitmap) {
-    _MFCMPXBITMAP header{};
-    header.nSize = sizeof header;
-    header.nWidth = bitmap.nWidth;
-    header.nHeight = -bitmap.nHeight;
-    header.nPlanes = 1;
-    header.nBitCount = static_cast<uint16_t>(bitmap.nBitsPerPixel);
-    header.nImageSize = bitmap.nBytesPerLine * static_cast<uint32_t>(bitmap.nHeight);
-    header.nXPelsPerMeter = PerMetre(bitmap.nXResolution);
-    header.nYPelsPerMeter = PerMetre(bitmap.nYResolution);
-    return header;
+/** Bytes of a row without padding. */
+size_t RowBytes(const _BITMAPHANDLE &bitmap) {
+    return (static_cast<size_t>(bitmap.nWidth) * static_cast<size_t>(bitmap.nBitsPerPixel) + 7) / 8;
+}
+
+/** The rows of a bitmap as samples in the order in which they stand. */
+FrameView ViewOf(const _BITMAPHANDLE &bitmap) {
+    FrameView view{KernelLendBitmapRow(&bitmap, 0),
+                   {},
+                   static_cast<uint32_t>(bitmap.nWidth),
+                   static_cast<uint32_t>(bitmap.nHeight),
+                   1};
+    FrameLayout &layout = view.layout;
+    layout.rowStride = bitmap.nBytesPerLine;
+    if (bitmap.nBitsPerPixel == 1) {
+        layout.rowBits = 1;
+        return view;
+    }
+    const bool isColor = bitmap.nBitsPerPixel == 24;
+    view.samples = isColor ? 3 : 1;
+    layout.sampleBytes = isColor ? 1 : static_cast<uint32_t>(bitmap.nBitsPerPixel) / 8;
+    layout.pixelStride = view.samples * layout.sampleBytes;
+    for (size_t i = 0; i < view.samples; ++i) layout.components[i] = i;
+    return view;
+}
+
+/** Packs the segments of one component. */
+uint8_t *PackComponent(const FrameView &frame, size_t component, uint8_t *plane, uint8_t *header,
+                       uint8_t *end) {
+    const size_t bytes = SampleBytesOf(frame);
+    const size_t planeBytes = RowSamples(frame) * frame.rows;
+    for (size_t i = 0; i < bytes; ++i) {
+        const size_t segment = component * bytes + i;
+        Store32(header + 4 * (segment + 1), static_cast<uint32_t>(end - header), true);
+        const size_t place = frame.layout.components[component] + (bytes - 1 - i);
+        const bool isPlane = StrideOf(frame) == 1 && frame.layout.rowStride == RowSamples(frame);
+        if (!isPlane) GatherPlane(frame, place, plane);
+        end = PackRle({isPlane ? frame.data + place : plane, planeBytes}, end);
+    }
+    return end;
 }
 
 } // namespace
 
-uint16_t MDicomDS::EncodeNONE(uint8_t **ppData, _BITMAPHANDLE *pBitmap, uint32_t *pSize) {
-    const std::optional<uint32_t> bytes = FrameBytes(*pBitmap);
-    if (!bytes || KernelAccessBitmap(pBitmap) != KERNEL_SUCCESS) return DICOM_ERROR_IMAGE;
-    KernelBlock frame = MakeKernelBlock(*bytes);
-    if (!frame) return DICOM_ERROR_MEMORY;
-    GatherRows(*pBitmap, frame.get());
-    *pSize = *bytes;
-    *ppData = frame.release();
-    return DICOM_SUCCESS;
-}
-
-uint16_t MDicomDS::EncodeRLE(uint8_t **ppData, _BITMAPHANDLE *pBitmap, uint32_t *pSize) {
-    const std::optional<uint32_t> bytes = FrameBytes(*pBitmap);
-    if (!bytes || KernelAccessBitmap(pBitmap) != KERNEL_SUCCESS) return DICOM_ERROR_IMAGE;
-    const size_t planes = std::max(pBitmap->nBitsPerPixel / 8, 1);
-    const size_t planeBytes = *bytes / planes;
-    const uint64_t most = kRleHeaderSize + planes * MostRleBytes(planeBytes);
-    if (most > 0xFFFFFFFD) return DICOM_ERROR_IMAGE;
-    KernelBlock frame = MakeKernelBlock(most);
-    const auto plane = MakeDataBlock<uint8_t>(planeBytes);
-    if (!frame || !plane) return DICOM_ERROR_MEMORY;
-    std::memset(frame.get(), 0, kRleHeaderSize);
-    Store32(frame.get(), static_cast<uint32_t>(planes), true);
-    uint8_t *end = frame.get() + kRleHeaderSize;
-    const bool isWords = pBitmap->nBitsPerPixel == 16;
-    for (size_t i = 0; i < planes; ++i) {
-        Store32(frame.get() + 4 * (i + 1), static_cast<uint32_t>(end - frame.get()), true);
-        // The most significant byte of a sample comes first; components come in their order.
-        GatherPlane(*pBitmap, isWords ? planes - 1 - i : i, planes, plane.get());
-        end = PackRle({plane.get(), planeBytes}, end);
+void RearrangeFrame(const FrameView &frame, const FrameLayout &layout, uint8_t *target) {
+    const Copy copy = CopyOf(layout.sampleBytes);
+    const bool isTight = frame.layout.pixelStride == layout.pixelStride &&
+                         frame.layout.components == layout.components;
+    for (uint32_t row = 0; row < frame.rows; ++row) {
+        const uint8_t *from = frame.data + row * frame.layout.rowStride;
+        uint8_t *to = target + row * layout.rowStride;
+        if (isTight) {
+            std::memcpy(to, from, frame.columns * layout.pixelStride);
+            continue;
+        }
+        for (uint32_t i = 0; i < frame.samples; ++i) {
+            copy(from + frame.layout.components[i], frame.layout.pixelStride,
+                 to + layout.components[i], layout.pixelStride, frame.columns);
+        }
     }
-    *pSize = static_cast<uint32_t>(end - frame.get());
-    *ppData = frame.release();
+}
+
+Status EncodeRleFrame(const FrameView &frame, EncodedFrame &encoded) {
+    const size_t planes = frame.samples * SampleBytesOf(frame);
+    const uint64_t planeBytes = uint64_t{RowSamples(frame)} * frame.rows;
+    const uint64_t most = kRleHeaderSize + planes * uint64_t{MostRleBytes(planeBytes)};
+    if (planes > kMostRleSegments || most > kLongestFrame) return DICOM_ERROR_IMAGE;
+    KernelBlock block = MakeKernelBlock(most);
+    const auto plane = MakeDataBlock<uint8_t>(planeBytes);
+    if (!block || !plane) return DICOM_ERROR_MEMORY;
+    std::memset(block.get(), 0, kRleHeaderSize);
+    Store32(block.get(), static_cast<uint32_t>(planes), true);
+    uint8_t *end = block.get() + kRleHeaderSize;
+    for (size_t i = 0; i < frame.samples; ++i) {
+        end = PackComponent(frame, i, plane.get(), block.get(), end);
+    }
+    encoded.size = static_cast<uint32_t>(end - block.get());
+    encoded.bytes = std::move(block);
     return DICOM_SUCCESS;
 }
 
-uint16_t MDicomDS::EncodeJPEG(uint8_t **ppData, _BITMAPHANDLE *pBitmap, int32_t nQuality,
-                              uint32_t *pSize) {
+Status EncodeJpegFrame(const uint8_t *rows, uint32_t columns, uint32_t height,
+                       const JpegRequest &request, EncodedFrame &encoded) {
     constexpr uint64_t kHeaders = 4096;
     constexpr int32_t kMode = 10;
     const auto save = reinterpret_cast<decltype(&fltSaveBuffer)>(
         CompanionFunction(Companion::Compression, "fltSaveBuffer"));
     if (save == nullptr) return DICOM_ERROR_WRITE;
-    if (KernelAccessBitmap(pBitmap) != KERNEL_SUCCESS) return DICOM_ERROR_IMAGE;
-    const uint64_t rows =
-        uint64_t{pBitmap->nBytesPerLine} * static_cast<uint64_t>(pBitmap->nHeight);
-    const uint64_t room = rows * 2 + kHeaders;
-    if (room > 0xFFFFFFFD) return DICOM_ERROR_IMAGE;
+    const uint64_t rowBytes =
+        PaddedRow((uint64_t{columns} * static_cast<uint32_t>(request.depth) + 7) / 8);
+    const uint64_t room = rowBytes * height * 2 + kHeaders;
+    if (room > kLongestFrame) return DICOM_ERROR_IMAGE;
     KernelBlock stream = MakeKernelBlock(room);
     if (!stream) return DICOM_ERROR_MEMORY;
-    const _MFCMPXBITMAP header = HeaderOf(*pBitmap);
-    const bool isPlain = m_pExtra != nullptr && m_pExtra->bCodecFlag != 0;
+    _MFCMPXBITMAP header{};
+    header.nSize = sizeof header;
+    header.nWidth = static_cast<int32_t>(columns);
+    header.nHeight = -static_cast<int32_t>(height);
+    header.nPlanes = 1;
+    header.nBitCount = static_cast<uint16_t>(request.depth);
+    header.nImageSize = static_cast<uint32_t>(rowBytes * height);
+    header.nXPelsPerMeter = PerMetre(request.xResolution);
+    header.nYPelsPerMeter = PerMetre(request.yResolution);
     auto size = static_cast<uint32_t>(room);
     const int32_t result =
-        save(KernelLendBitmapRow(pBitmap, 0), &header, stream.get(), &size, nQuality,
-             isPlain ? uint32_t{MFCMPX_SAVE_RGB} : 0, kMode, nullptr, nullptr);
+        save(rows, &header, stream.get(), &size, request.quality,
+             request.plain ? uint32_t{MFCMPX_SAVE_RGB} : 0, kMode, nullptr, nullptr);
     if (result == MFCMPX_ERROR_MEMORY) return DICOM_ERROR_MEMORY;
     if (result != MFCMPX_SUCCESS) return DICOM_ERROR_IMAGE;
-    *pSize = size;
-    *ppData = stream.release();
+    encoded.size = size;
+    encoded.bytes = std::move(stream);
     return DICOM_SUCCESS;
+}
+
+} // namespace mdicom
+
+using namespace mdicom;
+
+namespace {
+
+/** Hands an encoded frame to a caller that knows blocks alone. */
+Status HandOut(Status status, EncodedFrame &encoded, uint8_t **data, uint32_t *size) {
+    if (status != DICOM_SUCCESS) return status;
+    *size = encoded.size;
+    *data = encoded.bytes.release();
+    return DICOM_SUCCESS;
+}
+
+} // namespace
+
+uint16_t MDicomDS::EncodeNONE(uint8_t **ppData, _BITMAPHANDLE *pBitmap, uint32_t *pSize) {
+    if (KernelAccessBitmap(pBitmap) != KERNEL_SUCCESS) return DICOM_ERROR_IMAGE;
+    const size_t rowBytes = RowBytes(*pBitmap);
+    const uint64_t bytes = uint64_t{rowBytes} * static_cast<uint64_t>(pBitmap->nHeight);
+    if (bytes > kLongestFrame) return DICOM_ERROR_IMAGE;
+    EncodedFrame frame{MakeKernelBlock(bytes), static_cast<uint32_t>(bytes)};
+    if (!frame.bytes) return DICOM_ERROR_MEMORY;
+    const uint8_t *row = KernelLendBitmapRow(pBitmap, 0);
+    for (int32_t i = 0; i < pBitmap->nHeight; ++i, row += pBitmap->nBytesPerLine) {
+        std::memcpy(frame.bytes.get() + static_cast<size_t>(i) * rowBytes, row, rowBytes);
+    }
+    return HandOut(DICOM_SUCCESS, frame, ppData, pSize);
+}
+
+uint16_t MDicomDS::EncodeRLE(uint8_t **ppData, _BITMAPHANDLE *pBitmap, uint32_t *pSize) {
+    if (KernelAccessBitmap(pBitmap) != KERNEL_SUCCESS) return DICOM_ERROR_IMAGE;
+    FrameView view = ViewOf(*pBitmap);
+    if (view.layout.rowBits != 0) view.layout.rowStride = RowBytes(*pBitmap);
+    // Padding behind rows of bits is no part of a frame.
+    const bool isPadded = view.layout.rowBits != 0 && pBitmap->nBytesPerLine != RowBytes(*pBitmap);
+    EncodedFrame rows;
+    if (isPadded) {
+        uint32_t size = 0;
+        uint8_t *tight = nullptr;
+        const Status status = EncodeNONE(&tight, pBitmap, &size);
+        if (status != DICOM_SUCCESS) return status;
+        rows.bytes.reset(tight);
+        view.data = tight;
+    }
+    EncodedFrame frame;
+    const Status status = EncodeRleFrame(view, frame);
+    return HandOut(status, frame, ppData, pSize);
+}
+
+uint16_t MDicomDS::EncodeJPEG(uint8_t **ppData, _BITMAPHANDLE *pBitmap, int32_t nQuality,
+                              uint32_t *pSize) {
+    if (KernelAccessBitmap(pBitmap) != KERNEL_SUCCESS) return DICOM_ERROR_IMAGE;
+    const bool isPlain = m_pExtra != nullptr && m_pExtra->bCodecFlag != 0;
+    EncodedFrame frame;
+    const Status status = EncodeJpegFrame(
+        KernelLendBitmapRow(pBitmap, 0), static_cast<uint32_t>(pBitmap->nWidth),
+        static_cast<uint32_t>(pBitmap->nHeight),
+        {pBitmap->nBitsPerPixel, nQuality, isPlain, pBitmap->nXResolution, pBitmap->nYResolution},
+        frame);
+    return HandOut(status, frame, ppData, pSize);
 }

@@ -94,6 +94,30 @@ std::optional<FrameLayout> LayoutOf(const _IMAGEINFO &image) {
     return layout;
 }
 
+FrameLayout TightLayout(const _IMAGEINFO &image, uint32_t sampleBytes) {
+    FrameLayout layout;
+    layout.sampleBytes = sampleBytes;
+    PlacePixels(image, false, layout);
+    return layout;
+}
+
+FrameLayout BitmapLayout(const _IMAGEINFO &image, uint32_t sampleBytes) {
+    FrameLayout layout;
+    layout.sampleBytes = sampleBytes;
+    PlacePixels(image, true, layout);
+    return layout;
+}
+
+void SettleBits(_IMAGEINFO &image) {
+    if (image.nBitsAllocated == 0) image.nBitsAllocated = 8;
+    if (image.nBitsStored == 0 || image.nBitsStored > image.nBitsAllocated) {
+        image.nBitsStored = image.nBitsAllocated;
+    }
+    if (image.nHighBit + 1 < image.nBitsStored || image.nHighBit >= image.nBitsAllocated) {
+        image.nHighBit = image.nBitsStored - 1;
+    }
+}
+
 RowMaker::RowMaker(const _IMAGEINFO &image, const FrameLayout &layout, bool signedSamples)
     : m_Layout(layout),
       m_Columns(image.nColumns),

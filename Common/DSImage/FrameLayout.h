@@ -27,6 +27,15 @@ struct FrameLayout {
  *  no decoder knows. */
 std::optional<FrameLayout> LayoutOf(const _IMAGEINFO &image);
 
+/** Pixels one behind the other, components in their order, rows without padding. */
+FrameLayout TightLayout(const _IMAGEINFO &image, uint32_t sampleBytes);
+
+/** Pixels as bitmaps have them: rows padded, the last of three components first. */
+FrameLayout BitmapLayout(const _IMAGEINFO &image, uint32_t sampleBytes);
+
+/** Makes bits of a description agree that are missing or contradict each other. */
+void SettleBits(_IMAGEINFO &image);
+
 /** Bytes of a row that is padded as those of bitmaps are. */
 constexpr size_t PaddedRow(size_t bytes) {
     return (bytes + 3) / 4 * 4;

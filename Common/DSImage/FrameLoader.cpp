@@ -28,17 +28,6 @@ bool IsIcon(_DICOMELEMENT *pixelData) {
     return sequence != nullptr && sequence->nTag == kIconImageSequence;
 }
 
-/** Makes bits agree that are missing or contradict each other. */
-void SettleBits(_IMAGEINFO &info) {
-    if (info.nBitsAllocated == 0) info.nBitsAllocated = 8;
-    if (info.nBitsStored == 0 || info.nBitsStored > info.nBitsAllocated) {
-        info.nBitsStored = info.nBitsAllocated;
-    }
-    if (info.nHighBit + 1 < info.nBitsStored || info.nHighBit >= info.nBitsAllocated) {
-        info.nHighBit = info.nBitsStored - 1;
-    }
-}
-
 /** Components that the rows of an image are made of. */
 uint32_t NeededSamples(const _IMAGEINFO &info) {
     if (info.bGray || info.nBitsPerPixel == 1 || info.nPhotometric == PHOTOMETRIC_PALETTE_COLOR) {
