@@ -133,12 +133,9 @@ uint16_t MDicomDS::DeleteFragments(_DICOMELEMENT *pElement, _IMAGEINFO *pInfo, u
 uint16_t MDicomDS::DeleteNativeFrames(_IMAGEINFO *pInfo, uint32_t nCount) {
     _DICOMELEMENT *element = pInfo->pFrameElement;
     if (!HasPackedPixels(*pInfo)) {
-        if (!DeleteFileBinaryValue(element, pInfo->nFrameOffset, pInfo->nFrameSize * nCount)) {
-            return DICOM_ERROR_WRITE;
-        }
-        const uint64_t left = pInfo->nFrameCount - nCount;
-        UncompressedFrames::TrimPadding(*this, element, left * pInfo->nFrameSize);
-        return DICOM_SUCCESS;
+        return DeleteFileBinaryValue(element, pInfo->nFrameOffset, pInfo->nFrameSize * nCount)
+                   ? DICOM_SUCCESS
+                   : DICOM_ERROR_WRITE;
     }
     return Guarded<uint16_t>(DICOM_ERROR_MEMORY, [&]() -> uint16_t {
         std::vector<uint8_t> value(element->nLength);
@@ -235,10 +232,7 @@ int32_t MDicomDS::InsertNativeFrame(_DICOMELEMENT *pElement, _IMAGEINFO *pInfo, 
     const uint32_t frames = pElement->nLength > 0 ? pInfo->nFrameCount : 0;
     if (!HasPackedPixels(*pInfo) || nSize == pInfo->nFrameSize) {
         const uint64_t offset = uint64_t{std::min(nIndex, frames)} * pInfo->nFrameSize;
-        const auto place = static_cast<uint32_t>(offset);
-        if (!InsertFileBinaryValue(pElement, pFrame, place, nSize)) return 0;
-        UncompressedFrames::TrimPadding(*this, pElement, uint64_t{nSize} * (frames + uint64_t{1}));
-        return 1;
+        return InsertFileBinaryValue(pElement, pFrame, static_cast<uint32_t>(offset), nSize);
     }
     std::vector<uint8_t> old(pElement->nLength);
     if (!old.empty() && !GetFileBinaryValue(pElement, old.data(), 0, pElement->nLength)) return 0;
@@ -250,11 +244,4 @@ int32_t MDicomDS::InsertNativeFrame(_DICOMELEMENT *pElement, _IMAGEINFO *pInfo, 
 int32_t UncompressedFrames::Insert(MDicomDS &dataSet, _DICOMELEMENT *pixelData, void *data,
                                    uint32_t size, uint32_t index) {
     return dataSet.InsertUncompressedFrame(pixelData, data, size, index);
-}
-
-void UncompressedFrames::TrimPadding(MDicomDS &dataSet, _DICOMELEMENT *pixelData, uint64_t bytes) {
-    const uint64_t even = bytes + bytes % 2;
-    if (pixelData->nLength <= even) return;
-    const auto end = static_cast<uint32_t>(even);
-    dataSet.DeleteFileBinaryValue(pixelData, end, pixelData->nLength - end);
 }

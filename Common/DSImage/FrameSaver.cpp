@@ -15,7 +15,6 @@
 #include "Common/DSImage/JpegPhotometric.h"
 #include "Common/DSImage/PackedPixels.h"
 #include "Common/DSImage/PaletteColors.h"
-#include "Common/DSImage/UncompressedFrames.h"
 #include "Common/DSValue/ValueAccess.h"
 #include "Common/Utils/ByteOrder.h"
 #include "Common/Utils/Vr.h"
@@ -429,10 +428,7 @@ Status FrameSaver::StoreNative() {
     }
     const int32_t stored =
         m_DataSet.InsertFileBinaryValue(m_PixelData, m_Data, static_cast<uint32_t>(offset), m_Size);
-    if (!stored) return DICOM_ERROR_WRITE;
-    UncompressedFrames::TrimPadding(m_DataSet, m_PixelData,
-                                    uint64_t{m_Size} * (m_Frames + uint64_t{1}));
-    return DICOM_SUCCESS;
+    return stored ? DICOM_SUCCESS : DICOM_ERROR_WRITE;
 }
 
 /** Frames of single bits begin wherever the one before ends: the value is put together anew. */

@@ -304,8 +304,7 @@ Status FrameTranscoder::EncodeJ2k() {
                           : depth == 16 ? KERNEL_ORDER_GRAY
                                         : KERNEL_ORDER_RGB;
     ScopedBitmap bitmap;
-    const uint64_t bytes =
-        PaddedRow(size_t{m_View.columns} * m_View.layout.pixelStride) * uint64_t{m_View.rows};
+    const uint64_t bytes = BitmapLayout(m_Frame, m_View.layout.sampleBytes).bytes;
     const int32_t result =
         KernelCreateBitmap(bitmap.Get(), sizeof(_BITMAPHANDLE), KERNEL_MEMORY_CALLER,
                            static_cast<int32_t>(m_View.columns), static_cast<int32_t>(m_View.rows),

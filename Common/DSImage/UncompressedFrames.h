@@ -8,13 +8,10 @@
 
 namespace mdicom {
 
-/** The way in for the flat function, which has no member of its own, and what all that insert
- *  native frames share. */
+/** The way in for the flat function, which has no member of its own. */
 struct UncompressedFrames {
     static int32_t Insert(MDicomDS &dataSet, _DICOMELEMENT *pixelData, void *data, uint32_t size,
                           uint32_t index);
-    /** Leaves no more than a pad byte behind frames of so many bytes together. */
-    static void TrimPadding(MDicomDS &dataSet, _DICOMELEMENT *pixelData, uint64_t bytes);
 };
 
 } // namespace mdicom

@@ -119,6 +119,31 @@ bool OverwriteBlocks(const _DICOMELEMENT *element, const uint8_t *data, uint32_t
     return true;
 }
 
+/** Reads bytes of one unit, which lies turned in its stream. */
+bool ReadPartOfUnit(const _DICOMELEMENT *element, uint8_t *data, uint32_t offset, uint32_t length,
+                    unsigned unit) {
+    uint8_t whole[8];
+    const uint32_t skip = offset % unit;
+    const uint32_t there = std::min(unit, element->nLength - (offset - skip));
+    if (!ReadBlocks(element, whole, offset - skip, there)) return false;
+    ReverseUnits({whole, there}, unit);
+    std::copy_n(whole + skip, length, data);
+    return true;
+}
+
+/** Reads bytes whose units lie turned in their streams; the first and the last may be cut. */
+bool ReadTurned(const _DICOMELEMENT *element, uint8_t *data, uint32_t offset, uint32_t length,
+                unsigned unit) {
+    const uint32_t head = std::min(length, (unit - offset % unit) % unit);
+    const uint32_t tail = (length - head) % unit;
+    const uint32_t middle = length - head - tail;
+    if (head > 0 && !ReadPartOfUnit(element, data, offset, head, unit)) return false;
+    if (middle > 0 && !ReadBlocks(element, data + head, offset + head, middle)) return false;
+    if (unit > 1) ReverseUnits({data + head, middle}, unit);
+    return tail == 0 ||
+           ReadPartOfUnit(element, data + head + middle, offset + head + middle, tail, unit);
+}
+
 bool IsUndefined(const _DICOMELEMENT *element) {
     return element->nLength == kUndefinedLength;
 }
@@ -150,9 +175,8 @@ int32_t MDicomDS::GetFileBinaryValue(_DICOMELEMENT *pElement, void *pBuffer, uin
     nLength = std::min(nLength, pElement->nLength - nOffset);
     const StoreGuard guard(m_pExtra);
     auto *bytes = static_cast<uint8_t *>(pBuffer);
-    if (!ReadBlocks(pElement, bytes, nOffset, nLength)) return 0;
-    if (!IsStoredLittleEndian(pElement)) ReverseUnits({bytes, nLength}, SwapUnitOf(pElement->nVR));
-    return 1;
+    const unsigned unit = IsStoredLittleEndian(pElement) ? 1 : SwapUnitOf(pElement->nVR);
+    return ReadTurned(pElement, bytes, nOffset, nLength, unit) ? 1 : 0;
 }
 
 int32_t MDicomDS::SetBinaryValue(_DICOMELEMENT *pElement, void *pData, uint32_t nLength) {

@@ -1,0 +1,287 @@
+// Changes of the transfer syntax: what every syntax keeps, what it refuses, and that a change which
+// fails leaves nothing behind.
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cmath>
+#include <map>
+#include <set>
+
+#include "Images.h"
+#include "support/RealFiles.h"
+#include "support/TestFiles.h"
+#include "support/TreeCompare.h"
+#include "values/FailingMemory.h"
+
+namespace {
+
+using namespace transfer;
+
+const std::wstring kImplicit = L"1.2.840.10008.1.2";
+const std::wstring kExplicit = L"1.2.840.10008.1.2.1";
+const std::wstring kBig = L"1.2.840.10008.1.2.2";
+const std::wstring kRle = L"1.2.840.10008.1.2.5";
+const std::wstring kBaseline = L"1.2.840.10008.1.2.4.50";
+const std::wstring kExtended = L"1.2.840.10008.1.2.4.51";
+const std::wstring kLossless14 = L"1.2.840.10008.1.2.4.57";
+const std::wstring kLossless = L"1.2.840.10008.1.2.4.70";
+const std::wstring kJ2kLossless = L"1.2.840.10008.1.2.4.90";
+const std::wstring kJ2k = L"1.2.840.10008.1.2.4.91";
+
+constexpr Form kForms[] = {
+    {"gray8", "MONOCHROME2", 1, 8, 8, 7, 0, 0, 3},
+    {"gray8inverted", "MONOCHROME1", 1, 8, 8, 7, 0, 0, 1},
+    {"gray10", "MONOCHROME2", 1, 16, 10, 9, 0, 0, 2},
+    {"gray12", "MONOCHROME2", 1, 16, 12, 11, 0, 0, 3},
+    {"gray12high", "MONOCHROME2", 1, 16, 12, 15, 0, 0, 2},
+    {"gray16", "MONOCHROME2", 1, 16, 16, 15, 0, 0, 2},
+    {"signed12", "MONOCHROME2", 1, 16, 12, 11, 1, 0, 2},
+    {"signed16", "MONOCHROME2", 1, 16, 16, 15, 1, 0, 2},
+    {"palette8", "PALETTE COLOR", 1, 8, 8, 7, 0, 0, 2},
+    {"rgb", "RGB", 3, 8, 8, 7, 0, 0, 2},
+    {"planes", "RGB", 3, 8, 8, 7, 0, 1, 2},
+    {"ybr", "YBR_FULL", 3, 8, 8, 7, 0, 0, 2},
+    {"bits", "MONOCHROME2", 1, 1, 1, 0, 0, 0, 3},
+    {"gray32", "MONOCHROME2", 1, 32, 32, 31, 0, 0, 2},
+};
+
+bool Is(const Form &form, const char *name) {
+    return std::string(form.name) == name;
+}
+
+/** Status that a change to a syntax is expected to give. */
+uint16_t Expected(const Form &form, const std::wstring &uid) {
+    const bool isNative = uid == kImplicit || uid == kExplicit || uid == kBig;
+    if (isNative || uid == kRle) return DICOM_SUCCESS;
+    if (uid == kBaseline && form.stored > 8) return DICOM_ERROR_PARAMETER;
+    if (uid == kExtended && form.stored != 12) return DICOM_ERROR_PARAMETER;
+    if (form.allocated == 1) return DICOM_ERROR_COMPRESSION;
+    if (form.allocated == 32) return DICOM_ERROR_PARAMETER;
+    const bool isLossy = uid == kBaseline || uid == kExtended || uid == kJ2k;
+    if (isLossy && Is(form, "palette8")) return DICOM_ERROR_PHOTOMETRIC;
+    const bool isLossyJpeg = uid == kBaseline || uid == kExtended;
+    return isLossyJpeg && form.isSigned ? DICOM_ERROR_PARAMETER : DICOM_SUCCESS;
+}
+
+double PeakOf(const Form &form) {
+    return std::pow(2.0, form.allocated > 8 ? form.stored : 8) - 1;
+}
+
+/** Peak signal to noise ratio of two pictures in dB. The second one may have its stored bits moved
+ *  down. */
+double Psnr(const Form &form, const Picture &first, const Picture &second, int shift) {
+    const size_t bytes = first.depth == 16 ? 2 : 1;
+    const size_t count = first.rows.size() / bytes;
+    const int low = static_cast<int>(form.high + 1 - form.stored);
+    const auto value = [&](const Picture &picture, size_t i, int bits) -> double {
+        if (bytes == 1) return picture.rows[i];
+        const int word = picture.rows[2 * i] | picture.rows[2 * i + 1] << 8;
+        return form.isSigned ? static_cast<int16_t>(word) : word >> bits;
+    };
+    double sum = 0;
+    for (size_t i = 0; i < count; ++i) {
+        sum += std::pow(value(first, i, low) - value(second, i, low - shift), 2);
+    }
+    const double peak = PeakOf(form);
+    return sum == 0 ? 200 : 10 * std::log10(peak * peak * static_cast<double>(count) / sum);
+}
+
+class EachForm : public testing::TestWithParam<Form> {};
+
+TEST_P(EachForm, KeepsItsPixelsThroughEverySyntaxWithoutLoss) {
+    const Form &form = GetParam();
+    const support::TemporaryFolder folder;
+    MDicomDS ds(nullptr);
+    MakeImage(ds, form);
+    const std::vector<Picture> before = LoadAll(ds);
+    ASSERT_EQ(before.size(), form.frames);
+    ASSERT_EQ(before[0].status, DICOM_SUCCESS);
+    const std::wstring chain[] = {kRle,         kBig,      kLossless,   kImplicit,
+                                  kJ2kLossless, kExplicit, kLossless14, kRle,
+                                  kJ2kLossless, kLossless, kBig};
+    for (const std::wstring &uid : chain) {
+        const uint16_t status = ds.ChangeTransferSyntax(uid.c_str(), 0, 0);
+        ASSERT_EQ(status, Expected(form, uid)) << std::string(uid.begin(), uid.end());
+        if (status != DICOM_SUCCESS) continue;
+        EXPECT_EQ(support::StoredText(ds, 0x00020010), std::string(uid.begin(), uid.end()));
+        EXPECT_TRUE(LoadAll(ds) == before) << std::string(uid.begin(), uid.end());
+        EXPECT_EQ(ds.FindFirstElement(nullptr, 0x7FE0000F, 0), nullptr);
+        ASSERT_EQ(ds.SaveDS(folder.WideFile("changed.dcm").c_str(), DS_METAHEADER_PRESENT), 0);
+        MDicomDS again(nullptr);
+        ASSERT_EQ(again.LoadDS(folder.WideFile("changed.dcm").c_str(), 0), 0);
+        EXPECT_TRUE(LoadAll(again) == before) << std::string(uid.begin(), uid.end());
+    }
+}
+
+TEST_P(EachForm, StaysAboveFortyDecibelsAtBestQuality) {
+    const Form &form = GetParam();
+    for (const std::wstring &uid : {kBaseline, kExtended, kJ2k}) {
+        MDicomDS ds(nullptr);
+        MakeImage(ds, form);
+        const std::vector<Picture> before = LoadAll(ds);
+        const uint16_t status = ds.ChangeTransferSyntax(uid.c_str(), 2, 0);
+        ASSERT_EQ(status, Expected(form, uid)) << std::string(uid.begin(), uid.end());
+        if (status != DICOM_SUCCESS) continue;
+        const std::vector<Picture> after = LoadAll(ds);
+        ASSERT_EQ(after.size(), before.size());
+        for (size_t i = 0; i < before.size(); ++i) {
+            ASSERT_EQ(after[i].rows.size(), before[i].rows.size());
+            // JPEG of 12 bits has them at the low end.
+            const int shift = uid == kExtended && Is(form, "gray12high") ? 4 : 0;
+            EXPECT_GT(Psnr(form, before[i], after[i], shift), 40)
+                << std::string(uid.begin(), uid.end());
+        }
+        EXPECT_EQ(support::StoredText(ds, 0x00282110), "01");
+        EXPECT_EQ(support::StoredText(ds, 0x00282114), uid == kJ2k ? "ISO_15444_1" : "ISO_10918_1");
+        // A second compression with loss is told of behind the first.
+        const std::wstring &other =
+            uid == kJ2k ? (form.stored == 12 ? kExtended : kBaseline) : kJ2k;
+        if (ds.ChangeTransferSyntax(other.c_str(), 2, 0) != DICOM_SUCCESS) continue;
+        EXPECT_EQ(support::StoredText(ds, 0x00282114),
+                  uid == kJ2k ? "ISO_15444_1\\ISO_10918_1" : "ISO_10918_1\\ISO_15444_1");
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Images, EachForm, testing::ValuesIn(kForms),
+                         [](const auto &info) { return std::string(info.param.name); });
+
+TEST(TransferSyntax, RefusesWhatItDoesNotKnowAndChangesNothingForItself) {
+    MDicomDS ds(nullptr);
+    MakeImage(ds, kForms[0]);
+    EXPECT_EQ(ds.ChangeTransferSyntax(nullptr, 0, 0), DICOM_ERROR_PARAMETER);
+    EXPECT_EQ(ds.ChangeTransferSyntax(L"1.2.840.10008.1.2.4.80", 0, 0), DICOM_ERROR_PARAMETER);
+    EXPECT_EQ(ds.ChangeTransferSyntax(kExplicit.c_str(), 0, 0), DICOM_SUCCESS);
+    EXPECT_EQ(ds.GetKeepPixelDataIntactFlag(), 0);
+    EXPECT_EQ(ds.ChangeTransferSyntax(kLossless14.c_str(), 0, 0), DICOM_SUCCESS);
+    EXPECT_NE(ds.GetKeepPixelDataIntactFlag(), 0);
+    // The other process of the same class: the stored data stand.
+    EXPECT_EQ(ds.ChangeTransferSyntax(kLossless.c_str(), 0, 0), DICOM_SUCCESS);
+    EXPECT_EQ(support::StoredText(ds, 0x00020010), "1.2.840.10008.1.2.4.57");
+    EXPECT_EQ(ds.ChangeTransferSyntax(kBig.c_str(), 0, 0), DICOM_SUCCESS);
+    EXPECT_EQ(ds.GetKeepPixelDataIntactFlag(), 0);
+}
+
+TEST(TransferSyntax, TurnsEveryValueOfADataSetWithoutPixels) {
+    support::Encoder file;
+    file.Meta(support::kExplicitUid).Element(0x00080060, "CS", "MR");
+    file.Header(0x00081140, "SQ", 0xFFFFFFFF).Plain(TAG_ITEM, 0xFFFFFFFF);
+    file.Element(0x00280010, "US", "\x01\x02");
+    file.Plain(TAG_ITEM_DELIMITATION, 0).Plain(TAG_SEQUENCE_DELIMITATION, 0);
+    file.Element(0x00280103, "US", "\x03\x04").Element(0x00189087, "FD", "12345678");
+    MDicomDS original(nullptr);
+    MDicomDS ds(nullptr);
+    ASSERT_EQ(support::LoadBytes(original, file.bytes), 0);
+    ASSERT_EQ(support::LoadBytes(ds, file.bytes), 0);
+    const support::TemporaryFolder folder;
+    for (const std::wstring &uid : {kBig, kImplicit, kBig, kExplicit}) {
+        ASSERT_EQ(ds.ChangeTransferSyntax(uid.c_str(), 0, 0), DICOM_SUCCESS);
+        EXPECT_EQ(support::Difference(original, ds), "");
+        ASSERT_EQ(ds.SaveDS(folder.WideFile("turned.dcm").c_str(), 0), 0);
+        MDicomDS again(nullptr);
+        ASSERT_EQ(again.LoadDS(folder.WideFile("turned.dcm").c_str(), 0), 0);
+        EXPECT_EQ(support::Difference(original, again), "");
+    }
+}
+
+std::atomic<int> wantedKind{-1};
+std::atomic<int> operationsLeft{0};
+std::atomic<bool> operationFailed{false};
+
+int FailOperation(int kind) {
+    if (kind != wantedKind || operationsLeft-- != 0) return 0;
+    operationFailed = true;
+    return 1;
+}
+
+/** All elements with their values, as a text that two moments can be compared by. */
+std::string Snapshot(MDicomDS &ds) {
+    std::string text;
+    for (_DICOMELEMENT *element = ds.GetFirstElement(nullptr, 0, 1); element != nullptr;
+         element = ds.GetNextElement(element, 0, 1)) {
+        text += support::Describe(element) + std::to_string(ds.GetLevelElement(element));
+        for (const uint8_t byte : support::ValueOf(ds, element)) text += static_cast<char>(byte);
+    }
+    return text + std::to_string(ds.m_nFlags);
+}
+
+class EachFault : public testing::TestWithParam<int> {};
+
+TEST_P(EachFault, LeavesTheDataSetAsItWas) {
+    const struct {
+        const char *form;
+        std::wstring from;
+        std::wstring to;
+    } kChanges[] = {{"gray12", kExplicit, kRle},    {"rgb", kRle, kJ2k},
+                    {"gray12", kJ2kLossless, kBig}, {"gray12", kExplicit, kExtended},
+                    {"bits", kRle, kExplicit},      {"ybr", kLossless, kImplicit}};
+    int faults = 0;
+    for (const auto &change : kChanges) {
+        const auto *form = std::find_if(std::begin(kForms), std::end(kForms),
+                                        [&](const Form &f) { return Is(f, change.form); });
+        for (int place = 0;; ++place) {
+            ASSERT_LT(place, 5000);
+            MDicomDS ds(nullptr);
+            MakeImage(ds, *form);
+            ASSERT_EQ(ds.ChangeTransferSyntax(change.from.c_str(), 2, 0), DICOM_SUCCESS);
+            const std::string before = Snapshot(ds);
+            operationFailed = false;
+            if (GetParam() == KERNEL_FAULT_ALLOCATE) {
+                FailAllocation(place);
+            } else {
+                wantedKind = GetParam();
+                operationsLeft = place;
+                KernelSetFaultHook(FailOperation);
+            }
+            const uint16_t status = ds.ChangeTransferSyntax(change.to.c_str(), 2, 0);
+            const bool reached = AllocationFailed() || operationFailed;
+            FailAllocation(-1);
+            KernelSetFaultHook(nullptr);
+            if (status != DICOM_SUCCESS) {
+                EXPECT_EQ(Snapshot(ds), before) << change.form << " " << place;
+                ASSERT_EQ(ds.ChangeTransferSyntax(change.to.c_str(), 2, 0), DICOM_SUCCESS);
+            }
+            EXPECT_EQ(Load(ds, form->frames - 1).status, DICOM_SUCCESS);
+            if (!reached) break;
+            ++faults;
+        }
+    }
+    RecordProperty("faults", faults);
+}
+
+INSTANTIATE_TEST_SUITE_P(Kinds, EachFault,
+                         testing::Values(KERNEL_FAULT_ALLOCATE, KERNEL_FAULT_READ,
+                                         KERNEL_FAULT_WRITE));
+
+TEST(TransferSyntax, KeepsTheFramesOfRealFiles) {
+    unsigned changes = 0;
+    std::map<std::string, unsigned> refusals;
+    for (const auto &path : support::RealFiles()) {
+        for (const std::wstring &uid : {kExplicit, kRle, kLossless, kJ2kLossless, kBig}) {
+            MDicomDS ds(nullptr);
+            if (ds.LoadDS(path.wstring().c_str(), 0) != DICOM_SUCCESS) break;
+            _DICOMELEMENT *pixels = ds.FindFirstElement(nullptr, TAG_PIXEL_DATA, 1);
+            if (pixels == nullptr || Load(ds, 0).status != DICOM_SUCCESS) break;
+            // Packed samples of 12 bits get words of their own in most syntaxes.
+            const int32_t depth = Load(ds, 0).depth == 12 ? 16 : 0;
+            const Picture before = Load(ds, 0, depth);
+            const uint32_t frames = ds.GetCountImage(pixels);
+            const std::string snapshot = Snapshot(ds);
+            const uint16_t status = ds.ChangeTransferSyntax(uid.c_str(), 0, 0);
+            if (status != DICOM_SUCCESS) {
+                ++refusals[path.filename().string() + " " + std::to_string(status)];
+                EXPECT_EQ(Snapshot(ds), snapshot) << path;
+                continue;
+            }
+            ++changes;
+            EXPECT_EQ(ds.GetCountImage(pixels), frames) << path;
+            EXPECT_TRUE(Load(ds, 0, depth) == before)
+                << path << std::string(uid.begin(), uid.end());
+        }
+    }
+    RecordProperty("changes", static_cast<int>(changes));
+    for (const auto &[name, count] : refusals)
+        std::printf("refused: %s (%u)\n", name.c_str(), count);
+}
+
+} // namespace
