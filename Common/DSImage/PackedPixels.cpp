@@ -21,8 +21,11 @@ uint64_t TightRowBits(const _IMAGEINFO &image) {
     return uint64_t{image.nColumns} * image.nBitsAllocated;
 }
 
+/** Frames of few pixels that take as many bytes either way are of the standard's form. */
 bool IsLoose(const _IMAGEINFO &image) {
-    return image.nFrameSize == LooseRowBits(image) / 8 * image.nRows;
+    const uint64_t loose = LooseRowBits(image) / 8 * image.nRows;
+    const uint64_t tight = (TightRowBits(image) * image.nRows + 7) / 8;
+    return image.nFrameSize == loose && loose != tight;
 }
 
 } // namespace
@@ -37,7 +40,10 @@ void SizePackedFrame(uint64_t length, uint32_t numberOfFrames, _IMAGEINFO &image
     const uint64_t bits = PackedFrameBits(image);
     // Whole frames of the loose form, though they may be fewer than announced.
     const uint64_t announced = std::max(1u, numberOfFrames);
-    if (length / loose >= announced) return;
+    const uint64_t tight = (bits * announced + 7) / 8;
+    // The filling of an odd value may have the length of what the loose form needs.
+    const bool isTight = length == tight + tight % 2;
+    if (!isTight && length / loose >= announced) return;
     const bool holdsTight = length * 8 / bits >= announced;
     if (!holdsTight && length >= loose && length % loose == 0) return;
     image.nFrameSize = static_cast<uint32_t>((bits + 7) / 8);
