@@ -1,0 +1,306 @@
+// Bitmaps on their way into data sets and back, in every form that holds them.
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "Frames.h"
+#include "support/TestFiles.h"
+
+namespace {
+
+struct Trip {
+    Kind kind;
+    int32_t photometric;
+    int width;
+    int height;
+};
+
+constexpr Trip kTrips[] = {
+    {{1, 1}, PHOTOMETRIC_MONOCHROME2, 37, 21},
+    {{1, 1}, PHOTOMETRIC_MONOCHROME2, 7, 2},
+    {{8, 8}, PHOTOMETRIC_MONOCHROME1, 37, 21},
+    {{8, 8}, PHOTOMETRIC_MONOCHROME2, 65, 64},
+    {{8, 8, false, true}, PHOTOMETRIC_PALETTE_COLOR, 37, 21},
+    {{16, 10}, PHOTOMETRIC_MONOCHROME2, 64, 33},
+    {{16, 12, true}, PHOTOMETRIC_MONOCHROME1, 37, 21},
+    {{16, 16}, PHOTOMETRIC_MONOCHROME1, 37, 21},
+    {{16, 16, true}, PHOTOMETRIC_MONOCHROME2, 64, 33},
+    {{12, 12}, PHOTOMETRIC_MONOCHROME2, 37, 21},
+    {{24, 8}, PHOTOMETRIC_RGB, 37, 21},
+    {{24, 8}, PHOTOMETRIC_RGB, 64, 33},
+};
+
+/** Samples of any depth, a signed one by its value. */
+std::vector<int> Samples(const _BITMAPHANDLE &bitmap, const Kind &kind) {
+    std::vector<int> samples;
+    const int depth = bitmap.nBitsPerPixel;
+    const int perRow = depth == 24 ? bitmap.nWidth * 3 : bitmap.nWidth;
+    for (int y = 0; y < bitmap.nHeight; ++y) {
+        const uint8_t *row = KernelLendBitmapRow(&bitmap, y);
+        for (int x = 0; x < perRow; ++x) {
+            int sample = row[x];
+            if (depth == 1) sample = row[x / 8] >> (7 - x % 8) & 1;
+            if (depth == 12) {
+                const int pair = row[x / 2 * 3 + x % 2] | row[x / 2 * 3 + x % 2 + 1] << 8;
+                sample = x % 2 == 0 ? pair & 0xFFF : pair >> 4;
+            }
+            if (depth == 16) sample = row[2 * x] | row[2 * x + 1] << 8;
+            if (kind.isSigned) sample = static_cast<int16_t>(sample);
+            samples.push_back(sample);
+        }
+    }
+    return samples;
+}
+
+/** Peak signal to noise ratio, in decibels. */
+double Quality(const std::vector<int> &a, const std::vector<int> &b, uint32_t bits) {
+    double error = 0;
+    for (size_t i = 0; i < a.size(); ++i) error += std::pow(a[i] - b[i], 2);
+    const double peak = std::pow(2, bits) - 1;
+    return error == 0 ? 999 : 10 * std::log10(peak * peak * static_cast<double>(a.size()) / error);
+}
+
+bool Takes(uint32_t compression, const Trip &trip) {
+    if (trip.kind.depth == 1) return compression <= kRleClass;
+    const bool isLossy = compression == kJpegLossy || compression == kJ2kLossy;
+    if (trip.kind.isPalette) return !isLossy;
+    // The lossy process has no sign; more than 12 bits are scaled.
+    return compression != kJpegLossy ||
+           (!trip.kind.isSigned && trip.kind.bits % 4 == 0 && trip.kind.bits <= 12);
+}
+
+void ExpectFrames(MDicomDS &ds, const Trip &trip, const Encoding &encoding, uint32_t frames) {
+    ASSERT_EQ(ds.GetCountImage(nullptr), frames);
+    for (uint32_t i = 0; i < frames; ++i) {
+        const auto expected = MakeBitmap(trip.width, trip.height, trip.kind, i);
+        TestBitmap got;
+        ASSERT_EQ(Get(ds, got, i), 0) << i;
+        const std::vector<int> was = Samples(*expected, trip.kind);
+        const std::vector<int> is = Samples(got, trip.kind);
+        ASSERT_EQ(was.size(), is.size());
+        if (encoding.isLossy) {
+            EXPECT_GT(Quality(was, is, trip.kind.bits), 40) << i;
+        } else {
+            ASSERT_TRUE(was == is) << i << ": " << Quality(was, is, trip.kind.bits);
+        }
+        _RGBQUAD was0[256] = {};
+        _RGBQUAD is0[256] = {};
+        if (trip.kind.isPalette) {
+            KernelGetBitmapColors(expected.get(), 0, 256, was0);
+            KernelGetBitmapColors(&got, 0, 256, is0);
+            EXPECT_EQ(std::memcmp(was0, is0, sizeof was0), 0);
+        }
+        if (got.nBitsPerPixel == 16) {
+            EXPECT_EQ(got.nHighBit + 1, static_cast<int>(trip.kind.bits));
+        }
+    }
+}
+
+TEST(RoundTrip, EveryEncodingGivesBackWhatItWasGiven) {
+    const support::TemporaryFolder folder;
+    for (const Encoding &encoding : kEncodings) {
+        for (const Trip &trip : kTrips) {
+            SCOPED_TRACE(std::string(encoding.name) + " depth " + std::to_string(trip.kind.depth) +
+                         " bits " + std::to_string(trip.kind.bits) + " photometric " +
+                         std::to_string(trip.photometric) + (trip.kind.isSigned ? " signed" : ""));
+            MDicomDS ds(nullptr);
+            const uint32_t frames = 1 + (&trip - kTrips) % 5;
+            for (uint32_t i = 0; i < frames; ++i) {
+                const auto bitmap = MakeBitmap(trip.width, trip.height, trip.kind, i);
+                const uint16_t status =
+                    ds.InsertImage(nullptr, bitmap.get(), i, encoding.compression, trip.photometric,
+                                   0, 2, 0, nullptr, nullptr);
+                if (!Takes(encoding.compression, trip)) {
+                    EXPECT_TRUE(status != 0 || encoding.compression == kJpegLossy);
+                    break;
+                }
+                ASSERT_EQ(status, 0) << i;
+            }
+            if (!Takes(encoding.compression, trip)) continue;
+            ExpectFrames(ds, trip, encoding, frames);
+            ASSERT_EQ(ds.SaveDS(folder.WideFile("saved").c_str(), 0), 0);
+            MDicomDS loaded(nullptr);
+            ASSERT_EQ(loaded.LoadDS(folder.WideFile("saved").c_str(), 0), 0);
+            ExpectFrames(loaded, trip, encoding, frames);
+            if (HasFatalFailure()) return;
+        }
+    }
+}
+
+_DICOMIMAGE InfoOf(MDicomDS &ds) {
+    _DICOMIMAGE info{};
+    ds.GetInfoImage(ds.FindFirstElement(nullptr, TAG_PIXEL_DATA, 1), &info, 0);
+    return info;
+}
+
+TEST(RoundTrip, AttributesSayWhatIsStored) {
+    struct {
+        Kind kind;
+        int32_t photometric;
+        uint32_t compression;
+        const char *syntax;
+        const char *text;
+        uint32_t allocated;
+        uint32_t stored;
+        const char *vr;
+    } const kCases[] = {
+        {{8, 8}, 1, kNone, "1.2.840.10008.1.2.1", "MONOCHROME2", 8, 8, "OW"},
+        {{1, 1}, 0, kNone, "1.2.840.10008.1.2.1", "MONOCHROME2", 1, 1, "OB"},
+        {{12, 12}, 1, kNone, "1.2.840.10008.1.2.1", "MONOCHROME2", 16, 12, "OW"},
+        {{16, 10}, 0, kRleClass, "1.2.840.10008.1.2.5", "MONOCHROME1", 16, 10, "OB"},
+        {{16, 16}, 1, kJpegLossy, "1.2.840.10008.1.2.4.51", "MONOCHROME2", 16, 12, "OB"},
+        {{8, 8}, 1, kJpegLossy, "1.2.840.10008.1.2.4.50", "MONOCHROME2", 8, 8, "OB"},
+        {{24, 8}, 3, kJpegLossy, "1.2.840.10008.1.2.4.50", "YBR_FULL", 8, 8, "OB"},
+        {{24, 8}, 3, kJpegLossless, "1.2.840.10008.1.2.4.70", "RGB", 8, 8, "OB"},
+        {{24, 8}, 3, kJ2kLossless, "1.2.840.10008.1.2.4.90", "YBR_RCT", 8, 8, "OB"},
+        {{24, 8}, 3, kJ2kLossy, "1.2.840.10008.1.2.4.91", "YBR_ICT", 8, 8, "OB"},
+    };
+    for (const auto &row : kCases) {
+        MDicomDS ds(nullptr);
+        const auto bitmap = MakeBitmap(20, 10, row.kind);
+        ASSERT_EQ(ds.InsertImage(nullptr, bitmap.get(), 0, row.compression, row.photometric, 0, 2,
+                                 0, nullptr, nullptr),
+                  0);
+        SCOPED_TRACE(row.syntax + std::to_string(row.kind.depth));
+        EXPECT_EQ(support::StoredText(ds, 0x00020010), row.syntax);
+        EXPECT_EQ(support::StoredText(ds, 0x00280004), row.text);
+        EXPECT_EQ(support::StoredText(ds, 0x00280008), "1");
+        const _DICOMIMAGE info = InfoOf(ds);
+        EXPECT_EQ(info.nBitsAllocated, row.allocated);
+        EXPECT_EQ(info.nBitsStored, row.stored);
+        const _DICOMELEMENT *element = ds.FindFirstElement(nullptr, TAG_PIXEL_DATA, 1);
+        EXPECT_EQ(element->nVR, row.vr[0] << 8 | row.vr[1]);
+    }
+}
+
+TEST(RoundTrip, LaterFramesBecomeLikeTheFirst) {
+    MDicomDS ds(nullptr);
+    const auto first = MakeBitmap(20, 10, {8, 8});
+    const auto other = MakeBitmap(31, 40, {24, 8});
+    const auto put = [&](TestBitmap &bitmap, uint32_t compression) {
+        return ds.InsertImage(nullptr, &bitmap, 99, compression, PHOTOMETRIC_MONOCHROME2, 0, 2, 0,
+                              nullptr, nullptr);
+    };
+    ASSERT_EQ(put(*first, kRleClass), 0);
+    ASSERT_EQ(put(*other, kJpegLossless), 0);
+    EXPECT_EQ(support::StoredText(ds, 0x00020010), "1.2.840.10008.1.2.5");
+    TestBitmap got;
+    ASSERT_EQ(Get(ds, got, 1), 0);
+    EXPECT_EQ(got.nWidth, 20);
+    EXPECT_EQ(got.nHeight, 10);
+    EXPECT_EQ(got.nBitsPerPixel, 8);
+    EXPECT_EQ(other->nWidth, 31) << "the caller's bitmap stays as it is";
+
+    // What has no explicit VR has no compression.
+    MDicomDS implicit(nullptr);
+    implicit.InitDS(0xFFFF, DS_IMPLICIT_VR | DS_LITTLE_ENDIAN);
+    ASSERT_EQ(implicit.SetImage(nullptr, first.get(), kJpegLossy, 1, 0, 2, 0, nullptr, nullptr), 0);
+    EXPECT_EQ(InfoOf(implicit).nCompression, kNone);
+    ASSERT_EQ(Get(implicit, got), 0);
+    EXPECT_EQ(RowsOf(got), RowsOf(*first));
+}
+
+TEST(RoundTrip, InvertedAndTurnedBitmapsLookTheSame) {
+    const _RGBQUAD colors[] = {{255, 255, 255, 0}, {0, 0, 0, 0}};
+    TestBitmap inverted(10, 1, 1, KERNEL_ORDER_RGB, 1, colors);
+    inverted.PutBytes(0, {0xA5, 0x40});
+    MDicomDS ds(nullptr);
+    ASSERT_EQ(ds.SetImage(nullptr, &inverted, kNone, 1, 0, 0, 0, nullptr, nullptr), 0);
+    TestBitmap got;
+    ASSERT_EQ(Get(ds, got), 0);
+    EXPECT_EQ(RowsOf(got), (Bytes{0x5A, 0x80}));
+
+    TestBitmap upsideDown(3, 2, 8, KERNEL_ORDER_RGB, 4);
+    upsideDown.PutBytes(0, {1, 2, 3});
+    upsideDown.PutBytes(1, {4, 5, 6});
+    ASSERT_EQ(ds.SetImage(nullptr, &upsideDown, kNone, 1, 0, 0, 0, nullptr, nullptr), 0);
+    ASSERT_EQ(Get(ds, got), 0);
+    EXPECT_EQ(RowsOf(got), (Bytes{4, 5, 6, 1, 2, 3}));
+}
+
+int32_t AddOne(_BITMAPHANDLE *, uint8_t *row, uint32_t number, uint32_t, void *data) {
+    auto &stopAt = *static_cast<uint32_t *>(data);
+    if (number == stopAt) return -100;
+    ++row[0];
+    return 1;
+}
+
+TEST(RoundTrip, RowsMayBeChangedOrRefusedOnTheirWay) {
+    MDicomDS ds(nullptr);
+    TestBitmap bitmap(2, 2, 8, KERNEL_ORDER_RGB);
+    uint32_t stopAt = 9;
+    ASSERT_EQ(ds.InsertImage(nullptr, &bitmap, 0, kRleClass, 1, 0, 0, 0, AddOne, &stopAt), 0);
+    TestBitmap got;
+    ASSERT_EQ(Get(ds, got), 0);
+    EXPECT_EQ(RowsOf(got), (Bytes{1, 0, 1, 0}));
+    stopAt = 1;
+    EXPECT_EQ(ds.InsertImage(nullptr, &bitmap, 0, kRleClass, 1, 0, 0, 0, AddOne, &stopAt),
+              static_cast<uint16_t>(-100));
+    EXPECT_EQ(ds.GetCountImage(nullptr), 1u);
+}
+
+TEST(RoundTrip, IntactPixelsKeepTheirDescription) {
+    Image image(2, 2, 16);
+    image.Syntax(kExplicit);
+    image.Set(0x00280002, {1});
+    image.Set(0x00280103, {0});
+    image.Set(0x00280101, {12});
+    image.Set(0x00280102, {11});
+    PutValue(image, ToBytes({1, 2, 3, 4}));
+    image.ds.m_nFlags |= DS_KEEP_PIXEL_DATA_INTACT;
+    const auto bitmap = MakeBitmap(2, 2, {16, 16});
+    ASSERT_EQ(image.ds.SetImage(nullptr, bitmap.get(), kNone, 1, 0, 0, 0, nullptr, nullptr), 0);
+    EXPECT_EQ(image.Info().nBitsAllocated, 16u);
+    EXPECT_EQ(image.ds.FindFirstElement(nullptr, 0x00280008, 1), nullptr);
+}
+
+TEST(RoundTrip, BadArgumentsHaveAStatusAndNoEffect) {
+    const auto gray = MakeBitmap(4, 4, {8, 8});
+    const auto bilevel = MakeBitmap(4, 4, {1, 1});
+    TestBitmap deep(4, 4, 32);
+    constexpr uint32_t kVoi = DICOM_SETIMAGE_VOI_PER_FRAME | DICOM_SETIMAGE_VOI_SHARED;
+    constexpr uint32_t kModality =
+        DICOM_SETIMAGE_MODALITY_PER_FRAME | DICOM_SETIMAGE_MODALITY_SHARED;
+    struct {
+        _BITMAPHANDLE *bitmap;
+        uint32_t compression;
+        int32_t photometric;
+        uint32_t flags;
+        uint16_t status;
+    } const kBad[] = {
+        {nullptr, kNone, 1, 0, DICOM_ERROR_NULL_POINTER},
+        {gray.get(), kNone, 1, kVoi, DICOM_ERROR_PARAMETER},
+        {gray.get(), kNone, 1, kModality, DICOM_ERROR_PARAMETER},
+        {gray.get(), kNone, 4, 0, DICOM_ERROR_PARAMETER},
+        {gray.get(), kNone, -1, 0, DICOM_ERROR_PARAMETER},
+        {gray.get(), 4, 1, 0, DICOM_ERROR_COMPRESSION},
+        {gray.get(), 99, 1, 0, DICOM_ERROR_COMPRESSION},
+        {gray.get(), kJpegLossy, PHOTOMETRIC_PALETTE_COLOR, 0, DICOM_ERROR_PHOTOMETRIC},
+        {bilevel.get(), kJpegLossless, 1, 0, DICOM_ERROR_COMPRESSION},
+        {&deep, kRleClass, 1, 0, DICOM_ERROR_COMPRESSION},
+    };
+    for (const auto &row : kBad) {
+        SCOPED_TRACE(row.compression * 100 + row.status);
+        MDicomDS ds(nullptr);
+        EXPECT_EQ(ds.InsertImage(nullptr, row.bitmap, 0, row.compression, row.photometric, 0, 0,
+                                 row.flags, nullptr, nullptr),
+                  row.status);
+        EXPECT_EQ(ds.FindFirstElement(nullptr, TAG_PIXEL_DATA, 0), nullptr);
+    }
+    MDicomDS ds(nullptr);
+    ASSERT_EQ(ds.SetImage(nullptr, gray.get(), kNone, 1, 0, 0, 0, nullptr, nullptr), 0);
+    _DICOMELEMENT *other = ds.FindFirstElement(nullptr, 0x00280010, 1);
+    EXPECT_EQ(ds.InsertImage(other, gray.get(), 0, kNone, 1, 0, 0, 0, nullptr, nullptr),
+              DICOM_ERROR_PARAMETER);
+    EXPECT_EQ(ds.GetImage(nullptr, nullptr, 272, 0, 0, 0, 0, nullptr, nullptr),
+              DICOM_ERROR_PARAMETER);
+    TestBitmap got;
+    EXPECT_EQ(ds.GetImage(nullptr, &got, 8, 0, 0, 0, 0, nullptr, nullptr), DICOM_ERROR_PARAMETER);
+    EXPECT_EQ(Get(ds, got, 0, 0, 0, other), DICOM_ERROR_IMAGE);
+    EXPECT_EQ(ds.SetImage(nullptr, nullptr, kNone, 1, 0, 0, 0, nullptr, nullptr),
+              DICOM_ERROR_NULL_POINTER);
+    EXPECT_EQ(ds.GetCountImage(nullptr), 1u);
+}
+
+} // namespace
