@@ -133,9 +133,12 @@ uint16_t MDicomDS::DeleteFragments(_DICOMELEMENT *pElement, _IMAGEINFO *pInfo, u
 uint16_t MDicomDS::DeleteNativeFrames(_IMAGEINFO *pInfo, uint32_t nCount) {
     _DICOMELEMENT *element = pInfo->pFrameElement;
     if (!HasPackedPixels(*pInfo)) {
-        return DeleteFileBinaryValue(element, pInfo->nFrameOffset, pInfo->nFrameSize * nCount)
-                   ? DICOM_SUCCESS
-                   : DICOM_ERROR_WRITE;
+        if (!DeleteFileBinaryValue(element, pInfo->nFrameOffset, pInfo->nFrameSize * nCount)) {
+            return DICOM_ERROR_WRITE;
+        }
+        const uint32_t end = (pInfo->nFrameCount - nCount) * pInfo->nFrameSize;
+        if (HasRest(element->nLength, end)) DeleteFileBinaryValue(element, end, kUndefinedLength);
+        return DICOM_SUCCESS;
     }
     return Guarded<uint16_t>(DICOM_ERROR_MEMORY, [&]() -> uint16_t {
         std::vector<uint8_t> value(element->nLength);
@@ -232,7 +235,13 @@ int32_t MDicomDS::InsertNativeFrame(_DICOMELEMENT *pElement, _IMAGEINFO *pInfo, 
     const uint32_t frames = pElement->nLength > 0 ? pInfo->nFrameCount : 0;
     if (!HasPackedPixels(*pInfo) || nSize == pInfo->nFrameSize) {
         const uint64_t offset = uint64_t{std::min(nIndex, frames)} * pInfo->nFrameSize;
-        return InsertFileBinaryValue(pElement, pFrame, static_cast<uint32_t>(offset), nSize);
+        if (offset > pElement->nLength) return 0;
+        if (!InsertFileBinaryValue(pElement, pFrame, static_cast<uint32_t>(offset), nSize)) return 0;
+        const uint64_t end = (uint64_t{frames} + 1) * pInfo->nFrameSize;
+        if (HasRest(pElement->nLength, end)) {
+            DeleteFileBinaryValue(pElement, static_cast<uint32_t>(end), kUndefinedLength);
+        }
+        return 1;
     }
     std::vector<uint8_t> old(pElement->nLength);
     if (!old.empty() && !GetFileBinaryValue(pElement, old.data(), 0, pElement->nLength)) return 0;

@@ -1,4 +1,4 @@
-// The items of encapsulated Pixel Data (PS 3.5, A.4) while frames come and go.
+// Values and items (PS 3.5, A.4) of Pixel Data while frames come and go.
 
 #pragma once
 
@@ -23,5 +23,11 @@ uint32_t PlaceOfItem(const _DICOMELEMENT *item);
  */
 bool PrepareOffsetTable(MDicomDS &dataSet, _DICOMELEMENT *pixelData,
                         const _DICOMELEMENT *firstFrame);
+
+/** True if a value has more bytes than native frames that end there, and the one that fills an odd
+ *  value. Each change of frames of odd size leaves such a filling behind. */
+constexpr bool HasRest(uint64_t length, uint64_t end) {
+    return length > end + end % 2;
+}
 
 } // namespace mdicom

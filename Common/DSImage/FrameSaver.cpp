@@ -426,8 +426,13 @@ Status FrameSaver::StoreNative() {
         return ReplaceValue(m_DataSet, m_PixelData, m_Data, m_Size) ? DICOM_SUCCESS
                                                                     : DICOM_ERROR_WRITE;
     }
+    if (offset > m_PixelData->nLength) return DICOM_ERROR_IMAGE; // the last frame is cut
     const int32_t stored =
         m_DataSet.InsertFileBinaryValue(m_PixelData, m_Data, static_cast<uint32_t>(offset), m_Size);
+    const uint64_t end = (uint64_t{m_Frames} + 1) * m_Size;
+    if (stored && HasRest(m_PixelData->nLength, end)) {
+        m_DataSet.DeleteFileBinaryValue(m_PixelData, static_cast<uint32_t>(end), kUndefinedLength);
+    }
     return stored ? DICOM_SUCCESS : DICOM_ERROR_WRITE;
 }
 
