@@ -69,6 +69,26 @@ void MergePlanes(std::span<const uint8_t> planes, size_t sampleBytes, size_t sam
     }
 }
 
+/** Expands a segment of single bits. Rows begin with bytes, or follow each other without anything
+ *  between them: the number of bytes tells. */
+Status ExpandBits(std::span<const uint8_t> segment, const _IMAGEINFO &image,
+                  const FrameLayout &layout, uint8_t *target) {
+    const uint64_t rowBits = uint64_t{image.nColumns} * layout.rowBits;
+    const uint64_t tight = (rowBits * image.nRows + 7) / 8;
+    const auto bits = MakeDataBlock<uint8_t>(layout.bytes);
+    if (!bits) return DICOM_ERROR_MEMORY;
+    std::memset(bits.get(), 0, layout.bytes);
+    const size_t made = ExpandRle(segment, {bits.get(), layout.bytes});
+    // A segment of odd length may end with a byte more.
+    const bool isTight = made == tight || made == tight + tight % 2;
+    const uint64_t stride = isTight ? rowBits : layout.rowStride * 8;
+    for (uint64_t row = 0; row < image.nRows; ++row) {
+        CopyBits({bits.get(), layout.bytes}, row * stride, rowBits,
+                 target + row * layout.rowStride);
+    }
+    return DICOM_SUCCESS;
+}
+
 /** Depth under which the JPEG decoder makes the samples of an image; 0 for none. */
 int32_t JpegDepth(const _IMAGEINFO &image, uint32_t sampleBytes) {
     const bool isWide = sampleBytes == 2;
@@ -154,7 +174,10 @@ uint16_t MDicomDS::DecodeRLE(_IMAGEINFO *pImage, uint8_t *pBuffer, uint32_t nBuf
     if (status != DICOM_SUCCESS) return status;
     const std::optional<RleHeader> header = ReadRleHeader(frame.Span());
     if (!header) return DICOM_ERROR_IMAGE;
-    const size_t sampleBytes = std::max(layout->sampleBytes, 1u);
+    if (layout->rowBits != 0) {
+        return ExpandBits(RleSegment(frame.Span(), *header, 0), *pImage, *layout, pBuffer);
+    }
+    const size_t sampleBytes = layout->sampleBytes;
     const size_t needed = pImage->nSamplesPerPixel * sampleBytes;
     const size_t taken = header->segments >= needed ? needed : std::min(header->segments, 3u);
     const size_t plane = layout->bytes / needed;
