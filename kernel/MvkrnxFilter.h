@@ -39,6 +39,50 @@ typedef struct _LOADFILEOPTION {
 } _LOADFILEOPTION;
 #pragma pack(pop)
 
+/** Formats of the DICOM filter, gray and colour. */
+enum {
+    FILTER_FORMAT_DICOM_GRAY = 89,
+    FILTER_FORMAT_DICOM_COLOR = 90,
+    FILTER_FORMAT_DICOM_RLE_GRAY = 125,
+    FILTER_FORMAT_DICOM_RLE_COLOR = 126,
+    FILTER_FORMAT_DICOM_JPEG_GRAY = 127, ///< lossless, or lossy with a quality
+    FILTER_FORMAT_DICOM_JPEG_COLOR = 128,
+    FILTER_FORMAT_DICOM_J2K_GRAY = 293, ///< lossless, or lossy with a quality
+    FILTER_FORMAT_DICOM_J2K_COLOR = 294
+};
+
+/** Texts that the DICOM filter reads and writes (_FILTERCOMMENT, _FILTERSAVE). */
+enum {
+    FILTER_COMMENT_PATIENT_NAME = 10,
+    FILTER_COMMENT_PATIENT_ID = 11,
+    FILTER_COMMENT_PATIENT_BIRTH_DATE = 12, ///< YYYYMMDD
+    FILTER_COMMENT_PATIENT_SEX = 13,        ///< M, F or O
+    FILTER_COMMENT_STUDY_INSTANCE = 14,     ///< UID
+    FILTER_COMMENT_STUDY_DATE = 15,         ///< YYYYMMDD
+    FILTER_COMMENT_STUDY_TIME = 16,         ///< HHMMSS.FFFFFF
+    FILTER_COMMENT_REFERRING_PHYSICIAN = 17,
+    FILTER_COMMENT_MODALITY = 18,
+    FILTER_COMMENT_SERIES_INSTANCE = 19, ///< UID
+    FILTER_COMMENT_SERIES_NUMBER = 20    ///< decimal number
+};
+
+/** Results of filter functions. */
+enum {
+    FILTER_SUCCESS = 1,
+    FILTER_ERROR_MEMORY = -1,
+    FILTER_ERROR_SEEK = -4,
+    FILTER_ERROR_WRITE = -5,
+    FILTER_ERROR_READ = -7,
+    FILTER_ERROR_FORMAT = -9, ///< not a file of this format, or no page that can be had
+    FILTER_ERROR_ARGUMENT = -13,
+    FILTER_ERROR_OPEN = -14,   ///< the file does not open or load
+    FILTER_ERROR_HEADER = -27, ///< attributes of the image missing or unusable
+    FILTER_ERROR_JPEG_CODEC = -356,
+    FILTER_ERROR_J2K_CODEC = -541,
+    FILTER_ERROR_ANNOTATION_LIBRARY = -1479,
+    FILTER_ERROR_IMAGE_LIBRARY = -1480
+};
+
 /** Row flags of a row callback. */
 enum {
     KERNEL_ROW = 3,       ///< every row
