@@ -4,7 +4,7 @@
 
 #include <chrono>
 
-#include "Image.h"
+#include "Access.h"
 
 namespace {
 

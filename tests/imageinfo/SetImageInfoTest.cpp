@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "Image.h"
+#include "Access.h"
 #include "kernel/Bitmap.h"
 #include "support/TestFiles.h"
 
