@@ -110,7 +110,9 @@ uint16_t MDicomDS::ChangeTransferSyntax(int32_t nTransferSyntax, int32_t nQualit
     uint32_t existing = IMAGE_COMPRESSION_NONE;
     GetTS(&flags, &existing, nullptr);
     _DICOMELEMENT *pixelData = FindFirstElement(nullptr, TAG_PIXEL_DATA, 1);
-    if (pixelData != nullptr) {
+    // Where no frame changes, none has to be understood.
+    const bool hasWork = target.compression != existing || existing != IMAGE_COMPRESSION_NONE;
+    if (pixelData != nullptr && hasWork) {
         _DICOMIMAGE image;
         Status status = GetInfoImage(pixelData, &image, 0);
         if (status == DICOM_SUCCESS) status = CheckBits(nTransferSyntax, image);

@@ -236,7 +236,8 @@ int32_t MDicomDS::InsertNativeFrame(_DICOMELEMENT *pElement, _IMAGEINFO *pInfo, 
     if (!HasPackedPixels(*pInfo) || nSize == pInfo->nFrameSize) {
         const uint64_t offset = uint64_t{std::min(nIndex, frames)} * pInfo->nFrameSize;
         if (offset > pElement->nLength) return 0;
-        if (!InsertFileBinaryValue(pElement, pFrame, static_cast<uint32_t>(offset), nSize)) return 0;
+        if (!InsertFileBinaryValue(pElement, pFrame, static_cast<uint32_t>(offset), nSize))
+            return 0;
         const uint64_t end = (uint64_t{frames} + 1) * pInfo->nFrameSize;
         if (HasRest(pElement->nLength, end)) {
             DeleteFileBinaryValue(pElement, static_cast<uint32_t>(end), kUndefinedLength);

@@ -15,8 +15,7 @@ constexpr uint8_t kAdobe = 0xEE;
 
 struct Frame {
     uint8_t marker;
-    bool hasAdobe;                  ///< an Adobe marker stands before it
-    std::span<const uint8_t> bytes; ///< of the segment behind its length
+    bool hasAdobe; ///< an Adobe marker stands before it
 };
 
 bool IsFrameMarker(uint8_t marker) {
@@ -36,8 +35,7 @@ std::optional<Frame> FindFrame(std::span<const uint8_t> stream) {
         }
         const size_t length = Load16(stream.data() + place + 2, false);
         if (length < 2 || place + 2 + length > stream.size()) return std::nullopt;
-        const std::span<const uint8_t> segment = stream.subspan(place + 4, length - 2);
-        if (IsFrameMarker(marker)) return Frame{marker, hasAdobe, segment};
+        if (IsFrameMarker(marker)) return Frame{marker, hasAdobe};
         hasAdobe = hasAdobe || marker == kAdobe;
         place += 2 + length;
     }
@@ -47,12 +45,9 @@ std::optional<Frame> FindFrame(std::span<const uint8_t> stream) {
 } // namespace
 
 std::string_view JpegPhotometric(std::span<const uint8_t> stream) {
-    constexpr size_t kFirstSampling = 7; // behind precision, rows, columns, count and a number
     const std::optional<Frame> frame = FindFrame(stream);
-    if (!frame || frame->marker == kLosslessFrame || frame->hasAdobe) return "RGB";
-    const bool isFull =
-        frame->bytes.size() <= kFirstSampling || frame->bytes[kFirstSampling] == 0x11;
-    return isFull ? "YBR_FULL" : "YBR_FULL_422";
+    const bool isPlain = !frame || frame->marker == kLosslessFrame || frame->hasAdobe;
+    return isPlain ? "RGB" : "YBR_FULL_422";
 }
 
 bool IsLosslessJpeg(std::span<const uint8_t> stream) {

@@ -8,8 +8,9 @@
 
 namespace mdicom {
 
-/** Photometric interpretation of a stream of three components that this library has made (PS 3.5,
- *  8.2.1): YBR_FULL_422 or YBR_FULL, or RGB for one that is lossless or has an Adobe marker. */
+/** Photometric interpretation of a stream of three components that this library has made:
+ *  YBR_FULL_422, which stands for luminance and chrominance however they are sampled (PS 3.5,
+ *  8.2.1), or RGB for a stream that is lossless or has an Adobe marker. */
 std::string_view JpegPhotometric(std::span<const uint8_t> stream);
 
 /** True if the frame of a stream is a lossless one. */
