@@ -48,9 +48,9 @@ Page FindPage(MDicomDS &dataSet, const _LOADFILEOPTION *options) {
     const int32_t wanted = options != nullptr ? options->nPageNumber : 1;
     const uint32_t number = std::min(static_cast<uint32_t>(std::max(wanted, 1)), total);
     Page page{nullptr, 0, number, total};
+    page.pixelData = dataSet.FindFirstElement(nullptr, TAG_PIXEL_DATA, 0);
     if (number == 0) return page;
     page.frame = number - 1;
-    page.pixelData = dataSet.FindFirstElement(nullptr, TAG_PIXEL_DATA, 0);
     while (page.pixelData != nullptr) {
         const uint32_t frames = dataSet.GetCountImage(page.pixelData);
         if (page.frame < frames) break;

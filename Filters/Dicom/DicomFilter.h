@@ -24,9 +24,9 @@ int32_t LoadFile(const wchar_t *name, OwnedDataSet &dataSet);
 
 /** A frame, counted through all Pixel Data. */
 struct Page {
-    _DICOMELEMENT *pixelData; ///< null if the data set has no frame
+    _DICOMELEMENT *pixelData; ///< null if there is none; without frames the first
     uint32_t frame;           ///< within pixelData
-    uint32_t number;          ///< from 1
+    uint32_t number;          ///< from 1; 0 without frames
     uint32_t total;
 };
 
