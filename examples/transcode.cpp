@@ -111,10 +111,11 @@ void ShowProgress(const Tally &tally, size_t files) {
 }
 
 void ShowResult(const Tally &tally) {
-    if (tally.bytesAfter > 0) {
-        std::printf(", %.2f times smaller",
-                    static_cast<double>(tally.bytesBefore) / static_cast<double>(tally.bytesAfter));
-    }
+    constexpr double kMega = 1e6;
+    const auto before = static_cast<double>(tally.bytesBefore);
+    const auto after = static_cast<double>(tally.bytesAfter);
+    std::printf(", %.1f MB to %.1f MB", before / kMega, after / kMega);
+    if (after > 0) std::printf(" (%.2f : 1)", before / after);
     std::printf("\n");
     for (const std::string &failure : tally.failures) std::printf("%s\n", failure.c_str());
 }
