@@ -52,6 +52,11 @@ echo
 echo "== ${#files[@]} files =="
 "$build/examples/survey" "${files[@]}"
 
+echo
+echo "== a contact sheet of the images among them =="
+# Files without an image are left out.
+"$build/examples/image" --sheet "$build/contact-sheet.png" "${files[@]}"
+
 file=$(choose "${files[@]}")
 echo
 echo "== the tree of $file =="

@@ -147,3 +147,14 @@ const char *StatusText(uint16_t status) {
             return "failed";
     }
 }
+
+std::vector<std::filesystem::path> FilesUnder(const std::filesystem::path &path) {
+    if (!std::filesystem::is_directory(path)) return {path};
+    std::vector<std::filesystem::path> files;
+    for (const std::filesystem::directory_entry &entry :
+         std::filesystem::recursive_directory_iterator(path)) {
+        if (entry.is_regular_file()) files.push_back(entry.path());
+    }
+    std::sort(files.begin(), files.end());
+    return files;
+}

@@ -1,8 +1,10 @@
-// What the examples share: text for people, whatever the locale of the process.
+// What the examples share: text for people, whatever the locale of the process, and files.
 
 #pragma once
 
+#include <filesystem>
 #include <string>
+#include <vector>
 
 #include "MDicom.h"
 
@@ -23,3 +25,7 @@ const char *StatusText(uint16_t status);
 
 /** The value of an element in one short line. */
 std::string ValueText(MDicomDS &ds, _DICOMELEMENT *element);
+
+/** All files of a folder in order of their names, or the file itself. Throws
+ *  std::filesystem::filesystem_error. */
+std::vector<std::filesystem::path> FilesUnder(const std::filesystem::path &path);

@@ -1,25 +1,13 @@
 // survey: loads files, or all files of folders, and prints a table of what was found.
 
-#include <algorithm>
 #include <cstdio>
 #include <filesystem>
-#include <vector>
 
 #include "ExampleText.h"
 
 namespace {
 
 namespace fs = std::filesystem;
-
-std::vector<fs::path> FilesUnder(const fs::path &path) {
-    if (!fs::is_directory(path)) return {path};
-    std::vector<fs::path> files;
-    for (const fs::directory_entry &entry : fs::recursive_directory_iterator(path)) {
-        if (entry.is_regular_file()) files.push_back(entry.path());
-    }
-    std::sort(files.begin(), files.end());
-    return files;
-}
 
 /** The flags that a load leaves tell how the file was encoded. */
 std::string EncodingOf(MDicomDS &ds) {
