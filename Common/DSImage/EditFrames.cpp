@@ -233,7 +233,7 @@ int32_t MDicomDS::InsertUncompressedFrame(_DICOMELEMENT *pElement, void *pData, 
 int32_t MDicomDS::InsertNativeFrame(_DICOMELEMENT *pElement, _IMAGEINFO *pInfo, uint8_t *pFrame,
                                     uint32_t nSize, uint32_t nIndex) {
     const uint32_t frames = pElement->nLength > 0 ? pInfo->nFrameCount : 0;
-    if (!HasPackedPixels(*pInfo) || nSize == pInfo->nFrameSize) {
+    if (!HasPackedPixels(*pInfo) || (nSize == pInfo->nFrameSize && BeginsWithByte(*pInfo))) {
         const uint64_t offset = uint64_t{std::min(nIndex, frames)} * pInfo->nFrameSize;
         if (offset > pElement->nLength) return 0;
         if (!InsertFileBinaryValue(pElement, pFrame, static_cast<uint32_t>(offset), nSize))
@@ -246,8 +246,10 @@ int32_t MDicomDS::InsertNativeFrame(_DICOMELEMENT *pElement, _IMAGEINFO *pInfo, 
     }
     std::vector<uint8_t> old(pElement->nLength);
     if (!old.empty() && !GetFileBinaryValue(pElement, old.data(), 0, pElement->nLength)) return 0;
-    const std::vector<uint8_t> value =
-        InsertPackedFrame(old, *pInfo, frames, std::min(nIndex, frames), pFrame);
+    const std::vector<uint8_t> rows =
+        nSize == pInfo->nFrameSize ? UnpackRows({pFrame, nSize}, *pInfo) : std::vector<uint8_t>();
+    const std::vector<uint8_t> value = InsertPackedFrame(
+        old, *pInfo, frames, std::min(nIndex, frames), rows.empty() ? pFrame : rows.data());
     return value.empty() ? 0 : ReplaceValue(*this, pElement, value.data(), value.size());
 }
 

@@ -62,6 +62,20 @@ PixelBits PixelBitsOf(const _IMAGEINFO &image) {
     return {bits * image.nFrameIndex, bits, TightRowBits(image)};
 }
 
+bool BeginsWithByte(const _IMAGEINFO &image) {
+    return IsLoose(image) || PackedFrameBits(image) % 8 == 0;
+}
+
+std::vector<uint8_t> UnpackRows(std::span<const uint8_t> frame, const _IMAGEINFO &image) {
+    const uint64_t rowBits = TightRowBits(image);
+    const uint64_t rowBytes = (rowBits + 7) / 8;
+    std::vector<uint8_t> rows(rowBytes * image.nRows);
+    for (uint64_t row = 0; row < image.nRows; ++row) {
+        CopyBits(frame, row * rowBits, rowBits, rows.data() + row * rowBytes);
+    }
+    return rows;
+}
+
 uint32_t CountPackedFrames(uint64_t length, uint32_t numberOfFrames, const _IMAGEINFO &image) {
     if (IsLoose(image))
         return static_cast<uint32_t>(std::max<uint64_t>(1, length / image.nFrameSize));

@@ -32,6 +32,13 @@ uint64_t PackedFrameBits(const _IMAGEINFO &image);
 /** The place of the frame that a description was made for. */
 PixelBits PixelBitsOf(const _IMAGEINFO &image);
 
+/** True if each frame begins with a byte, in the form of the value. */
+bool BeginsWithByte(const _IMAGEINFO &image);
+
+/** The rows of a frame without anything between its pixels, each beginning with a byte. Throws
+ *  std::bad_alloc. */
+std::vector<uint8_t> UnpackRows(std::span<const uint8_t> frame, const _IMAGEINFO &image);
+
 /** Frames in a value of so many bytes. */
 uint32_t CountPackedFrames(uint64_t length, uint32_t numberOfFrames, const _IMAGEINFO &image);
 
