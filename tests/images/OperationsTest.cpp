@@ -1,0 +1,325 @@
+// Frames come, go and are replaced: data sets against a list of frames.
+
+#include <gtest/gtest.h>
+
+#include <random>
+
+#include "Common/DSImage/UncompressedFrames.h"
+#include "Frames.h"
+#include "support/TestFiles.h"
+
+namespace {
+
+constexpr int32_t kGray = PHOTOMETRIC_MONOCHROME2;
+
+struct Stock {
+    const char *name;
+    uint32_t compression;
+    Kind kind;
+    int width;
+    int height;
+};
+
+constexpr Stock kStocks[] = {
+    {"native 8", kNone, {8, 8}, 5, 3},  {"native 16", kNone, {16, 12}, 5, 3},
+    {"native 1", kNone, {1, 1}, 5, 3},  {"native 1, one row", kNone, {1, 1}, 3, 1},
+    {"RLE", kRleClass, {16, 16}, 5, 3}, {"JPEG lossless", kJpegLossless, {8, 8}, 21, 13},
+};
+
+/** A data set and what it should hold. */
+class Modelled {
+  public:
+    explicit Modelled(const Stock &stock) : m_Stock(stock) {}
+
+    void Insert(uint32_t index) {
+        const uint32_t number = m_Next++;
+        const auto bitmap = Make(number);
+        ASSERT_EQ(ds.InsertImage(nullptr, bitmap.get(), index, m_Stock.compression, kGray, 0, 0, 0,
+                                 nullptr, nullptr),
+                  0);
+        index = std::min<uint32_t>(index, static_cast<uint32_t>(m_Frames.size()));
+        m_Frames.insert(m_Frames.begin() + index, number);
+    }
+
+    void Delete(uint32_t index, uint32_t count) {
+        ASSERT_EQ(ds.DeleteImage(nullptr, index, count), 0);
+        const size_t size = m_Frames.size();
+        const size_t end = std::min<size_t>(size, uint64_t{index} + count);
+        if (index >= end) return;
+        m_Frames.erase(m_Frames.begin() + index, m_Frames.begin() + static_cast<int>(end));
+    }
+
+    void Replace() {
+        const uint32_t number = m_Next++;
+        const auto bitmap = Make(number);
+        ASSERT_EQ(ds.SetImage(nullptr, bitmap.get(), m_Stock.compression, kGray, 0, 0, 0, nullptr,
+                              nullptr),
+                  0);
+        m_Frames = {number};
+    }
+
+    /** By the list forms, which write an offset table. */
+    void InsertList(uint32_t index, uint32_t count, bool all) {
+        HBITMAPLIST__ *list = nullptr;
+        KernelCreateBitmapList(&list);
+        if (all) m_Frames.clear();
+        index = all ? 0 : std::min<uint32_t>(index, static_cast<uint32_t>(m_Frames.size()));
+        for (uint32_t i = 0; i < count; ++i) {
+            const auto bitmap = Make(m_Next);
+            m_Frames.insert(m_Frames.begin() + index + i, m_Next++);
+            KernelListInsertItem(list, 0xFFFFFFFF, bitmap.get(), sizeof(_BITMAPHANDLE));
+            KernelInitBitmap(bitmap.get(), sizeof(_BITMAPHANDLE), 0, 0, 0);
+        }
+        const uint32_t compression = m_Stock.compression;
+        const uint16_t status =
+            all ? ds.SetImageList(nullptr, list, compression, kGray, 0, 0, 0)
+                : ds.InsertImageList(nullptr, list, index, compression, kGray, 0, 0, 0);
+        KernelDestroyBitmapList(list);
+        ASSERT_EQ(status, 0);
+        if (compression != kNone) ExpectTable();
+    }
+
+    void ExpectFrames() {
+        ASSERT_EQ(ds.GetCountImage(nullptr), m_Frames.size());
+        for (uint32_t i = 0; i < m_Frames.size(); ++i) {
+            TestBitmap bitmap;
+            ASSERT_EQ(Get(ds, bitmap, i), 0) << i;
+            ASSERT_TRUE(RowsOf(bitmap) == RowsOf(*Make(m_Frames[i]))) << i;
+        }
+        if (m_Frames.empty()) return;
+        EXPECT_EQ(support::StoredText(ds, 0x00280008), std::to_string(m_Frames.size()));
+    }
+
+    size_t Size() const { return m_Frames.size(); }
+
+    MDicomDS ds{nullptr};
+
+  private:
+    std::unique_ptr<TestBitmap> Make(uint32_t number) const {
+        return MakeBitmap(m_Stock.width, m_Stock.height, m_Stock.kind, number);
+    }
+
+    /** One fragment a frame: every offset is the place of its item. */
+    void ExpectTable() {
+        _DICOMELEMENT *element = ds.FindFirstElement(nullptr, TAG_PIXEL_DATA, 1);
+        _DICOMELEMENT *table = ds.GetChildElement(element, 1);
+        std::vector<uint32_t> offsets(table->nLength / 4);
+        ASSERT_EQ(offsets.size(), m_Frames.size());
+        ds.GetBinaryValue(table, offsets.data(), table->nLength);
+        uint32_t place = 0;
+        _DICOMELEMENT *item = ds.GetNextElement(table, 1, 1);
+        for (const uint32_t offset : offsets) {
+            ASSERT_EQ(offset, place);
+            place += 8 + item->nLength + item->nLength % 2;
+            item = ds.GetNextElement(item, 1, 1);
+        }
+        EXPECT_EQ(item, nullptr);
+    }
+
+    const Stock &m_Stock;
+    std::vector<uint32_t> m_Frames; ///< numbers of pictures
+    uint32_t m_Next = 0;
+};
+
+TEST(FrameOperations, LeaveTheFramesOfTheModel) {
+    const support::TemporaryFolder folder;
+    for (const Stock &stock : kStocks) {
+        SCOPED_TRACE(stock.name);
+        std::mt19937 random(7);
+        Modelled model(stock);
+        for (int step = 0; step < 120; ++step) {
+            const uint32_t index = random() % 9;
+            const auto work = random() % 10;
+            if (work < 5) model.Insert(index);
+            if (work == 5 || work == 6) model.Delete(index, random() % 4);
+            if (work == 7) model.InsertList(index, random() % 4 + 1, false);
+            if (work == 8) model.InsertList(0, random() % 4 + 1, true);
+            if (work == 9) model.Replace();
+            if (HasFatalFailure()) FAIL() << "step " << step << ", work " << work;
+            model.ExpectFrames();
+            if (HasFailure()) FAIL() << "step " << step << ", work " << work;
+            if (step % 20 != 0) continue;
+            const std::wstring file = folder.WideFile(std::to_string(step % 40));
+            ASSERT_EQ(model.ds.SaveDS(file.c_str(), 0), 0);
+            ASSERT_EQ(model.ds.LoadDS(file.c_str(), 0), 0);
+            model.ExpectFrames();
+        }
+        const auto size = static_cast<uint32_t>(model.Size());
+        model.Delete(size, 3);
+        model.Delete(0, 0xFFFFFFFF);
+        model.ExpectFrames();
+    }
+}
+
+/** The frame number in each item's window. */
+std::vector<double> ItemsOf(MDicomDS &ds) {
+    std::vector<double> numbers;
+    for (uint32_t i = 0;; ++i) {
+        tagDICOMWINDOWATTRIBS window;
+        if (ds.GetWindow(i, 0, &window, sizeof window, 0) != 0) return numbers;
+        numbers.push_back(window.fCenter);
+    }
+}
+
+TEST(FrameOperations, ItemsOfFunctionalGroupsMoveAlong) {
+    for (const uint32_t compression : {kNone, kRleClass}) {
+        MDicomDS ds(nullptr);
+        const auto bitmap = MakeBitmap(4, 4, {8, 8});
+        const auto insert = [&](uint32_t index, uint32_t flags = 0, int32_t photometric = kGray) {
+            return ds.InsertImage(nullptr, bitmap.get(), index, compression, photometric, 0, 0,
+                                  flags, nullptr, nullptr);
+        };
+        tagDICOMWINDOWATTRIBS window{};
+        window.nStructSize = sizeof window;
+        window.fWidth = 10;
+        for (uint32_t i = 0; i < 4; ++i) {
+            ASSERT_EQ(insert(i), 0);
+            window.fCenter = i + 1;
+            ASSERT_EQ(ds.SetWindow(i, 0, &window, DICOM_SETIMAGE_VOI_PER_FRAME), 0);
+        }
+        ASSERT_EQ(ds.DeleteImage(nullptr, 1, 2), 0);
+        EXPECT_EQ(ItemsOf(ds), (std::vector<double>{1, 4}));
+        ASSERT_EQ(insert(1), 0);
+        window.fCenter = 9;
+        ASSERT_EQ(ds.SetWindow(1, 0, &window, DICOM_SETIMAGE_VOI_PER_FRAME), 0);
+        EXPECT_EQ(ItemsOf(ds), (std::vector<double>{1, 9, 4}));
+        EXPECT_NE(insert(1, 0, 77), 0);
+        EXPECT_EQ(ItemsOf(ds), (std::vector<double>{1, 9, 4})) << "a failure moves nothing";
+    }
+}
+
+TEST(FrameOperations, DeletedFramesGoWithAllTheirFragments) {
+    Image image(1, 3, 8);
+    image.Syntax(kRle);
+    const std::string frame = TextOf(RleOf({{1, 2, 3}}));
+    // Frames of 1, 2 and 1 fragments by the table.
+    std::string table(12, '\0');
+    table[4] = static_cast<char>(frame.size() + 8);
+    table[8] = static_cast<char>(2 * frame.size() + 24);
+    image.Fragments({table, frame, frame.substr(0, 66), frame.substr(66), frame});
+    image.Text(0x00280008, "3 ");
+    ASSERT_EQ(image.ds.GetCountImage(nullptr), 3u);
+    uint32_t size = 0;
+    ASSERT_EQ(image.ds.GetFrameBinaryData(image.pixels, 1, nullptr, &size), 0);
+    EXPECT_EQ(size, frame.size());
+    std::string bytes(size, '\0');
+    ASSERT_EQ(image.ds.GetFrameBinaryData(image.pixels, 1, bytes.data(), &size), 0);
+    EXPECT_EQ(bytes, frame);
+    TestBitmap bitmap;
+    ASSERT_EQ(Get(image.ds, bitmap, 1), 0);
+    EXPECT_EQ(RowsOf(bitmap), (Bytes{1, 2, 3}));
+
+    ASSERT_EQ(image.ds.DeleteImage(image.pixels, 1, 1), 0);
+    EXPECT_EQ(image.ds.GetCountImage(nullptr), 2u);
+    EXPECT_EQ(image.ds.GetChildElement(image.pixels, 1)->nLength, 0u);
+    EXPECT_EQ(support::StoredText(image.ds, 0x00280008), "2");
+}
+
+TEST(FrameOperations, FrameBytesAreThoseStored) {
+    Image image(2, 5, 1);
+    image.Syntax(kExplicit);
+    image.Text(0x00280008, "2 ");
+    PutValue(image, {0x21, 0x44, 0x0C, 0}); // frames of 10 bits
+    uint32_t size = 0;
+    Bytes bytes(2);
+    ASSERT_EQ(image.ds.GetFrameBinaryData(image.pixels, 1, nullptr, &size), 0);
+    EXPECT_EQ(size, 2u);
+    ASSERT_EQ(image.ds.GetFrameBinaryData(image.pixels, 1, bytes.data(), &size), 0);
+    EXPECT_EQ(bytes, (Bytes{0x11, 0x03}));
+    size = 1;
+    bytes = {9, 9};
+    ASSERT_EQ(image.ds.GetFrameBinaryData(image.pixels, 1, bytes.data(), &size), 0);
+    EXPECT_EQ(bytes, (Bytes{0x11, 9}));
+    EXPECT_EQ(image.ds.GetFrameBinaryData(image.pixels, 2, nullptr, &size), DICOM_ERROR_IMAGE);
+    EXPECT_EQ(image.ds.GetFrameBinaryData(image.pixels, 0, bytes.data(), nullptr), 0);
+    image.Syntax("1.2.840.10008.1.2.4.80");
+    EXPECT_EQ(image.ds.GetFrameBinaryData(image.pixels, 0, nullptr, &size),
+              DICOM_ERROR_COMPRESSION);
+}
+
+TEST(FrameOperations, UncompressedFramesComeTightOrPadded) {
+    Image image(2, 3, 8);
+    image.Syntax(kExplicit);
+    PutValue(image, {});
+    const auto insert = [&](Bytes bytes, uint32_t index) {
+        return mdicom::UncompressedFrames::Insert(image.ds, image.pixels, bytes.data(),
+                                                  static_cast<uint32_t>(bytes.size()), index);
+    };
+    EXPECT_EQ(insert({1, 2, 3, 4, 5, 6}, 7), 1);
+    EXPECT_EQ(insert({7, 8, 9, 0, 10, 11, 12, 0}, 0), 1);
+    EXPECT_EQ(insert({1, 2, 3, 4, 5, 6, 7}, 0), 0);
+    TestBitmap bitmap;
+    ASSERT_EQ(Get(image.ds, bitmap, 0), 0);
+    EXPECT_EQ(RowsOf(bitmap), (Bytes{7, 8, 9, 10, 11, 12}));
+    ASSERT_EQ(Get(image.ds, bitmap, 1), 0);
+    EXPECT_EQ(RowsOf(bitmap), (Bytes{1, 2, 3, 4, 5, 6}));
+    EXPECT_EQ(mdicom::UncompressedFrames::Insert(image.ds, nullptr, nullptr, 6, 0), 0);
+    Image bilevel(2, 5, 1); // frames of 10 bits
+    bilevel.Syntax(kExplicit);
+    PutValue(bilevel, {});
+    for (uint32_t i = 0; i < 3; ++i) {
+        bilevel.Set(0x00280008, {i});
+        uint8_t bits[] = {static_cast<uint8_t>(0x41 + i), 2};
+        ASSERT_EQ(mdicom::UncompressedFrames::Insert(bilevel.ds, bilevel.pixels, bits, 2, i), 1);
+    }
+    bilevel.Set(0x00280008, {3});
+    ASSERT_EQ(Get(bilevel.ds, bitmap, 2), 0);
+    EXPECT_EQ(RowsOf(bitmap), (Bytes{0xC0, 0x48}));
+    Image compressed(2, 3, 8);
+    compressed.Syntax(kRle);
+    compressed.Fragments({"", TextOf(RleOf({{1, 2, 3, 4, 5, 6}}))});
+    uint8_t bytes[6] = {};
+    EXPECT_EQ(mdicom::UncompressedFrames::Insert(compressed.ds, compressed.pixels, bytes, 6, 0), 0);
+}
+
+TEST(J2kOptions, AreCheckedAsTheStandardHasThem) {
+    struct {
+        uint32_t _FILEJ2KOPTIONS::*member;
+        uint32_t value;
+        bool isGood;
+    } const kCases[] = {
+        {&_FILEJ2KOPTIONS::nStructSize, 155, false},
+        {&_FILEJ2KOPTIONS::nCompressionControl, 4, false},
+        {&_FILEJ2KOPTIONS::nXOsiz, 641, false}, // behind the first tile
+        {&_FILEJ2KOPTIONS::nYOsiz, 480, true},
+        {&_FILEJ2KOPTIONS::nXTOsiz, 1, false},
+        {&_FILEJ2KOPTIONS::nXTsiz, 63, false},
+        {&_FILEJ2KOPTIONS::nYTsiz, 64, true},
+        {&_FILEJ2KOPTIONS::nDecompositionLevels, 31, false},
+        {&_FILEJ2KOPTIONS::nDecompositionLevels, 0xFFFFFFFF, false},
+        {&_FILEJ2KOPTIONS::nProgressionOrder, 5, false},
+        {&_FILEJ2KOPTIONS::nCodeBlockWidth, 2, false},
+        {&_FILEJ2KOPTIONS::nCodeBlockWidth, 48, false},
+        {&_FILEJ2KOPTIONS::nCodeBlockHeight, 128, false}, // 13 bits with the width
+        {&_FILEJ2KOPTIONS::nCodeBlockHeight, 4, true},
+        {&_FILEJ2KOPTIONS::nGuardBits, 8, false},
+        {&_FILEJ2KOPTIONS::nBaseMantissa, 2048, false},
+        {&_FILEJ2KOPTIONS::nBaseExponent, 17, false},
+    };
+    MDicomDS ds(nullptr);
+    _FILEJ2KOPTIONS defaults{};
+    ASSERT_EQ(ds.GetDefaultJ2KOptions(&defaults, sizeof defaults), 0);
+    for (const auto &row : kCases) {
+        _FILEJ2KOPTIONS options = defaults;
+        options.*row.member = row.value;
+        EXPECT_EQ(ds.SetJ2KOptions(&options), row.isGood ? 0 : DICOM_ERROR_PARAMETER)
+            << &row - kCases;
+        _FILEJ2KOPTIONS kept{};
+        ASSERT_EQ(ds.GetJ2KOptions(&kept, sizeof kept), 0);
+        EXPECT_EQ(std::memcmp(&kept, row.isGood ? &options : &defaults, sizeof kept), 0);
+        ASSERT_EQ(ds.SetJ2KOptions(nullptr), 0);
+    }
+    EXPECT_EQ(ds.GetJ2KOptions(nullptr, 4), DICOM_ERROR_PARAMETER);
+    EXPECT_EQ(ds.GetJ2KOptions(&defaults, 0), DICOM_ERROR_PARAMETER);
+    EXPECT_EQ(ds.GetDefaultJ2KOptions(nullptr, 4), DICOM_ERROR_NO_RECORD);
+
+    // Lossless coding leaves them as they are.
+    const auto bitmap = MakeBitmap(8, 8, {8, 8});
+    ASSERT_EQ(ds.SetImage(nullptr, bitmap.get(), kJ2kLossless, kGray, 0, 0, 0, nullptr, nullptr),
+              0);
+    _FILEJ2KOPTIONS kept{};
+    ds.GetJ2KOptions(&kept, sizeof kept);
+    EXPECT_EQ(kept.nCompressionControl, 3u);
+}
+
+} // namespace
