@@ -229,11 +229,21 @@ int32_t MDicomDS::InsertBinaryValue(_DICOMELEMENT *pElement, void *pData, uint32
 
 int32_t MDicomDS::InsertFileBinaryValue(_DICOMELEMENT *pElement, void *pData, uint32_t nOffset,
                                         uint32_t nLength) {
+    if (pElement == nullptr || !CheckElement(pElement) || IsUndefined(pElement)) return 0;
     const StoreGuard guard(m_pExtra);
+    const uint64_t total = uint64_t{pElement->nLength} + nLength;
+    const bool pad = total % 2 != 0;
+    if (total + pad >= 0xFFFFFFFE) return 0;
+    // The pad byte is stored first, so that it cannot fail when the others are there.
+    const uint8_t padByte = PadByteOf(pElement->nVR);
+    uint32_t padPlace = 0;
+    if (pad && !ReserveBlocks(pElement, pElement->nBlockCount + 3)) return 0;
+    if (pad && !AppendToStore(m_TempFile, &padByte, 1, &padPlace)) return 0;
     if (!InsertBinaryValue(pElement, pData, nOffset, nLength)) return 0;
-    if (pElement->nLength % 2 == 0) return 1;
-    uint8_t pad = PadByteOf(pElement->nVR);
-    return InsertBinaryValue(pElement, &pad, kUndefinedLength, 1);
+    if (!pad) return 1;
+    InsertBlock(pElement, pElement->nBlockCount, {&m_TempFile, padPlace, 1});
+    ++pElement->nLength;
+    return 1;
 }
 
 int32_t MDicomDS::DeleteFileBinaryValue(_DICOMELEMENT *pElement, uint32_t nOffset,
