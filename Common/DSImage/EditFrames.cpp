@@ -74,19 +74,21 @@ uint16_t MDicomDS::ReadFrame(_IMAGEINFO *pInfo, void *pData, uint32_t nSize) {
 
 uint16_t MDicomDS::DeleteImage(_DICOMELEMENT *pElement, uint32_t nIndex, uint32_t nCount) {
     if (!CheckElement(pElement)) return DICOM_ERROR_PARAMETER;
-    const uint32_t end =
-        std::min(CheckedAdd(nIndex, nCount).value_or(0xFFFFFFFF), GetCountImage(pElement));
-    for (uint32_t left = end > nIndex ? end - nIndex : 0; left > 0;) {
-        uint32_t frame = nIndex;
-        _DICOMELEMENT *element = pElement != nullptr ? pElement : FindPixelData(&frame);
-        if (element == nullptr) break;
-        const uint32_t count = std::min(left, GetCountImage(element) - frame);
-        const bool isLast = count == GetCountImage(element);
-        DeleteFrames(element, frame, count);
-        left -= count;
-        if (isLast && pElement != nullptr) break;
-    }
-    return DICOM_SUCCESS;
+    return Guarded<uint16_t>(DICOM_ERROR_MEMORY, [&]() -> uint16_t {
+        const uint32_t wanted = CheckedAdd(nIndex, nCount).value_or(0xFFFFFFFF);
+        const uint32_t end = std::min(wanted, CountFrames(*this, pElement));
+        for (uint32_t left = end > nIndex ? end - nIndex : 0; left > 0;) {
+            uint32_t frame = nIndex;
+            _DICOMELEMENT *element = pElement != nullptr ? pElement : FindPixelData(&frame);
+            if (element == nullptr) break;
+            const uint32_t frames = CountFrames(*this, element);
+            const uint32_t count = std::min(left, frames - frame);
+            DeleteFrames(element, frame, count);
+            left -= count;
+            if (count == frames && pElement != nullptr) break;
+        }
+        return DICOM_SUCCESS;
+    });
 }
 
 uint16_t MDicomDS::DeleteImage(_DICOMELEMENT *pElement, uint32_t nIndex) {
@@ -117,15 +119,16 @@ uint16_t MDicomDS::DeleteFrames(_DICOMELEMENT *pElement, uint32_t nFirst, uint32
 uint16_t MDicomDS::DeleteFragments(_DICOMELEMENT *pElement, _IMAGEINFO *pInfo, uint32_t nCount) {
     _IMAGEINFO next = *pInfo;
     next.pFrameElement = nullptr;
-    LocateFrame(pElement, &next, pInfo->nFrameIndex + nCount);
+    const Status behind = LocateFrame(pElement, &next, pInfo->nFrameIndex + nCount);
+    if (behind == DICOM_ERROR_MEMORY) return behind; // not the end of all frames
     const _DICOMELEMENT *end = next.pFrameElement;
     next.pFrameElement = nullptr;
-    LocateFrame(pElement, &next, 0);
+    if (LocateFrame(pElement, &next, 0) == DICOM_ERROR_MEMORY) return DICOM_ERROR_MEMORY;
     if (!PrepareOffsetTable(*this, pElement, next.pFrameElement)) return DICOM_ERROR_WRITE;
     for (_DICOMELEMENT *item = pInfo->pFrameElement; item != nullptr && item != end;) {
-        _DICOMELEMENT *behind = NextOf(item);
+        _DICOMELEMENT *following = NextOf(item);
         DeleteElement(item);
-        item = behind;
+        item = following;
     }
     return DICOM_SUCCESS;
 }

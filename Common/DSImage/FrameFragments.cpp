@@ -2,11 +2,29 @@
 
 #include "Common/DSImage/FrameFragments.h"
 
+#include <new>
+
 #include "Common/DS/ElementNode.h"
+#include "Common/Utils/CheckedMath.h"
 #include "Common/Utils/Vr.h"
 #include "MDicomDS.h"
 
 namespace mdicom {
+
+uint32_t CountFrames(MDicomDS &dataSet, _DICOMELEMENT *pixelData) {
+    _DICOMIMAGE image{};
+    if (pixelData != nullptr) {
+        const uint16_t status = dataSet.GetInfoImage(pixelData, &image, 0);
+        if (status == DICOM_ERROR_MEMORY) throw std::bad_alloc();
+        return image.nFrameCount;
+    }
+    uint32_t total = 0;
+    for (pixelData = dataSet.FindFirstElement(nullptr, TAG_PIXEL_DATA, 0); pixelData != nullptr;
+         pixelData = dataSet.FindNextElement(pixelData, 0)) {
+        total = CheckedAdd(total, CountFrames(dataSet, pixelData)).value_or(0xFFFFFFFF);
+    }
+    return total;
+}
 
 void DeleteBeside(MDicomDS &dataSet, _DICOMELEMENT *neighbor, uint32_t tag) {
     _DICOMELEMENT *found = dataSet.FindFirstElement(neighbor, tag, 1);

@@ -10,6 +10,10 @@ class MDicomDS;
 
 namespace mdicom {
 
+/** Frames of an element, or of all Pixel Data for null. Throws std::bad_alloc where memory is too
+ *  short to count them, which is not the same as none. */
+uint32_t CountFrames(MDicomDS &dataSet, _DICOMELEMENT *pixelData);
+
 /** Deletes the element with a tag that stands on the level of another one, if there is one. */
 void DeleteBeside(MDicomDS &dataSet, _DICOMELEMENT *neighbor, uint32_t tag);
 

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <new>
 #include <span>
 #include <string_view>
 #include <vector>
@@ -101,10 +102,10 @@ Status FrameSaver::Save() {
         &FrameSaver::CopySource,       &FrameSaver::SettleCompression, &FrameSaver::SettleElement,
         &FrameSaver::SettleFirstFrame, &FrameSaver::DescribeStored,    &FrameSaver::MatchStored,
         &FrameSaver::StoreLuts,        &FrameSaver::ConvertRows,       &FrameSaver::Encode,
-        &FrameSaver::StoreFrame,
+        &FrameSaver::WritePhotometric, &FrameSaver::StoreFrame,
     };
     for (const auto step : kSteps) {
-        const Status status = (this->*step)();
+        const Status status = Guarded<Status>(DICOM_ERROR_MEMORY, [&] { return (this->*step)(); });
         if (status != DICOM_SUCCESS) {
             Undo();
             return status;
@@ -141,7 +142,7 @@ Status FrameSaver::SettleCompression() {
     uint16_t flags = 0;
     uint32_t existing = IMAGE_COMPRESSION_NONE;
     m_DataSet.GetTS(&flags, &existing, nullptr);
-    m_Frames = m_PixelData != nullptr ? m_DataSet.GetCountImage(m_PixelData) : 0;
+    m_Frames = m_PixelData != nullptr ? CountFrames(m_DataSet, m_PixelData) : 0;
     if (m_Frames > 0) {
         m_Compression = existing;
         const bool isEncapsulated = m_PixelData->nLength == kUndefinedLength;
@@ -152,7 +153,7 @@ Status FrameSaver::SettleCompression() {
     const bool isExplicitLittle = (m_DataSet.m_nFlags & kExplicitLittle) == kExplicitLittle;
     if (!isExplicitLittle) m_Compression = IMAGE_COMPRESSION_NONE;
     // Pixel Data that stands elsewhere, as that of icons, has the same transfer syntax.
-    const bool isOther = m_DataSet.GetCountImage(nullptr) > 0;
+    const bool isOther = CountFrames(m_DataSet, nullptr) > 0;
     if (isOther && m_Compression == IMAGE_COMPRESSION_NONE &&
         existing <= IMAGE_COMPRESSION_J2K_LOSSY) {
         m_Compression = existing;
@@ -403,7 +404,9 @@ Status FrameSaver::StoreFragment() {
 _DICOMELEMENT *FrameSaver::FindFrame(uint32_t frame) {
     _IMAGEINFO info = m_Stored;
     info.pFrameElement = nullptr;
-    if (frame < m_Frames) m_DataSet.LocateFrame(m_PixelData, &info, frame);
+    if (frame >= m_Frames) return nullptr;
+    const Status status = m_DataSet.LocateFrame(m_PixelData, &info, frame);
+    if (status == DICOM_ERROR_MEMORY) throw std::bad_alloc();
     return info.pFrameElement;
 }
 
@@ -464,12 +467,11 @@ void FrameSaver::WriteFrameAttributes() {
     if (m_DataSet.GetInfoImage(m_PixelData, &info, m_Request.index, 0) == DICOM_SUCCESS) {
         m_DataSet.AddIODSpecificElements(m_PixelData, &info);
     }
-    WritePhotometric();
 }
 
 /** Colour is called what it is within the code stream. */
-void FrameSaver::WritePhotometric() {
-    if (m_Picture->nBitsPerPixel != 24 || !IsCompressed()) return;
+Status FrameSaver::WritePhotometric() {
+    if (m_Picture->nBitsPerPixel != 24 || !IsCompressed()) return DICOM_SUCCESS;
     std::string_view text = "RGB";
     const bool transformed =
         m_DataSet.m_pExtra != nullptr && m_DataSet.m_pExtra->J2KOptions.bUseColorTransform != 0;
@@ -477,8 +479,10 @@ void FrameSaver::WritePhotometric() {
         text = m_Compression == IMAGE_COMPRESSION_J2K_LOSSLESS ? "YBR_RCT" : "YBR_ICT";
     }
     if (IsJpeg(m_Compression)) text = JpegPhotometric({m_Data, m_Size});
-    m_DataSet.FindSetValue(m_PixelData, kPhotometricInterpretation, text.data(),
-                           static_cast<uint32_t>(text.size()), VALUE_ARRAY_BYTE);
+    const bool done =
+        m_DataSet.FindSetValue(m_PixelData, kPhotometricInterpretation, text.data(),
+                               static_cast<uint32_t>(text.size()), VALUE_ARRAY_BYTE) != nullptr;
+    return done ? DICOM_SUCCESS : DICOM_ERROR_WRITE;
 }
 
 void FrameSaver::Undo() {

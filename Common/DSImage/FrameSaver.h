@@ -63,7 +63,7 @@ class FrameSaver {
     _DICOMELEMENT *FindFrame(uint32_t frame);
     _DICOMELEMENT *MakeRoomForFragment();
     void WriteFrameAttributes();
-    void WritePhotometric();
+    Status WritePhotometric();
     void Undo();
 
     bool IsCompressed() const;

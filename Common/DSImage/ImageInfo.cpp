@@ -69,23 +69,28 @@ void ReadExtremes(const Attributes &attributes, _IMAGEINFO &info) {
         ReadExtreme(attributes, 0x00280107, 0x00280105, isSigned, &info.nLargestPixelValue);
 }
 
-/** Reads (0028,0004); false for a text that names no photometric interpretation. */
-bool ReadPhotometric(const Attributes &attributes, _IMAGEINFO &info) {
+bool HasValue(const _DICOMELEMENT *element) {
+    return element != nullptr && element->nLength > 0;
+}
+
+/** Reads (0028,0004), of which there may be no value. */
+uint16_t ReadPhotometric(const Attributes &attributes, bool hasValue, _IMAGEINFO &info) {
     constexpr uint32_t kRoom = std::size(_IMAGEINFO{}.szPhotometricInterpretation);
     char text[kRoom] = {};
     const uint32_t read = attributes.dataSet.FindGetValue(
         attributes.pixelData, kPhotometricInterpretation, text, 0, kRoom, VALUE_ARRAY_BYTE);
+    if (hasValue && read == 0) return DICOM_ERROR_MEMORY;
     text[kRoom - 1] = '\0';
     std::transform(text, text + kRoom, info.szPhotometricInterpretation,
                    [](char c) { return static_cast<wchar_t>(static_cast<uint8_t>(c)); });
     const std::string_view trimmed = TrimBlanks(text);
-    if (read == 0 || trimmed.empty()) return true; // MONOCHROME1
+    if (trimmed.empty()) return DICOM_SUCCESS; // MONOCHROME1
     const auto *row =
         std::find_if(std::begin(kPhotometrics), std::end(kPhotometrics),
                      [trimmed](const PhotometricRow &each) { return each.text == trimmed; });
-    if (row == std::end(kPhotometrics)) return false;
+    if (row == std::end(kPhotometrics)) return DICOM_ERROR_PHOTOMETRIC;
     info.nPhotometric = row->number;
-    return true;
+    return DICOM_SUCCESS;
 }
 
 bool IsBilevel(const _IMAGEINFO &info) {
@@ -268,7 +273,9 @@ uint16_t MDicomDS::DescribeImage(_DICOMELEMENT *pElement, _IMAGEINFO *pInfo, int
     }
     ReadPixelFormat(attributes, info);
     ReadExtremes(attributes, info);
-    if (!ReadPhotometric(attributes, info)) return DICOM_ERROR_PHOTOMETRIC;
+    const bool hasText = HasValue(FindOutward(pElement, kPhotometricInterpretation));
+    const uint16_t status = ReadPhotometric(attributes, hasText, info);
+    if (status != DICOM_SUCCESS) return status;
     DecideDepth(info);
     if (info.bGray && info.nBitsAllocated == 24) return DICOM_ERROR_IMAGE;
     WidenDepth(info);
@@ -285,7 +292,9 @@ uint16_t MDicomDS::DescribeImage(_DICOMELEMENT *pElement, _IMAGEINFO *pInfo, int
 uint16_t MDicomDS::LocateFrame(_DICOMELEMENT *pElement, _IMAGEINFO *pInfo, uint32_t nFrame) {
     _IMAGEINFO &info = *pInfo;
     if (pElement == nullptr || pElement->nTag != TAG_PIXEL_DATA) return DICOM_ERROR_IMAGE;
-    const uint32_t numberOfFrames = Attributes{*this, pElement}.Get(kNumberOfFrames);
+    uint32_t numberOfFrames = 0;
+    const bool isRead = Attributes{*this, pElement}.Read(kNumberOfFrames, &numberOfFrames);
+    if (!isRead && HasValue(FindOutward(pElement, kNumberOfFrames))) return DICOM_ERROR_MEMORY;
     if (IsEncapsulated(pElement)) {
         const uint16_t status =
             LocateFragment(pElement, pInfo, {info.nCompression, numberOfFrames}, nFrame);

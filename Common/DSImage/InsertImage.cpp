@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "Common/DS/ElementNode.h"
+#include "Common/DSImage/FrameFragments.h"
 #include "Common/DSImage/FrameSaver.h"
 #include "Common/DSImage/PixelInfoSnapshot.h"
 #include "Common/DSValue/ValueAccess.h"
@@ -64,11 +65,13 @@ uint16_t MDicomDS::InsertImage(_DICOMELEMENT *pElement, _BITMAPHANDLE *pBitmap, 
     if (pElement != nullptr && pElement->nTag != TAG_PIXEL_DATA) return DICOM_ERROR_PARAMETER;
     const bool isIntact = (m_nFlags & DS_KEEP_PIXEL_DATA_INTACT) != 0;
     if (isIntact) nFlags |= DICOM_SETIMAGE_NO_LUT_ELEMENTS;
-    if (pElement == nullptr) pElement = FindInsertionPoint(&nIndex);
-    if (pElement != nullptr) nIndex = std::min(nIndex, GetCountImage(pElement));
-
     CMyImagePixelInfo snapshot;
-    if (isIntact) snapshot.Take(*this, nullptr);
+    const uint16_t prepared = Guarded<uint16_t>(DICOM_ERROR_MEMORY, [&]() -> uint16_t {
+        if (pElement == nullptr) pElement = FindInsertionPoint(&nIndex);
+        if (pElement != nullptr) nIndex = std::min(nIndex, CountFrames(*this, pElement));
+        return isIntact ? snapshot.Take(*this, nullptr) : Status{DICOM_SUCCESS};
+    });
+    if (prepared == DICOM_ERROR_MEMORY) return prepared;
     _DICOMELEMENT *groups = FindFirstElement(nullptr, kPerFrameGroups, 1);
     const uint32_t items = CountChildren(groups);
     InsertItemPerFrameMultiFrameFunctionalGroup(nIndex);
@@ -84,7 +87,7 @@ uint16_t MDicomDS::InsertImage(_DICOMELEMENT *pElement, _BITMAPHANDLE *pBitmap, 
 }
 
 /** The Pixel Data element that a frame is inserted in: the one that holds it, else the last one,
- *  behind its frames. */
+ *  behind its frames. Throws std::bad_alloc. */
 _DICOMELEMENT *MDicomDS::FindInsertionPoint(uint32_t *pIndex) {
     _DICOMELEMENT *element = FindPixelData(pIndex);
     if (element != nullptr) return element;
