@@ -375,14 +375,14 @@ Status FrameLoader::WidenTwelveBits() {
 }
 
 Status FrameLoader::ConvertDepth() {
-    constexpr int32_t kOwnOrder = -1;
     const int32_t depth = m_Request.bitsPerPixel;
+    const int32_t order = depth >= 24 ? int32_t{KERNEL_ORDER_BGR} : -1;
     if (depth == 0 || depth == m_Bitmap->nBitsPerPixel) return DICOM_SUCCESS;
     if (m_Info.bGray && (depth == 8 || depth == 12 || depth == 16)) {
         return StatusOfKernel(KernelGrayScaleBitmap(m_Bitmap.Get(), depth));
     }
     return StatusOfKernel(KernelColorResBitmap(m_Bitmap.Get(), m_Bitmap.Get(),
-                                               sizeof(_BITMAPHANDLE), depth, kOwnOrder, nullptr,
+                                               sizeof(_BITMAPHANDLE), depth, order, nullptr,
                                                KERNEL_COLORRES_DITHER));
 }
 
