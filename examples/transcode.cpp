@@ -63,16 +63,6 @@ bool ParseQuality(std::string_view text, int32_t *quality) {
     return error == std::errc() && stop == end && *quality >= 2 && *quality <= 255;
 }
 
-std::vector<fs::path> FilesUnder(const fs::path &path) {
-    if (!fs::is_directory(path)) return {path};
-    std::vector<fs::path> files;
-    for (const fs::directory_entry &entry : fs::recursive_directory_iterator(path)) {
-        if (entry.is_regular_file()) files.push_back(entry.path());
-    }
-    std::sort(files.begin(), files.end());
-    return files;
-}
-
 /** Empty after a success, else what failed. */
 std::string Transcode(const fs::path &in, const fs::path &out, const Target &target) {
     const auto failure = [](const char *step, uint16_t status) {

@@ -30,6 +30,7 @@ constexpr uint32_t kPhotometricInterpretation = 0x00280004;
 constexpr uint32_t kBitsAllocated = 0x00280100;
 constexpr uint32_t kSmallestPixelValue = 0x00280106;
 constexpr uint32_t kLargestPixelValue = 0x00280107;
+constexpr uint32_t kLossyImageCompression = 0x00282110;
 constexpr uint32_t kTimeSlices[] = {0x00540080, 0x00540070};
 constexpr std::string_view kJpegExtended = "1.2.840.10008.1.2.4.51";
 
@@ -462,6 +463,11 @@ void FrameSaver::WriteFrameAttributes() {
     if (!IsIntact()) {
         m_DataSet.FindSetValue(m_PixelData, kNumberOfFrames, &frames, 1, VALUE_ARRAY_DWORD);
         for (const uint32_t tag : kTimeSlices) DeleteBeside(m_DataSet, m_PixelData, tag);
+    }
+    constexpr std::string_view kLossy = "01";
+    if (!IsIntact() && IsLossy(m_Compression)) {
+        m_DataSet.FindSetValue(m_PixelData, kLossyImageCompression, kLossy.data(),
+                               static_cast<uint32_t>(kLossy.size()), VALUE_ARRAY_BYTE);
     }
     _IMAGEINFO info{};
     if (m_DataSet.GetInfoImage(m_PixelData, &info, m_Request.index, 0) == DICOM_SUCCESS) {

@@ -151,7 +151,7 @@ TEST(RoundTrip, AttributesSayWhatIsStored) {
         {{16, 10}, 0, kRleClass, "1.2.840.10008.1.2.5", "MONOCHROME1", 16, 10, "OB"},
         {{16, 16}, 1, kJpegLossy, "1.2.840.10008.1.2.4.51", "MONOCHROME2", 16, 12, "OB"},
         {{8, 8}, 1, kJpegLossy, "1.2.840.10008.1.2.4.50", "MONOCHROME2", 8, 8, "OB"},
-        {{24, 8}, 3, kJpegLossy, "1.2.840.10008.1.2.4.50", "YBR_FULL", 8, 8, "OB"},
+        {{24, 8}, 3, kJpegLossy, "1.2.840.10008.1.2.4.50", "YBR_FULL_422", 8, 8, "OB"},
         {{24, 8}, 3, kJpegLossless, "1.2.840.10008.1.2.4.70", "RGB", 8, 8, "OB"},
         {{24, 8}, 3, kJ2kLossless, "1.2.840.10008.1.2.4.90", "YBR_RCT", 8, 8, "OB"},
         {{24, 8}, 3, kJ2kLossy, "1.2.840.10008.1.2.4.91", "YBR_ICT", 8, 8, "OB"},
