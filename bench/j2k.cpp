@@ -1,7 +1,6 @@
 // JPEG 2000 frames through the library's host of the codec, beside OpenJPEG alone in the same run
 // with as many threads.
 
-#include <openjpeg.h>
 #include <time.h>
 
 #include <cstdio>
@@ -9,6 +8,7 @@
 #include <random>
 #include <thread>
 
+#include "BareJ2k.h"
 #include "j2k_codec/Codec.h"
 
 namespace {
@@ -54,76 +54,11 @@ Pair Best(int runs, const std::function<void()> &ours, const std::function<void(
     return best;
 }
 
-struct Cursor {
-    Bytes &bytes;
-    size_t position = 0;
-};
-
-OPJ_SIZE_T Read(void *buffer, OPJ_SIZE_T count, void *data) {
-    auto &cursor = *static_cast<Cursor *>(data);
-    count = std::min<size_t>(count, cursor.bytes.size() - cursor.position);
-    if (count == 0) return static_cast<OPJ_SIZE_T>(-1);
-    std::memcpy(buffer, cursor.bytes.data() + cursor.position, count);
-    cursor.position += count;
-    return count;
-}
-
-OPJ_SIZE_T Write(void *buffer, OPJ_SIZE_T count, void *data) {
-    auto &cursor = *static_cast<Cursor *>(data);
-    if (cursor.bytes.size() < cursor.position + count) cursor.bytes.resize(cursor.position + count);
-    std::memcpy(cursor.bytes.data() + cursor.position, buffer, count);
-    cursor.position += count;
-    return count;
-}
-
-OPJ_OFF_T Skip(OPJ_OFF_T count, void *data) {
-    static_cast<Cursor *>(data)->position += static_cast<size_t>(count);
-    return count;
-}
-
-OPJ_BOOL Seek(OPJ_OFF_T place, void *data) {
-    static_cast<Cursor *>(data)->position = static_cast<size_t>(place);
-    return OPJ_TRUE;
-}
-
-opj_stream_t *Open(Cursor &cursor, bool reading) {
-    opj_stream_t *stream = opj_stream_default_create(reading);
-    opj_stream_set_user_data(stream, &cursor, nullptr);
-    opj_stream_set_user_data_length(stream, cursor.bytes.size());
-    opj_stream_set_read_function(stream, Read);
-    opj_stream_set_write_function(stream, Write);
-    opj_stream_set_skip_function(stream, Skip);
-    opj_stream_set_seek_function(stream, Seek);
-    return stream;
-}
-
-int Threads() {
-    return static_cast<int>(std::thread::hardware_concurrency());
-}
-
-/** Into the planes of OpenJPEG, which the caller destroys. */
-opj_image_t *BareDecode(Bytes &bytes) {
-    Cursor cursor{bytes};
-    opj_stream_t *stream = Open(cursor, true);
-    opj_codec_t *codec = opj_create_decompress(OPJ_CODEC_J2K);
-    opj_dparameters_t parameters;
-    opj_set_default_decoder_parameters(&parameters);
-    opj_setup_decoder(codec, &parameters);
-    opj_codec_set_threads(codec, Threads());
-    opj_image_t *image = nullptr;
-    if (!opj_read_header(stream, codec, &image) || !opj_decode(codec, stream, image)) {
-        std::puts("bare decoding failed");
-    }
-    opj_destroy_codec(codec);
-    opj_stream_destroy(stream);
-    return image;
-}
-
 /** From planes that are there, which it uses up. */
 size_t BareEncode(opj_image_t *image) {
     Bytes bytes;
-    Cursor cursor{bytes};
-    opj_stream_t *stream = Open(cursor, false);
+    bare::Cursor cursor{bytes};
+    opj_stream_t *stream = bare::Open(cursor, false);
     opj_codec_t *codec = opj_create_compress(OPJ_CODEC_J2K);
     opj_cparameters_t parameters;
     opj_set_default_encoder_parameters(&parameters);
@@ -131,7 +66,7 @@ size_t BareEncode(opj_image_t *image) {
     parameters.cp_disto_alloc = 1;
     parameters.tcp_mct = image->numcomps == 3;
     opj_setup_encoder(codec, &parameters, image);
-    opj_codec_set_threads(codec, Threads());
+    opj_codec_set_threads(codec, bare::Threads());
     const bool done = opj_start_compress(codec, image, stream) && opj_encode(codec, stream) &&
                       opj_end_compress(codec, stream);
     if (!done) std::puts("bare encoding failed");
@@ -176,11 +111,11 @@ void Measure(const char *name, int32_t size, int32_t depth) {
         [&] {
             if (Decode(stream, target, bits) != 1) std::puts("decoding failed");
         },
-        [] {}, [&] { opj_image_destroy(BareDecode(stream)); });
+        [] {}, [&] { opj_image_destroy(bare::DecodeJ2k(stream)); });
     Row((std::string("decode ") + name).c_str(), megabytes, decode);
     opj_image_t *planes = nullptr;
     const Pair encode = Best(
-        runs, [&] { Encode(source, 0, options); }, [&] { planes = BareDecode(stream); },
+        runs, [&] { Encode(source, 0, options); }, [&] { planes = bare::DecodeJ2k(stream); },
         [&] {
             if (BareEncode(planes) != stream.size()) std::puts("streams differ");
             opj_image_destroy(planes);
@@ -191,7 +126,7 @@ void Measure(const char *name, int32_t size, int32_t depth) {
 } // namespace
 
 int main() {
-    std::printf("threads: %d\n", Threads());
+    std::printf("threads: %d\n", bare::Threads());
     const MDicomDS keepsCodecLoaded(nullptr);
     Measure("512 x 512, 8 bits", 512, 8);
     Measure("2048 x 2048, 12 of 16 bits", 2048, 16);

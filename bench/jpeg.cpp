@@ -10,8 +10,7 @@
 #include <functional>
 #include <vector>
 
-#include <jpeglib.h>
-
+#include "BareJpeg.h"
 #include "companions/MFCMPX/MFCMPX.h"
 
 namespace {
@@ -90,25 +89,6 @@ void Load(const Bytes &stream, int bitsPerPixel, Bytes &rows) {
                         nullptr) == MFCMPX_SUCCESS);
 }
 
-/** The library alone, with the same settings. */
-void LoadBare(const Bytes &stream, Bytes &rows) {
-    jpeg_decompress_struct library;
-    jpeg_error_mgr errors;
-    library.err = jpeg_std_error(&errors);
-    jpeg_create_decompress(&library);
-    jpeg_mem_src(&library, stream.data(), stream.size());
-    jpeg_read_header(&library, TRUE);
-    library.out_color_space = JCS_EXT_BGR;
-    library.dct_method = JDCT_ISLOW;
-    jpeg_start_decompress(&library);
-    while (library.output_scanline < library.output_height) {
-        JSAMPROW row = rows.data() + size_t{library.output_scanline} * kWidth * 3;
-        jpeg_read_scanlines(&library, &row, 1);
-    }
-    jpeg_finish_decompress(&library);
-    jpeg_destroy_decompress(&library);
-}
-
 /** Megabytes of pixels per second, a sample of more than 8 bits counting as two bytes. */
 double Rate(size_t pixelBytes, double seconds) {
     return static_cast<double>(pixelBytes) * kWidth * kHeight / 1e6 / seconds;
@@ -147,7 +127,7 @@ void Color() {
     double bare = 1e9;
     for (int i = 0; i < 2 * kRuns; ++i) { // in turns: the machine's speed changes
         own = std::min(own, Seconds([&] { Load(stream, 24, decoded); }));
-        bare = std::min(bare, Seconds([&] { LoadBare(stream, decoded); }));
+        bare = std::min(bare, Seconds([&] { bare::DecodeJpeg(stream, decoded); }));
     }
     std::printf("8 bits, colour, lossy: %.2f bits per pixel\n",
                 8.0 * static_cast<double>(stream.size()) / kWidth / kHeight);
