@@ -6,6 +6,7 @@
 #include <functional>
 #include <thread>
 
+#include "support/Images.h"
 #include "support/TestFiles.h"
 #include "support/TreeCompare.h"
 
@@ -42,6 +43,34 @@ TEST(Threads, LoadEditAndSaveSideBySide) {
             MDicomDS again(nullptr);
             if (again.LoadDS(name.c_str(), 0) != DICOM_SUCCESS) return;
             if (!support::Difference(ds, again, {.compareVr = round % 2 != 0}).empty()) return;
+        }
+        ++good;
+    });
+    EXPECT_EQ(good, kThreads);
+}
+
+TEST(Threads, DecodeAndChangeImagesSideBySide) {
+    constexpr support::Form kForms[] = {
+        {"gray", "MONOCHROME2", 1, 16, 12, 11, 0, 0, 2},
+        {"colour", "RGB", 3, 8, 8, 7, 0, 0, 2},
+    };
+    const wchar_t *const kSyntaxes[] = {L"1.2.840.10008.1.2.5", L"1.2.840.10008.1.2.4.70",
+                                        L"1.2.840.10008.1.2.4.90", L"1.2.840.10008.1.2.2"};
+    const support::TemporaryFolder folder;
+    std::atomic<int> good = 0;
+    InThreads([&](int number) {
+        for (int round = 0; round < 4; ++round) {
+            MDicomDS ds(nullptr);
+            support::MakeImage(ds, kForms[number % 2]);
+            const std::vector<support::Picture> pictures = support::LoadAll(ds);
+            for (const wchar_t *uid : kSyntaxes) {
+                if (ds.ChangeTransferSyntax(uid, 0, 0) != DICOM_SUCCESS) return;
+                const std::wstring name = folder.WideFile("image" + std::to_string(number));
+                if (ds.SaveDS(name.c_str(), DS_METAHEADER_PRESENT) != DICOM_SUCCESS) return;
+                MDicomDS again(nullptr);
+                if (again.LoadDS(name.c_str(), 0) != DICOM_SUCCESS) return;
+                if (support::LoadAll(again) != pictures) return;
+            }
         }
         ++good;
     });

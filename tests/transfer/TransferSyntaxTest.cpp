@@ -8,7 +8,7 @@
 #include <map>
 #include <set>
 
-#include "Images.h"
+#include "support/Images.h"
 #include "support/RealFiles.h"
 #include "support/TestFiles.h"
 #include "support/TreeCompare.h"
@@ -16,7 +16,7 @@
 
 namespace {
 
-using namespace transfer;
+using namespace support;
 
 const std::wstring kImplicit = L"1.2.840.10008.1.2";
 const std::wstring kExplicit = L"1.2.840.10008.1.2.1";

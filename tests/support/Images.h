@@ -8,10 +8,9 @@
 
 #include "MDicom.h"
 #include "Mvkrnx.h"
+#include "support/TestFiles.h"
 
-namespace transfer {
-
-using Bytes = std::vector<uint8_t>;
+namespace support {
 
 /** What an image is like. */
 struct Form {
@@ -132,4 +131,4 @@ inline std::vector<Picture> LoadAll(MDicomDS &ds) {
     return pictures;
 }
 
-} // namespace transfer
+} // namespace support
