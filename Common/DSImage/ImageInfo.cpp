@@ -2,6 +2,7 @@
 // frames it holds, and where a frame lies.
 
 #include <algorithm>
+#include <charconv>
 #include <cmath>
 #include <cstring>
 #include <iterator>
@@ -69,28 +70,40 @@ void ReadExtremes(const Attributes &attributes, _IMAGEINFO &info) {
         ReadExtreme(attributes, 0x00280107, 0x00280105, isSigned, &info.nLargestPixelValue);
 }
 
-bool HasValue(const _DICOMELEMENT *element) {
-    return element != nullptr && element->nLength > 0;
+/** First characters of a text as it is stored; empty where there is none. Takes no memory, so that
+ *  a lack of it is never taken for a lack of the attribute. */
+template <size_t Room>
+std::string_view ReadText(MDicomDS &dataSet, _DICOMELEMENT *element, char (&text)[Room]) {
+    if (element == nullptr || element->nLength == kUndefinedLength) return {};
+    const uint32_t length = std::min<uint32_t>(element->nLength, Room - 1);
+    if (length == 0 || !dataSet.GetBinaryValue(element, text, length)) return {};
+    text[length] = '\0';
+    return std::string_view(text);
 }
 
-/** Reads (0028,0004), of which there may be no value. */
-uint16_t ReadPhotometric(const Attributes &attributes, bool hasValue, _IMAGEINFO &info) {
-    constexpr uint32_t kRoom = std::size(_IMAGEINFO{}.szPhotometricInterpretation);
-    char text[kRoom] = {};
-    const uint32_t read = attributes.dataSet.FindGetValue(
-        attributes.pixelData, kPhotometricInterpretation, text, 0, kRoom, VALUE_ARRAY_BYTE);
-    if (hasValue && read == 0) return DICOM_ERROR_MEMORY;
-    text[kRoom - 1] = '\0';
-    std::transform(text, text + kRoom, info.szPhotometricInterpretation,
+/** The first number of an integer string; 0 where there is none. */
+uint32_t NumberOf(std::string_view text) {
+    const size_t first = text.find_first_not_of(' ');
+    if (first == std::string_view::npos) return 0;
+    uint32_t number = 0;
+    std::from_chars(text.data() + first, text.data() + text.size(), number);
+    return number;
+}
+
+/** Takes (0028,0004), of which there may be no value; false for a text that names no photometric
+ *  interpretation. */
+bool TakePhotometric(std::string_view text, _IMAGEINFO &info) {
+    constexpr size_t kRoom = std::size(_IMAGEINFO{}.szPhotometricInterpretation);
+    const std::string_view trimmed = TrimBlanks(text).substr(0, kRoom - 1);
+    std::transform(trimmed.begin(), trimmed.end(), info.szPhotometricInterpretation,
                    [](char c) { return static_cast<wchar_t>(static_cast<uint8_t>(c)); });
-    const std::string_view trimmed = TrimBlanks(text);
-    if (trimmed.empty()) return DICOM_SUCCESS; // MONOCHROME1
+    if (trimmed.empty()) return true; // MONOCHROME1
     const auto *row =
         std::find_if(std::begin(kPhotometrics), std::end(kPhotometrics),
                      [trimmed](const PhotometricRow &each) { return each.text == trimmed; });
-    if (row == std::end(kPhotometrics)) return DICOM_ERROR_PHOTOMETRIC;
+    if (row == std::end(kPhotometrics)) return false;
     info.nPhotometric = row->number;
-    return DICOM_SUCCESS;
+    return true;
 }
 
 bool IsBilevel(const _IMAGEINFO &info) {
@@ -273,9 +286,11 @@ uint16_t MDicomDS::DescribeImage(_DICOMELEMENT *pElement, _IMAGEINFO *pInfo, int
     }
     ReadPixelFormat(attributes, info);
     ReadExtremes(attributes, info);
-    const bool hasText = HasValue(FindOutward(pElement, kPhotometricInterpretation));
-    const uint16_t status = ReadPhotometric(attributes, hasText, info);
-    if (status != DICOM_SUCCESS) return status;
+    char text[std::size(_IMAGEINFO{}.szPhotometricInterpretation)];
+    _DICOMELEMENT *photometric = FindOutward(pElement, kPhotometricInterpretation);
+    if (!TakePhotometric(ReadText(*this, photometric, text), info)) {
+        return DICOM_ERROR_PHOTOMETRIC;
+    }
     DecideDepth(info);
     if (info.bGray && info.nBitsAllocated == 24) return DICOM_ERROR_IMAGE;
     WidenDepth(info);
@@ -292,9 +307,11 @@ uint16_t MDicomDS::DescribeImage(_DICOMELEMENT *pElement, _IMAGEINFO *pInfo, int
 uint16_t MDicomDS::LocateFrame(_DICOMELEMENT *pElement, _IMAGEINFO *pInfo, uint32_t nFrame) {
     _IMAGEINFO &info = *pInfo;
     if (pElement == nullptr || pElement->nTag != TAG_PIXEL_DATA) return DICOM_ERROR_IMAGE;
-    uint32_t numberOfFrames = 0;
-    const bool isRead = Attributes{*this, pElement}.Read(kNumberOfFrames, &numberOfFrames);
-    if (!isRead && HasValue(FindOutward(pElement, kNumberOfFrames))) return DICOM_ERROR_MEMORY;
+    char text[17];
+    uint32_t numberOfFrames =
+        NumberOf(ReadText(*this, FindOutward(pElement, kNumberOfFrames), text));
+    // Not a text, as it should be.
+    if (numberOfFrames == 0) Attributes{*this, pElement}.Read(kNumberOfFrames, &numberOfFrames);
     if (IsEncapsulated(pElement)) {
         const uint16_t status =
             LocateFragment(pElement, pInfo, {info.nCompression, numberOfFrames}, nFrame);

@@ -29,9 +29,6 @@ constexpr uint32_t kLossyImageCompression = 0x00282110;
 constexpr uint32_t kLossyRatio = 0x00282112;
 constexpr uint32_t kLossyMethod = 0x00282114;
 
-constexpr const char *kPhotometrics[] = {"MONOCHROME1", "MONOCHROME2", "PALETTE COLOR", "RGB",
-                                         "ARGB",        "CMYK",        "YBR_FULL",      "YBR_FULL"};
-
 } // namespace
 
 FrameTranscoder::FrameTranscoder(MDicomDS &dataSet, uint32_t compression, int32_t quality)
@@ -86,8 +83,8 @@ Status FrameTranscoder::StageText(uint32_t tag, std::string_view text) {
     return done ? DICOM_SUCCESS : DICOM_ERROR_WRITE;
 }
 
+/** What three components are called. */
 std::string FrameTranscoder::NewPhotometric() const {
-    if (m_Result.nSamplesPerPixel != 3) return kPhotometrics[std::min(m_Result.nPhotometric, 7u)];
     if (KeepsYbr()) return "YBR_FULL";
     const bool isLosslessJ2k = m_Compression == IMAGE_COMPRESSION_J2K_LOSSLESS;
     if (isLosslessJ2k || m_Compression == IMAGE_COMPRESSION_J2K_LOSSY) {
