@@ -119,7 +119,14 @@ void Row(const char *what, double value, const char *unit, const char *wanted) {
 
 void Native(const support::TemporaryFolder &folder, int size) {
     Source source(size, 16, 16, 7);
-    const auto ds = Saved(folder, source, IMAGE_COMPRESSION_NONE);
+    MDicomDS made(nullptr);
+    Store(made, source, IMAGE_COMPRESSION_NONE);
+    Check(made.SaveDS(folder.WideFile("native").c_str(), 0) == DICOM_SUCCESS);
+    MDicomDS fromFile(nullptr);
+    Check(fromFile.LoadDS(folder.WideFile("native").c_str(), 0) == DICOM_SUCCESS);
+    support::Bytes saved = support::ReadFile(folder.File("native"));
+    MDicomDS inMemory(nullptr);
+    Check(support::LoadBytes(inMemory, saved) == DICOM_SUCCESS);
     const size_t bytes = size_t{source.bitmap.nBytesPerLine} * static_cast<size_t>(size);
     Bytes target(bytes);
     const uint8_t *rows = KernelLendBitmapRow(&source.bitmap, 0);
@@ -127,14 +134,11 @@ void Native(const support::TemporaryFolder &folder, int size) {
         std::memcpy(to, rows, bytes);
         asm volatile("" : : "r"(to) : "memory");
     };
-    const auto times = Least({[&] { Decode(*ds); }, [&] { copy(target.data()); },
-                              [&] {
-                                  const std::unique_ptr<uint8_t[]> fresh(new uint8_t[bytes]);
-                                  copy(fresh.get());
-                              }});
+    const auto times =
+        Least({[&] { Decode(inMemory); }, [&] { Decode(fromFile); }, [&] { copy(target.data()); }});
     std::printf("native, 16 bits, %d x %d: %.0f MB/s\n", size, size, source.megabytes / times[0]);
-    Row("  part of memcpy's speed", times[1] / times[0], "", "-");
-    Row("  part of memcpy's speed into a new block", times[2] / times[0], "", ">= 0.5");
+    Row("  part of memcpy's speed, from memory", times[2] / times[0], "", ">= 0.5");
+    Row("  part of memcpy's speed, from a file", times[2] / times[1], "", "-");
 }
 
 void RunLength(const support::TemporaryFolder &folder) {

@@ -39,7 +39,7 @@ std::vector<int> Samples(const _BITMAPHANDLE &bitmap, const Kind &kind) {
     for (int y = 0; y < bitmap.nHeight; ++y) {
         const uint8_t *row = KernelLendBitmapRow(&bitmap, y);
         for (int x = 0; x < perRow; ++x) {
-            int sample = row[x];
+            int sample = depth == 8 || depth == 24 ? row[x] : 0;
             if (depth == 1) sample = row[x / 8] >> (7 - x % 8) & 1;
             if (depth == 12) {
                 const int pair = row[x / 2 * 3 + x % 2] | row[x / 2 * 3 + x % 2 + 1] << 8;
