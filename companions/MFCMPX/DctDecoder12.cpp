@@ -124,7 +124,9 @@ bool Dct12Decoder::ConvertsColors() const {
     const auto &components = frame_.components;
     const ColorMarks marks{parser_.AdobeTransform(),
                            parser_.HasJfif(),
-                           {components[0].id, components[1].id, components[2].id}};
+                           {components[0].id, components[1].id, components[2].id},
+                           components[0].horizontal > components[1].horizontal ||
+                               components[0].vertical > components[1].vertical};
     return HasChrominance(marks, color_);
 }
 

@@ -40,10 +40,13 @@ void StoreRow(const Target &target, size_t y, size_t component, const uint16_t *
 struct ColorMarks {
     std::optional<uint8_t> adobeTransform;
     bool hasJfif = false;
-    std::array<int, 3> ids{}; ///< of the components
+    std::array<int, 3> ids{};  ///< of the components
+    bool isSubsampled = false; ///< the second component is smaller than the first
 };
 
-/** An Adobe marker decides; without one the caller knows, else the stream has to be guessed at. */
+/** An Adobe marker decides. Without one a stream that can only be luminance and chrominance is, for
+ *  callers are told RGB by files that hold no such thing; else the caller knows, and where he does
+ *  not the stream has to be guessed at. */
 bool HasChrominance(const ColorMarks &marks, int32_t color);
 
 /** What became of the entropy-coded data of a scan. */

@@ -10,7 +10,7 @@
 /** What the three components of a lossy stream are, unless an Adobe marker in it says so. */
 enum {
     MFCMPX_COLOR_FROM_STREAM = 0, ///< told from its markers and component numbers
-    MFCMPX_COLOR_RGB = 1,         ///< as they stand
+    MFCMPX_COLOR_RGB = 1,         ///< as they stand, if they can be
     MFCMPX_COLOR_YBR = 2          ///< luminance and chrominance, to be converted to RGB
 };
 

@@ -43,8 +43,9 @@ void StoreRow(const Target &target, size_t y, size_t component, const uint16_t *
 bool HasChrominance(const ColorMarks &marks, int32_t color) {
     constexpr std::array<int, 3> rgb{'R', 'G', 'B'};
     if (marks.adobeTransform) return *marks.adobeTransform != 0;
+    if (marks.hasJfif || marks.isSubsampled) return true;
     if (color != MFCMPX_COLOR_FROM_STREAM) return color != MFCMPX_COLOR_RGB;
-    return marks.hasJfif || marks.ids != rgb;
+    return marks.ids != rgb;
 }
 
 } // namespace jpeg

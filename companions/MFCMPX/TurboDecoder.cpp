@@ -113,6 +113,9 @@ ColorMarks MarksOf(const jpeg_decompress_struct &library) {
     if (library.saw_Adobe_marker) marks.adobeTransform = library.Adobe_transform;
     marks.hasJfif = library.saw_JFIF_marker;
     for (size_t i = 0; i < 3; ++i) marks.ids[i] = library.comp_info[i].component_id;
+    const jpeg_component_info *components = library.comp_info;
+    marks.isSubsampled = components[0].h_samp_factor > components[1].h_samp_factor ||
+                         components[0].v_samp_factor > components[1].v_samp_factor;
     return marks;
 }
 

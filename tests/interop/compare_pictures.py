@@ -37,6 +37,7 @@ EXPLAINED = {
     "CT0012.fragmented_no_bot_jpeg_baseline.51.dcm": "the same",
     "CT0012.fragmented_no_bot_jpeg_lossless.57.dcm": "the same",
     "CT0012.not_fragmented_bot_rle.dcm": "the same",
+    "SC_rgb_jpeg_lossy_gdcm.dcm": "dcmj2pnm takes its luminance and chrominance for RGB",
     "explicit_big.dcm": "a window of width 0: dcmj2pnm makes one gray of it",
 }
 counts = collections.Counter()

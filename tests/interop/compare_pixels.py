@@ -51,6 +51,9 @@ EXPLAINED = {
         "frame 0 has status 8", "no bitmap has colour of 32 bits a component"),
     "SC_rgb_rle_32bit_2frame.dcm": (
         "frame 0 has status 8", "no bitmap has colour of 32 bits a component"),
+    "SC_rgb_jpeg_lossy_gdcm.dcm": (
+        "frame 0 differs: 255",
+        "chrominance of half the size under the name of RGB, which dcmdjpeg takes for RGB"),
     "meta_missing_tsyntax.dcm": ("frame 0 has status 14", "there are no Rows and no Columns"),
     "nested_priv_SQ.dcm": ("frame 0 has status 14", "there are no Rows and no Columns"),
     "emri_small_jpeg_2k_lossless_too_short.dcm": (

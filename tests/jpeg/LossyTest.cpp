@@ -154,6 +154,12 @@ TEST(Lossy, MarkersDecideOnColorsBeforeTheCaller) {
             EXPECT_TRUE(near(first(rgb, depth, color), picture)) << depth << " color " << color;
         }
     }
+    constexpr uint8_t kJfif[] = {0xFF, 0xE0, 0, 16, 'J', 'F', 'I', 'F', 0,
+                                 1,    1,    0, 0,  1,   0,   1,   0,   0};
+    Bytes jfif = plain;
+    jfif.insert(jfif.begin() + 2, std::begin(kJfif), std::end(kJfif));
+    EXPECT_TRUE(near(first(jfif, 24, MFCMPX_COLOR_RGB), picture)) << "JFIF is never RGB";
+    EXPECT_TRUE(near(first(MakeTwelveBits(jfif), 48, MFCMPX_COLOR_RGB), picture));
     EXPECT_EQ(Behind(plain, 0xE0), plain.size()) << "no JFIF marker";
     EXPECT_EQ(Behind(plain, 0xEE), plain.size()) << "no Adobe marker";
 }
