@@ -329,7 +329,7 @@ Status FrameLoader::ApplyLuts() {
     int32_t low = 0;
     int32_t high = 0;
     const bool is32 = m_Bitmap->nBitsPerPixel == 32;
-    if (!is32 && !FindWordRange(*m_Bitmap.Get(), &low, &high) &&
+    if (!is32 && !FindSampleRange(*m_Bitmap.Get(), &low, &high) &&
         image_processing::GetMinMaxVal(m_Bitmap.Get(), &low, &high) != KERNEL_SUCCESS) {
         low = high = 0;
     }

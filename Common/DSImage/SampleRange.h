@@ -8,8 +8,8 @@
 
 namespace mdicom {
 
-/** The least and the greatest value of the significant bits of a bitmap. False for bitmaps of
- *  other forms than words of gray in rows from top to bottom. */
-bool FindWordRange(const _BITMAPHANDLE &bitmap, int32_t *low, int32_t *high);
+/** The least and the greatest value of the significant bits of a bitmap whose rows stand from top
+ *  to bottom: of depth 8, of gray of 16, of all components of 24. False for other bitmaps. */
+bool FindSampleRange(const _BITMAPHANDLE &bitmap, int32_t *low, int32_t *high);
 
 } // namespace mdicom
