@@ -4,7 +4,9 @@
 
 #include <algorithm>
 #include <cstring>
+#include <span>
 
+#include "Common/DSImage/BitRuns.h"
 #include "Common/DSImage/RleCodec.h"
 #include "Common/System/Companions.h"
 #include "Common/Utils/ByteOrder.h"
@@ -27,13 +29,10 @@ size_t SampleBytesOf(const FrameView &frame) {
     return std::max(frame.layout.sampleBytes, 1u);
 }
 
-/** Samples in a row; of a row of bits, its bytes. */
-size_t RowSamples(const FrameView &frame) {
-    return frame.layout.rowBits != 0 ? frame.layout.rowStride : frame.columns;
-}
-
-size_t StrideOf(const FrameView &frame) {
-    return frame.layout.rowBits != 0 ? 1 : frame.layout.pixelStride;
+/** Bytes of a segment. */
+uint64_t PlaneBytes(const FrameView &frame) {
+    const uint64_t pixels = uint64_t{frame.columns} * frame.rows;
+    return frame.layout.rowBits != 0 ? (pixels + 7) / 8 : pixels;
 }
 
 template <size_t Bytes>
@@ -52,8 +51,8 @@ Copy CopyOf(size_t sampleBytes) {
 
 /** Every byte of a frame that belongs to a segment, one behind the other. */
 void GatherPlane(const FrameView &frame, size_t offset, uint8_t *target) {
-    const size_t stride = StrideOf(frame);
-    const size_t count = RowSamples(frame);
+    const size_t stride = frame.layout.pixelStride;
+    const size_t count = frame.columns;
     const uint8_t *row = frame.data + offset;
     for (uint32_t i = 0; i < frame.rows; ++i, row += frame.layout.rowStride, target += count) {
         switch (stride) {
@@ -66,6 +65,15 @@ void GatherPlane(const FrameView &frame, size_t offset, uint8_t *target) {
             default:
                 for (size_t x = 0; x < count; ++x) target[x] = row[stride * x];
         }
+    }
+}
+
+/** Rows of bits without anything between them, as other systems have them in a segment. */
+void GatherBits(const FrameView &frame, std::span<uint8_t> target) {
+    std::fill(target.begin(), target.end(), uint8_t{0});
+    for (uint32_t row = 0; row < frame.rows; ++row) {
+        StoreBits(frame.data + row * frame.layout.rowStride, frame.columns, target,
+                  uint64_t{row} * frame.columns);
     }
 }
 
@@ -104,12 +112,13 @@ FrameView ViewOf(const _BITMAPHANDLE &bitmap) {
 uint8_t *PackComponent(const FrameView &frame, size_t component, uint8_t *plane, uint8_t *header,
                        uint8_t *end) {
     const size_t bytes = SampleBytesOf(frame);
-    const size_t planeBytes = RowSamples(frame) * frame.rows;
+    const size_t planeBytes = PlaneBytes(frame);
     for (size_t i = 0; i < bytes; ++i) {
         const size_t segment = component * bytes + i;
         Store32(header + 4 * (segment + 1), static_cast<uint32_t>(end - header), true);
         const size_t place = frame.layout.components[component] + (bytes - 1 - i);
-        const bool isPlane = StrideOf(frame) == 1 && frame.layout.rowStride == RowSamples(frame);
+        const bool isPlane =
+            frame.layout.pixelStride == 1 && frame.layout.rowStride == frame.columns;
         if (!isPlane) GatherPlane(frame, place, plane);
         end = PackRle({isPlane ? frame.data + place : plane, planeBytes}, end);
     }
@@ -138,7 +147,7 @@ void RearrangeFrame(const FrameView &frame, const FrameLayout &layout, uint8_t *
 
 Status EncodeRleFrame(const FrameView &frame, EncodedFrame &encoded) {
     const size_t planes = frame.samples * SampleBytesOf(frame);
-    const uint64_t planeBytes = uint64_t{RowSamples(frame)} * frame.rows;
+    const uint64_t planeBytes = PlaneBytes(frame);
     const uint64_t most = kRleHeaderSize + planes * uint64_t{MostRleBytes(planeBytes)};
     if (planes > kMostRleSegments || most > kLongestFrame) return DICOM_ERROR_IMAGE;
     KernelBlock block = MakeKernelBlock(most);
@@ -147,7 +156,12 @@ Status EncodeRleFrame(const FrameView &frame, EncodedFrame &encoded) {
     std::memset(block.get(), 0, kRleHeaderSize);
     Store32(block.get(), static_cast<uint32_t>(planes), true);
     uint8_t *end = block.get() + kRleHeaderSize;
-    for (size_t i = 0; i < frame.samples; ++i) {
+    if (frame.layout.rowBits != 0) {
+        GatherBits(frame, {plane.get(), planeBytes});
+        Store32(block.get() + 4, kRleHeaderSize, true);
+        end = PackRle({plane.get(), planeBytes}, end);
+    }
+    for (size_t i = 0; frame.layout.rowBits == 0 && i < frame.samples; ++i) {
         end = PackComponent(frame, i, plane.get(), block.get(), end);
     }
     encoded.size = static_cast<uint32_t>(end - block.get());
@@ -220,21 +234,8 @@ uint16_t MDicomDS::EncodeNONE(uint8_t **ppData, _BITMAPHANDLE *pBitmap, uint32_t
 
 uint16_t MDicomDS::EncodeRLE(uint8_t **ppData, _BITMAPHANDLE *pBitmap, uint32_t *pSize) {
     if (KernelAccessBitmap(pBitmap) != KERNEL_SUCCESS) return DICOM_ERROR_IMAGE;
-    FrameView view = ViewOf(*pBitmap);
-    if (view.layout.rowBits != 0) view.layout.rowStride = RowBytes(*pBitmap);
-    // Padding behind rows of bits is no part of a frame.
-    const bool isPadded = view.layout.rowBits != 0 && pBitmap->nBytesPerLine != RowBytes(*pBitmap);
-    EncodedFrame rows;
-    if (isPadded) {
-        uint32_t size = 0;
-        uint8_t *tight = nullptr;
-        const Status status = EncodeNONE(&tight, pBitmap, &size);
-        if (status != DICOM_SUCCESS) return status;
-        rows.bytes.reset(tight);
-        view.data = tight;
-    }
     EncodedFrame frame;
-    const Status status = EncodeRleFrame(view, frame);
+    const Status status = EncodeRleFrame(ViewOf(*pBitmap), frame);
     return HandOut(status, frame, ppData, pSize);
 }
 

@@ -16,7 +16,7 @@ struct KernelFreer {
 };
 using KernelBlock = std::unique_ptr<uint8_t[], KernelFreer>;
 
-/** Samples of a frame. Rows of single bits count as bytes of one sample. */
+/** Samples of a frame. */
 struct FrameView {
     const uint8_t *data;
     FrameLayout layout;
@@ -34,7 +34,8 @@ struct EncodedFrame {
 /** Copies the samples of a frame into another layout of the same sample size. */
 void RearrangeFrame(const FrameView &frame, const FrameLayout &layout, uint8_t *target);
 
-/** Segments of PS 3.5, G: the most significant byte of a sample first. */
+/** Segments of PS 3.5, G: the most significant byte of a sample first. Single bits follow each
+ * other without anything between rows. */
 Status EncodeRleFrame(const FrameView &frame, EncodedFrame &encoded);
 
 /** How a JPEG stream is to be made. */
