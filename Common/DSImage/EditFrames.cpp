@@ -8,6 +8,7 @@
 #include "Common/DS/ElementNode.h"
 #include "Common/DSImage/FrameData.h"
 #include "Common/DSImage/FrameFragments.h"
+#include "Common/DSImage/ImageTags.h"
 #include "Common/DSImage/PackedPixels.h"
 #include "Common/DSImage/UncompressedFrames.h"
 #include "Common/DSValue/ValueAccess.h"
@@ -19,8 +20,6 @@
 using namespace mdicom;
 
 namespace {
-
-constexpr uint32_t kNumberOfFrames = 0x00280008;
 
 bool IsJpegLs(uint32_t compression) {
     return compression == IMAGE_COMPRESSION_JPEG_LS_LOSSLESS ||

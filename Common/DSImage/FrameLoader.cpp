@@ -195,31 +195,39 @@ Status FrameLoader::CreateBitmap() {
 }
 
 Status FrameLoader::Decode(uint8_t *target, uint64_t room) {
-    const auto size = static_cast<uint32_t>(std::min<uint64_t>(room, 0xFFFFFFFF));
-    switch (m_Info.nCompression) {
+    const auto size = static_cast<size_t>(std::min<uint64_t>(room, 0xFFFFFFFF));
+    return DecodeFrame(m_DataSet, m_Info, m_Layout, {target, size});
+}
+
+Status FrameLoader::DecodeFrame(MDicomDS &dataSet, _IMAGEINFO &image, const FrameLayout &layout,
+                                std::span<uint8_t> target) {
+    const auto size = static_cast<uint32_t>(target.size());
+    switch (image.nCompression) {
         case IMAGE_COMPRESSION_NONE:
-            return m_DataSet.DecodeNONE(&m_Info, target, size);
+            return dataSet.DecodeNONE(&image, target.data(), size);
         case IMAGE_COMPRESSION_RLE:
-            return m_DataSet.DecodeRLE(&m_Info, target, size);
+            return dataSet.DecodeRLE(&image, target.data(), size);
         case IMAGE_COMPRESSION_JPEG_LOSSLESS:
         case IMAGE_COMPRESSION_JPEG_LOSSY:
-            return m_DataSet.DecodeJPEG(&m_Info, target, size);
+            return dataSet.DecodeJPEG(&image, target.data(), size);
         default:
-            return DecodeJ2k(target, size);
+            return DecodeJ2k(dataSet, image, layout, target);
     }
 }
 
-/** The codec of JPEG 2000 is asked for samples, which may become something else in the bitmap. */
-Status FrameLoader::DecodeJ2k(uint8_t *target, uint32_t size) {
-    _IMAGEINFO samples = m_Info;
-    const bool isColor = m_Info.nSamplesPerPixel == 3;
-    if (!isColor && m_Info.nSamplesPerPixel != 1) return DICOM_ERROR_IMAGE;
-    samples.nBitsPerPixel = isColor ? 24 : m_Layout.sampleBytes * 8;
+/** The codec of JPEG 2000 is asked for samples, which may become something else in a bitmap. */
+Status FrameLoader::DecodeJ2k(MDicomDS &dataSet, _IMAGEINFO &image, const FrameLayout &layout,
+                              std::span<uint8_t> target) {
+    _IMAGEINFO samples = image;
+    const bool isColor = image.nSamplesPerPixel == 3;
+    if (!isColor && image.nSamplesPerPixel != 1) return DICOM_ERROR_IMAGE;
+    samples.nBitsPerPixel = isColor ? 24 : layout.sampleBytes * 8;
     samples.nOrder = isColor ? KERNEL_ORDER_BGR : KERNEL_ORDER_GRAY;
     if (samples.nBitsPerPixel == 8) samples.nOrder = KERNEL_ORDER_RGB;
-    const Status status = m_DataSet.DecodeJ2K(&samples, target, size);
-    m_Info.nBitsStored = samples.nBitsStored;
-    m_Info.nHighBit = samples.nHighBit;
+    const Status status =
+        dataSet.DecodeJ2K(&samples, target.data(), static_cast<uint32_t>(target.size()));
+    image.nBitsStored = samples.nBitsStored;
+    image.nHighBit = samples.nHighBit;
     return status;
 }
 

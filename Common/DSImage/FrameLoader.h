@@ -2,7 +2,7 @@
 
 #pragma once
 
-#include <vector>
+#include <span>
 
 #include "Common/DSImage/FrameLayout.h"
 #include "Common/DSImage/ScopedBitmap.h"
@@ -36,13 +36,19 @@ class FrameLoader {
     Status Load();
     _BITMAPHANDLE Take() { return m_Bitmap.Release(); }
 
+    /** Decodes a located frame into the layout of LayoutOf. Bits stored and photometric
+     *  interpretation become those of the samples. */
+    static Status DecodeFrame(MDicomDS &dataSet, _IMAGEINFO &image, const FrameLayout &layout,
+                              std::span<uint8_t> target);
+
   private:
     Status Describe();
     Status CheckDescription() const;
     Status MakePicture();
     Status CreateBitmap();
     Status Decode(uint8_t *target, uint64_t room);
-    Status DecodeJ2k(uint8_t *target, uint32_t size);
+    static Status DecodeJ2k(MDicomDS &dataSet, _IMAGEINFO &image, const FrameLayout &layout,
+                            std::span<uint8_t> target);
     void TakeBytes();
     Status ConvertRows(const RowMaker &maker, const uint8_t *frame);
     Status DeliverRow(_FILEINFO &info, int32_t row);

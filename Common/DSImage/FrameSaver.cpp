@@ -13,6 +13,7 @@
 #include "Common/DS/ElementNode.h"
 #include "Common/DSImage/BitRuns.h"
 #include "Common/DSImage/FrameFragments.h"
+#include "Common/DSImage/ImageTags.h"
 #include "Common/DSImage/JpegPhotometric.h"
 #include "Common/DSImage/PackedPixels.h"
 #include "Common/DSImage/PaletteColors.h"
@@ -25,12 +26,6 @@ namespace mdicom {
 
 namespace {
 
-constexpr uint32_t kNumberOfFrames = 0x00280008;
-constexpr uint32_t kPhotometricInterpretation = 0x00280004;
-constexpr uint32_t kBitsAllocated = 0x00280100;
-constexpr uint32_t kSmallestPixelValue = 0x00280106;
-constexpr uint32_t kLargestPixelValue = 0x00280107;
-constexpr uint32_t kLossyImageCompression = 0x00282110;
 constexpr uint32_t kTimeSlices[] = {0x00540080, 0x00540070};
 constexpr std::string_view kJpegExtended = "1.2.840.10008.1.2.4.51";
 

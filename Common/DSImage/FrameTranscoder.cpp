@@ -8,6 +8,7 @@
 #include "Common/DS/ElementNode.h"
 #include "Common/DSImage/BitRuns.h"
 #include "Common/DSImage/FrameFragments.h"
+#include "Common/DSImage/FrameLoader.h"
 #include "Common/DSImage/JpegPhotometric.h"
 #include "Common/DSImage/ScopedBitmap.h"
 #include "Common/DSImage/Ybr.h"
@@ -148,24 +149,11 @@ Status FrameTranscoder::DecodeSamples() {
     if (target == nullptr) return DICOM_ERROR_MEMORY;
     std::memset(target, 0, layout->bytes);
     m_View = {target, *layout, m_Frame.nColumns, m_Frame.nRows, m_Frame.nSamplesPerPixel};
-    const auto size = static_cast<uint32_t>(layout->bytes);
-    switch (m_Frame.nCompression) {
-        case IMAGE_COMPRESSION_NONE:
-            return m_DataSet.DecodeNONE(&m_Frame, target, size);
-        case IMAGE_COMPRESSION_RLE:
-            return m_DataSet.DecodeRLE(&m_Frame, target, size);
-        case IMAGE_COMPRESSION_JPEG_LOSSLESS:
-        case IMAGE_COMPRESSION_JPEG_LOSSY:
-            return m_DataSet.DecodeJPEG(&m_Frame, target, size);
-        default:
-            break;
+    const bool isJ2k = IsJ2k(m_Frame.nCompression);
+    if (isJ2k && m_Frame.nSamplesPerPixel == 3 && m_Frame.nBitsAllocated > 8) {
+        return DICOM_ERROR_PARAMETER;
     }
-    const bool isColor = m_Frame.nSamplesPerPixel == 3;
-    if (isColor && m_Frame.nBitsAllocated > 8) return DICOM_ERROR_PARAMETER;
-    m_Frame.nBitsPerPixel = isColor ? 24 : layout->sampleBytes * 8;
-    m_Frame.nOrder = isColor ? KERNEL_ORDER_BGR : KERNEL_ORDER_GRAY;
-    if (m_Frame.nBitsPerPixel == 8) m_Frame.nOrder = KERNEL_ORDER_RGB;
-    return m_DataSet.DecodeJ2K(&m_Frame, target, size);
+    return FrameLoader::DecodeFrame(m_DataSet, m_Frame, *layout, {target, layout->bytes});
 }
 
 /** A colour stream under attributes of gray: the stream is believed. */

@@ -14,6 +14,7 @@
 #include "Common/DS/ElementNode.h"
 #include "Common/DSImage/ImageInfoFrames.h"
 #include "Common/DSImage/ImageInfoPalette.h"
+#include "Common/DSImage/ImageTags.h"
 #include "Common/DSImage/PackedPixels.h"
 #include "Common/DSImage/Photometric.h"
 #include "Common/DSValue/ValueAccess.h"
@@ -25,8 +26,6 @@ using namespace mdicom;
 
 namespace {
 
-constexpr uint32_t kNumberOfFrames = 0x00280008;
-constexpr uint32_t kPhotometricInterpretation = 0x00280004;
 constexpr uint32_t kViewTopLeft = 1;
 
 /** The image that a Pixel Data element belongs to, as a source of numbers. */

@@ -5,14 +5,12 @@
 #include <string_view>
 
 #include "Common/DSImage/FrameFragments.h"
+#include "Common/DSImage/ImageTags.h"
 #include "MDicomDS.h"
 
 using namespace mdicom;
 
 namespace {
-
-constexpr uint32_t kNumberOfFrames = 0x00280008;
-constexpr uint32_t kPhotometricInterpretation = 0x00280004;
 
 struct NumberRow {
     uint32_t tag;

@@ -7,6 +7,7 @@
 #include <optional>
 #include <string_view>
 
+#include "Common/DSImage/ImageTags.h"
 #include "Common/DSImage/Photometric.h"
 #include "Common/DSValue/ValueAccess.h"
 #include "Common/Utils/CheckedMath.h"
@@ -17,13 +18,6 @@ using namespace mdicom;
 
 namespace {
 
-constexpr uint32_t kPlanarConfiguration = 0x00280006;
-constexpr uint32_t kSmallestPixelValue = 0x00280106;
-constexpr uint32_t kLargestPixelValue = 0x00280107;
-constexpr uint32_t kWindowCenter = 0x00281050;
-constexpr uint32_t kWindowWidth = 0x00281051;
-constexpr uint32_t kRescaleIntercept = 0x00281052;
-constexpr uint32_t kRescaleSlope = 0x00281053;
 constexpr uint32_t kPaletteDescriptors[] = {0x00281101, 0x00281102, 0x00281103};
 constexpr uint32_t kPaletteTables[] = {0x00281201, 0x00281202, 0x00281203};
 /** What describes a palette in another way: its UID and segmented tables. */

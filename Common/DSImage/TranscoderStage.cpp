@@ -7,6 +7,7 @@
 #include "Common/DS/ElementExchange.h"
 #include "Common/DS/ElementNode.h"
 #include "Common/DSImage/FrameTranscoder.h"
+#include "Common/DSImage/ImageTags.h"
 #include "Common/DSValue/ValueAccess.h"
 #include "Common/DSValue/ValueStore.h"
 #include "Common/Utils/ByteOrder.h"
@@ -16,20 +17,7 @@
 
 namespace mdicom {
 
-namespace {
-
-constexpr uint32_t kSamplesPerPixel = 0x00280002;
-constexpr uint32_t kPhotometricInterpretation = 0x00280004;
-constexpr uint32_t kPlanarConfiguration = 0x00280006;
-constexpr uint32_t kNumberOfFrames = 0x00280008;
-constexpr uint32_t kBitsAllocated = 0x00280100;
-constexpr uint32_t kBitsStored = 0x00280101;
-constexpr uint32_t kHighBit = 0x00280102;
-constexpr uint32_t kLossyImageCompression = 0x00282110;
-constexpr uint32_t kLossyRatio = 0x00282112;
-constexpr uint32_t kLossyMethod = 0x00282114;
-
-} // namespace
+namespace {} // namespace
 
 FrameTranscoder::FrameTranscoder(MDicomDS &dataSet, uint32_t compression, int32_t quality)
     : m_DataSet(dataSet), m_Compression(compression), m_Quality(quality) {}
