@@ -102,7 +102,22 @@ Status FrameLoader::Describe() {
     const bool isJ2k = m_Info.nCompression == IMAGE_COMPRESSION_J2K_LOSSLESS ||
                        m_Info.nCompression == IMAGE_COMPRESSION_J2K_LOSSY;
     if (isJ2k && m_Info.nSamplesPerPixel == 3) TakeBytes();
-    return CheckDescription();
+    const Status checked = CheckDescription();
+    if (checked != DICOM_SUCCESS) return checked;
+    return IsHollow() ? DICOM_ERROR_IMAGE : DICOM_SUCCESS;
+}
+
+/** True for a large frame of which almost nothing is there: its attributes alone would decide over
+ *  gigabytes. Other codecs tell from their streams. */
+bool FrameLoader::IsHollow() {
+    constexpr uint32_t kLarge = 64 << 20;
+    constexpr uint64_t kLeastPart = 100; // run length coding makes 64 bytes of one at best
+    if (m_Info.nCompression > IMAGE_COMPRESSION_RLE || m_Info.nFrameSize < kLarge) return false;
+    const bool isNative = m_Info.nCompression == IMAGE_COMPRESSION_NONE;
+    const uint64_t length = m_Info.pFrameElement->nLength;
+    const uint64_t bytes = isNative ? length - std::min<uint64_t>(length, m_Info.nFrameOffset)
+                                    : m_DataSet.CountFrameBytes(&m_Info);
+    return bytes < m_Info.nFrameSize / kLeastPart;
 }
 
 Status FrameLoader::CheckDescription() const {

@@ -44,6 +44,7 @@ class FrameLoader {
   private:
     Status Describe();
     Status CheckDescription() const;
+    bool IsHollow();
     Status MakePicture();
     Status CreateBitmap();
     Status Decode(uint8_t *target, uint64_t room);

@@ -135,6 +135,20 @@ TEST(HostileFrames, AttributesMayLie) {
     });
 }
 
+TEST(HostileFrames, AttributesAloneMakeNoLargePicture) {
+    for (const bool isRle : {false, true}) {
+        Image image(65535, 65535, 8);
+        image.Syntax(isRle ? kRle : kExplicit);
+        if (isRle) {
+            image.Fragments({"", TextOf(RleOf({{1, 2, 3}}))});
+        } else {
+            PutValue(image, {1, 2, 3, 4});
+        }
+        TestBitmap bitmap;
+        EXPECT_EQ(Get(image.ds, bitmap), DICOM_ERROR_IMAGE);
+    }
+}
+
 TEST(HostileFrames, RunLengthHeadersMayPointAnywhere) {
     std::minstd_rand random(9);
     Image image(4, 5, 16);
