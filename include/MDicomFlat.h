@@ -512,7 +512,7 @@ MDICOM_API uint16_t M_DicomGetInfoImage(MDicomDS *hDS, _DICOMELEMENT *pElement, 
                                         uint32_t nIndex);
 /** Number of frames (MDicomDS::GetCountImage). */
 MDICOM_API uint32_t M_DicomGetCountImage(MDicomDS *hDS, _DICOMELEMENT *pElement);
-//** Turns a frame into a bitmap (MDicomDS::GetImage). */
+/** Turns a frame into a bitmap (MDicomDS::GetImage). */
 MDICOM_API uint16_t M_DicomGetImage(MDicomDS *hDS, _DICOMELEMENT *pElement, _BITMAPHANDLE *pBitmap,
                                     uint32_t nStructSize, uint32_t nIndex, int32_t nBitsPerPixel,
                                     int32_t nOrder, uint32_t nFlags,

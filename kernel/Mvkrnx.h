@@ -21,20 +21,27 @@ extern "C" {
 /// multiply count and size with an overflow check; contents are undefined. nLine and pszFile name
 /// the caller for debugging and may be 0 and null.
 ///@{
+/** A block of nCount x nSize bytes; null on failure. */
 MVKRNX_API void *KernelAlloc(size_t nCount, size_t nSize, int nLine, const char *pszFile);
 /** Null on failure; the old block stays then. A null block is allocated. */
 MVKRNX_API void *KernelRealloc(void *pBlock, size_t nSize, int nLine, const char *pszFile);
+/** Gives a block back; null is allowed. */
 MVKRNX_API void KernelFree(void *pBlock, int nLine, const char *pszFile);
 /** Bytes that a block of the KernelAlloc family was asked for. */
 MVKRNX_API size_t KernelMemSize(const void *pBlock);
 
+/** As KernelAlloc, on the plain heap. */
 MVKRNX_API void *KernelHeapAlloc(size_t nCount, size_t nSize, int nLine, const char *pszFile);
+/** As KernelRealloc, on the plain heap. */
 MVKRNX_API void *KernelHeapRealloc(void *pBlock, size_t nSize, int nLine, const char *pszFile);
+/** As KernelFree, on the plain heap. */
 MVKRNX_API void KernelHeapFree(void *pBlock, int nLine, const char *pszFile);
 
 /** 0 when the bytes are equal. */
 MVKRNX_API int KernelMemCompare(const void *pFirst, const void *pSecond, size_t nBytes);
+/** Copies bytes between blocks that do not overlap. */
 MVKRNX_API void KernelMemCopy(void *pTarget, const void *pSource, size_t nBytes);
+/** Sets bytes to one value. */
 MVKRNX_API void KernelMemSet(void *pTarget, int nValue, size_t nBytes);
 ///@}
 
@@ -70,6 +77,7 @@ MVKRNX_API int64_t KernelFileCopy(M_HFILE__ *hSource, uint64_t nSourceOffset, M_
 MVKRNX_API int64_t KernelFileLength(M_HFILE__ *hFile);
 /** Cuts or extends the file; 1, or 0 on failure. */
 MVKRNX_API int KernelFileTruncate(M_HFILE__ *hFile, uint64_t nLength);
+/** Closes a file; KERNEL_NO_FILE is allowed. */
 MVKRNX_API void KernelFileClose(M_HFILE__ *hFile);
 /** 1 if the folder exists and files can be made in it. */
 MVKRNX_API int KernelFolderIsWritable(const char *pszFolder);
@@ -96,11 +104,13 @@ typedef intptr_t (*KERNEL_IO_OPEN)(const char *pszPath, int nFlags, int nPermiss
                                    void *pUserData);
 /** Gives the bytes read or written, or a negative code. */
 typedef int64_t (*KERNEL_IO_READ)(intptr_t nFile, void *pBuffer, size_t nBytes, void *pUserData);
+/** As KERNEL_IO_READ, with bytes to write. */
 typedef int64_t (*KERNEL_IO_WRITE)(intptr_t nFile, const void *pBuffer, size_t nBytes,
                                    void *pUserData);
 /** nOrigin is 0 for the start, 1 for the position, 2 for the end. Gives the new position, or a
  *  negative code. */
 typedef int64_t (*KERNEL_IO_SEEK)(intptr_t nFile, int64_t nOffset, int nOrigin, void *pUserData);
+/** Closes a file; the result is not looked at. */
 typedef int (*KERNEL_IO_CLOSE)(intptr_t nFile, void *pUserData);
 
 /** The file functions of a thread and what each is called with. Without an open function the

@@ -277,9 +277,11 @@ MVKRNX_API int32_t KernelSizeBitmap(_BITMAPHANDLE *pBitmap, int32_t nWidth, int3
 
 /// @name Lists
 ///@{
+/** Makes an empty list. */
 MVKRNX_API int32_t KernelCreateBitmapList(HBITMAPLIST__ **pList);
 /** Frees the list and its bitmaps. */
 MVKRNX_API int32_t KernelDestroyBitmapList(HBITMAPLIST__ *hList);
+/** Number of bitmaps in a list. */
 MVKRNX_API int32_t KernelListItemCount(HBITMAPLIST__ *hList, uint32_t *pCount);
 /** Lends a bitmap: the record shares what the list owns, until the item changes. Its rows may be
  *  written, but it may not be freed or converted in place: convert a copy, and set that. */
@@ -297,6 +299,7 @@ MVKRNX_API int32_t KernelListInsertItem(HBITMAPLIST__ *hList, uint32_t nIndex,
 /// @name Overlay slots
 /// A bitmap has up to 16. nMask is a sum of KERNEL_OVERLAY_... values.
 ///@{
+/** Number of slots in use. nFlags is 0. */
 MVKRNX_API int32_t KernelGetOverlayCount(const _BITMAPHANDLE *pBitmap, uint32_t *pCount,
                                          uint32_t nFlags);
 /** Fills the members of the mask and zeroes the others. nSize is sizeof(_OVERLAYATTRIBUTES). */

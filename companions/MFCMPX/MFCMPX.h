@@ -32,8 +32,8 @@ enum {
 /** What fltSaveBuffer is told about a picture: the head of a device-independent bitmap. */
 #pragma pack(push, 1)
 typedef struct _MFCMPXBITMAP {
-    uint32_t nSize; ///< 40
-    int32_t nWidth;
+    uint32_t nSize;            ///< 40
+    int32_t nWidth;            ///< columns
     int32_t nHeight;           ///< negative: the first row in memory is the top one
     uint16_t nPlanes;          ///< 1
     uint16_t nBitCount;        ///< 8, 12, 16 (gray), 24, 48 (blue, green, red)
