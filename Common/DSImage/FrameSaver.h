@@ -37,13 +37,14 @@ class FrameSaver {
     FrameSaver &operator=(const FrameSaver &) = delete;
 
     Status Save();
+    /** Status of a request that can be told without looking at the data set. */
+    Status CheckRequest() const;
 
   private:
     Status CopySource();
     Status SettleCompression();
     Status SettleSyntax();
     Status SettleElement();
-    Status CheckRequest() const;
     Status SettleFirstFrame();
     int32_t FirstDepth() const;
     Status ConvertTo(int32_t depth, bool gray);

@@ -110,7 +110,10 @@ uint16_t MDicomDS::SetImage(_DICOMELEMENT *pElement, _BITMAPHANDLE *pBitmap, uin
                             int32_t nPhotometric, int32_t nBitsPerPixel, int32_t nQuality,
                             uint32_t nFlags, MDICOM_SAVE_CALLBACK pfnCallback, void *pUserData) {
     if (pBitmap == nullptr) return DICOM_ERROR_NULL_POINTER;
-    const uint16_t status = EmptyImage(&pElement, nFlags);
+    const FrameSaver saver(*this, {pElement, pBitmap, 0, nCompression, nPhotometric, nBitsPerPixel,
+                                   nQuality, nFlags, pfnCallback, pUserData});
+    uint16_t status = saver.CheckRequest(); // before the old frames go
+    if (status == DICOM_SUCCESS) status = EmptyImage(&pElement, nFlags);
     if (status != DICOM_SUCCESS) return status;
     return InsertImage(pElement, pBitmap, 0, nCompression, nPhotometric, nBitsPerPixel, nQuality,
                        nFlags, pfnCallback, pUserData);

@@ -298,6 +298,10 @@ TEST(RoundTrip, BadArgumentsHaveAStatusAndNoEffect) {
     TestBitmap got;
     EXPECT_EQ(ds.GetImage(nullptr, &got, 8, 0, 0, 0, 0, nullptr, nullptr), DICOM_ERROR_PARAMETER);
     EXPECT_EQ(Get(ds, got, 0, 0, 0, other), DICOM_ERROR_IMAGE);
+    EXPECT_EQ(ds.SetImage(nullptr, gray.get(), 99, 1, 0, 0, 0, nullptr, nullptr),
+              DICOM_ERROR_COMPRESSION);
+    EXPECT_EQ(ds.SetImage(nullptr, gray.get(), kNone, 1, 0, 0, kVoi, nullptr, nullptr),
+              DICOM_ERROR_PARAMETER);
     EXPECT_EQ(ds.SetImage(nullptr, nullptr, kNone, 1, 0, 0, 0, nullptr, nullptr),
               DICOM_ERROR_NULL_POINTER);
     EXPECT_EQ(ds.GetCountImage(nullptr), 1u);
