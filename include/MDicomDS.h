@@ -163,8 +163,8 @@ class MDICOM_API MDicomDS {
      *  or empty block. */
     uint16_t LoadDSMemory(void *pData, uint64_t nLength, uint16_t nFlags);
     /** As LoadDS, from an open stream, which stays the caller's and has to outlive its use by the
-     *  data set (until ResetDS or another load), unless DS_LOAD_CLOSE is given. bRequireImage
-     * nonzero: only a data set with Pixel Data counts as a success. 9 for a null stream. */
+     *  data set (until ResetDS or another load), unless DS_LOAD_CLOSE is given. With bRequireImage
+     *  only a data set with Pixel Data counts as a success. 9 for a null stream. */
     uint16_t LoadDS(MDicomFile *pFile, uint16_t nFlags, int32_t bRequireImage);
     /**
      * Saves to a file (PS 3.10, 7). The file is written under a temporary name beside pszName and
@@ -494,10 +494,10 @@ class MDICOM_API MDicomDS {
      * attributes of the image, later ones are made to match it. The bitmap is not changed.
      * @param pElement      Pixel Data; null: nIndex counts through all Pixel Data elements, and a
      *                      new one is made where there is none
-     * @param nIndex        frame that the new one goes in front of; past the last one it is
-     * appended
-     * @param nCompression  IMAGE_COMPRESSION_ value of a first frame: 0 to 3, 6 or 7. Counts only
-     * in explicit VR little endian; else frames are native. Later frames have that of the first.
+     * @param nIndex        frame that the new one goes in front of; past the last one: behind it
+     * @param nCompression  IMAGE_COMPRESSION_ value of a first frame: 0 to 3, 6 or 7; in other
+     *                      encodings than explicit VR little endian frames are native. Later
+     *                      frames have that of the first.
      * @param nPhotometric  PHOTOMETRIC_ value 0 to 3. Values of gray stay as they are: the caller
      *                      says which end is white.
      * @param nBitsPerPixel depth of a first frame, 0 for the bitmap's
