@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <cmath>
 #include <cstring>
 #include <iterator>
 #include <limits>
@@ -38,6 +39,19 @@ float DecibelsOf(int32_t quality) {
     const float part = static_cast<float>(quality - below->quality) /
                        static_cast<float>(above->quality - below->quality);
     return below->decibels + part * (above->decibels - below->decibels);
+}
+
+/** What the codec's peak, that of the precision, is above the span of the samples. Gray of more
+ * than 8 bits mostly fills a small part of its range, where noise by the whole range would drown
+ * it. */
+float DecibelsUnused(const opj_image_t &image) {
+    const opj_image_comp_t &gray = image.comps[0];
+    if (image.numcomps != 1 || gray.prec <= 8) return 0;
+    const size_t count = size_t{gray.w} * gray.h;
+    const auto [least, most] = std::minmax_element(gray.data, gray.data + count);
+    const double span = std::max(1.0, static_cast<double>(*most) - *least);
+    const double peak = static_cast<double>((uint64_t{1} << gray.prec) - 1);
+    return static_cast<float>(20 * std::log10(peak / span));
 }
 
 bool IsCodeBlock(uint32_t width, uint32_t height) {
@@ -135,7 +149,7 @@ void SetRate(const _FILEJ2KOPTIONS &options, Control control, int32_t quality,
         case Control::Quality:
             out.cp_disto_alloc = 0;
             out.cp_fixed_quality = 1;
-            out.tcp_distoratio[0] = DecibelsOf(quality);
+            out.tcp_distoratio[0] = DecibelsOf(quality) + DecibelsUnused(image);
     }
 }
 

@@ -51,10 +51,11 @@ MVKRNX_API int32_t fltLoad(_FILTERLOAD *pArgument);
  *     nQuality   1   2  10  25  50 100 255
  *     decibels  66  60  52  46  41  35  25
  *
- * and in between on straight lines. Tiles are as the options say. Decomposition levels are as many
- * as the tile has halves. Guard bits and quantization steps are the encoder's. Components cannot be
- * sub-sampled. Gray samples take the precision that the bitmap's high bit tells, if they keep to
- * it, and are signed with KERNEL_BITMAP_SIGNED.
+ * and in between on straight lines; the peak of gray of more than 8 bits is the span of its
+ * samples. Tiles are as the options say. Decomposition levels are as many as the tile has halves.
+ * Guard bits and quantization steps are the encoder's. Components cannot be sub-sampled. Gray
+ * samples take the precision that the bitmap's high bit tells, if they keep to it, and are signed
+ * with KERNEL_BITMAP_SIGNED.
  */
 MVKRNX_API int32_t fltSave(_FILTERSAVE *pArgument);
 

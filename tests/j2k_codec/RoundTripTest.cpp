@@ -110,6 +110,15 @@ TEST(J2kRoundTrip, QualityRulesOverLossAndSize) {
     }
 }
 
+TEST(J2kRoundTrip, SamplesThatFillLittleOfTheirRangeStayNear) {
+    constexpr uint32_t kUsedBits = 9;
+    Bitmap source(200, 200, 16);
+    source.Paint(kUsedBits);
+    Bitmap target(200, 200, 16);
+    ASSERT_EQ(Decode(Encode(source, 2, DefaultOptions()), target, 16), 1);
+    EXPECT_GT(Decibels(source, target, kUsedBits), 45);
+}
+
 TEST(J2kRoundTrip, RatioAndSizeAreMet) {
     Bitmap source(512, 400, 8);
     source.Paint(8);
