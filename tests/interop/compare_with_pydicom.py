@@ -98,7 +98,7 @@ class Reference:
             self.fragments(depth, value)
             return
         if not little:
-            value = swap(value, UNITS.get(vr[:2], 1))
+            value = swap(value, UNITS.get((raw.VR or vr)[:2], 1))
         self.lines.append((depth, int(tag), vr, length, value))
 
     def fragments(self, depth, value):
