@@ -121,7 +121,8 @@ uint32_t FindBlock(const _DICOMELEMENT *pElement, uint32_t *pOffset) {
 }
 
 uint8_t PadByteOf(uint16_t nVR) {
-    return nVR == vr::UI || nVR == vr::OB ? 0 : ' ';
+    const bool isBinary = nVR == vr::OB || nVR == vr::UN || SwapUnitOf(nVR) > 1;
+    return isBinary || nVR == vr::UI ? 0 : ' ';
 }
 
 } // namespace mdicom
