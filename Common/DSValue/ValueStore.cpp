@@ -121,7 +121,7 @@ uint32_t FindBlock(const _DICOMELEMENT *pElement, uint32_t *pOffset) {
 }
 
 uint8_t PadByteOf(uint16_t nVR) {
-    const bool isBinary = nVR == vr::OB || nVR == vr::UN || SwapUnitOf(nVR) > 1;
+    const bool isBinary = nVR == vr::OB || SwapUnitOf(nVR) > 1;
     return isBinary || nVR == vr::UI ? 0 : ' ';
 }
 

@@ -45,7 +45,8 @@ void DropEmptyBlock(_DICOMELEMENT *pElement);
  *  has to lie within the value. */
 uint32_t FindBlock(const _DICOMELEMENT *pElement, uint32_t *pOffset);
 
-/** Pad byte of a VR: NUL for UI and binary values, blank for texts (PS 3.5, 6.2). */
+/** Pad byte of a VR (PS 3.5, 6.2): NUL for UI, OB and values of larger units, blank for texts and
+ *  for UN, which may be one. */
 uint8_t PadByteOf(uint16_t nVR);
 
 } // namespace mdicom

@@ -55,7 +55,7 @@ TEST(BinaryValue, PadsToEvenLengthByVr) {
     const struct {
         const char *vr;
         uint8_t pad;
-    } cases[] = {{"LO", ' '}, {"UI", 0}, {"OB", 0}, {"UN", ' '}};
+    } cases[] = {{"LO", ' '}, {"UI", 0}, {"OB", 0}, {"OW", 0}, {"UN", ' '}};
     for (const auto &row : cases) {
         MDicomDS ds(nullptr);
         _DICOMELEMENT *element = Insert(ds, row.vr);
