@@ -60,6 +60,13 @@ EXPLAINED = {
        for uid in (".4.57", ".4.70")},
     ("ovly_p01.dcm", "*"): (
         "gdcmconv does not", "gdcmconv does not take overlays next to others in unused bits"),
+    ("SC_rgb_jpeg_lossy_gdcm.dcm", "*"): (
+        ("pydicom: frame 0", "dcmconv: frame 0", "dcmrle: frame 0", "dcmdrle: frame 0",
+         "dcmdjpeg: frame 0", "gdcmconv: frame 0", "lossy frame 0", "YBR_"),
+        "halved chrominance under the name of RGB, which the source's reader takes for RGB"),
+    **{(name, uid): (
+        "no other decoder", "no Rows and no Columns; values turn without a look at the image")
+       for name in ("meta_missing_tsyntax.dcm", "nested_priv_SQ.dcm") for uid in (".1", ".2")},
     ("badVR.dcm", ".5"): (
         ("(0028,0008)", "pydicom has 15", "dcmdrle has 15"),
         "Number of Frames is no number; fifteen frames are there, and the result says so"),
@@ -351,9 +358,10 @@ def colors_of_stream(ds):
             return ("RGB", "YBR_FULL")
         return ("YBR_RCT",) if markers[0x52][9] == 1 else ("YBR_ICT",)
     frame = next(content for marker, content in markers.items() if marker in (0xC0, 0xC1))
+    frame = next(content for marker, content in markers.items() if marker in (0xC0, 0xC1))
     if 0xEE in markers and markers[0xEE][11] == 0 or frame[6:13:3] == b"RGB":
         return ("RGB",)
-    return ("YBR_FULL_422",) if frame[7] >> 4 == 2 else ("YBR_FULL",)
+    return ("YBR_FULL_422",)
 
 
 def photometric_faults(ds, before, syntax):

@@ -5,6 +5,6 @@
 int BitmapOfC(_BITMAPHANDLE *bitmap);
 
 int BitmapOfC(_BITMAPHANDLE *bitmap) {
-    return KernelCreateBitmap(bitmap, sizeof *bitmap, KERNEL_MEMORY_OWN, 3, 2, 8,
-                              KERNEL_ORDER_GRAY, NULL, 1, NULL, 0);
+    return KernelCreateBitmap(bitmap, sizeof *bitmap, KERNEL_MEMORY_OWN, 3, 2, 8, KERNEL_ORDER_GRAY,
+                              NULL, 1, NULL, 0);
 }
