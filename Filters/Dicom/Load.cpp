@@ -1,7 +1,5 @@
 // File filter: hands the rows of a page out.
 
-#include <utility>
-
 #include "Common/DSImage/ScopedBitmap.h"
 #include "Common/DSValue/ValueAccess.h"
 #include "Filters/Dicom/DicomFilter.h"
@@ -17,11 +15,13 @@ int32_t MoveAttributes(_BITMAPHANDLE &source, _BITMAPHANDLE &target) {
                                             source.nHeight, source.nBitsPerPixel);
     if (result != KERNEL_SUCCESS) return result;
     target.nColors = source.nColors;
-    target.pPalette = std::exchange(source.pPalette, nullptr);
-    target.pLUT = std::exchange(source.pLUT, nullptr);
+    // The pointers lie off their alignment: no reference may be bound to them.
+    target.pPalette = source.pPalette;
+    target.pLUT = source.pLUT;
     target.nLUTLength = source.nLUTLength;
-    target.pLUT16 = std::exchange(source.pLUT16, nullptr);
+    target.pLUT16 = source.pLUT16;
     target.nLUT16Length = source.nLUT16Length;
+    source.pPalette = source.pLUT = source.pLUT16 = nullptr;
     source.nColors = source.nLUTLength = source.nLUT16Length = 0;
     target.nViewPerspective = source.nViewPerspective;
     target.nOrder = source.nOrder;

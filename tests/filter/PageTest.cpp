@@ -77,7 +77,7 @@ TEST_F(FilePages, EndWithTheRowAtWhichTheCallbackStops) {
     LoadPage(m_Name, 1, loaded);
     EXPECT_EQ(loaded.result, kStopped);
     EXPECT_EQ(loaded.calls, 2u);
-    EXPECT_NE(loaded.bitmap.pPalette, nullptr) << "what was moved belongs to the target";
+    EXPECT_TRUE(loaded.bitmap.pPalette != nullptr) << "what was moved belongs to the target";
 }
 
 TEST_F(FilePages, LoadWithTheDepthOfTheTarget) {

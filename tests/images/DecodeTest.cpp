@@ -428,8 +428,8 @@ TEST(GetImage, TellsOfItsRowsAndStopsWhenTold) {
     EXPECT_EQ(RowsOf(bitmap), (Bytes{101, 2, 3, 104, 5, 6, 107, 8, 9}));
     EXPECT_EQ(heard.flags, (std::vector<uint32_t>{7, 3, 11}));
     EXPECT_EQ(heard.info.nFormat, 89);
-    EXPECT_EQ(heard.info.nSizeDisk, 10u);
-    EXPECT_EQ(heard.info.nSizeMem, 12u);
+    EXPECT_EQ(uint64_t{heard.info.nSizeDisk}, 10u);
+    EXPECT_EQ(uint64_t{heard.info.nSizeMem}, 12u);
     EXPECT_EQ(std::u16string(heard.info.szCompression, heard.info.szCompression + 5),
               std::u16string(u"None\0", 5));
     KernelFreeBitmap(&bitmap);

@@ -423,7 +423,7 @@ TEST(ImageProcessing, ShiftedBitmapKeepsItsNumbersAndItsLut) {
     TestBitmap top;
     ASSERT_EQ(M_ShiftBitmapData(&top, &source, sizeof top, 4, 11, 0, 8), KERNEL_SUCCESS);
     EXPECT_EQ(top.Bytes(3, 4), (Bytes{175, 175, 175, 175})) << "-1295 without its sign";
-    EXPECT_EQ(top.pLUT, nullptr);
+    EXPECT_TRUE(top.pLUT == nullptr);
     TestBitmap refused;
     EXPECT_LT(M_ShiftBitmapData(&refused, &source, sizeof refused, 0, 12, 0, 16), 0);
     EXPECT_LT(M_ShiftBitmapData(&refused, &source, sizeof refused, 0, 11, 5, 16), 0);
