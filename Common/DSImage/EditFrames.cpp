@@ -12,6 +12,7 @@
 #include "Common/DSImage/PackedPixels.h"
 #include "Common/DSImage/UncompressedFrames.h"
 #include "Common/DSValue/ValueAccess.h"
+#include "Common/DSValue/ValueStore.h"
 #include "Common/Utils/ByteOrder.h"
 #include "Common/Utils/CheckedMath.h"
 #include "Common/Utils/Status.h"
@@ -61,6 +62,7 @@ uint16_t MDicomDS::ReadFrame(_IMAGEINFO *pInfo, void *pData, uint32_t nSize) {
             if (status == DICOM_SUCCESS) std::memcpy(pData, frame.bytes.get(), nSize);
             return status == DICOM_ERROR_READ ? Status{DICOM_ERROR_WRITE} : status;
         }
+        if (!ValueIsPresent(pInfo->pFrameElement)) return DICOM_ERROR_WRITE;
         std::vector<uint8_t> value(pInfo->pFrameElement->nLength);
         if (!GetFileBinaryValue(pInfo->pFrameElement, value.data(), 0,
                                 static_cast<uint32_t>(value.size()))) {
@@ -143,6 +145,7 @@ uint16_t MDicomDS::DeleteNativeFrames(_IMAGEINFO *pInfo, uint32_t nCount) {
         return DICOM_SUCCESS;
     }
     return Guarded<uint16_t>(DICOM_ERROR_MEMORY, [&]() -> uint16_t {
+        if (!ValueIsPresent(element)) return DICOM_ERROR_WRITE;
         std::vector<uint8_t> value(element->nLength);
         if (!GetFileBinaryValue(element, value.data(), 0, static_cast<uint32_t>(value.size()))) {
             return DICOM_ERROR_WRITE;
@@ -246,6 +249,7 @@ int32_t MDicomDS::InsertNativeFrame(_DICOMELEMENT *pElement, _IMAGEINFO *pInfo, 
         }
         return 1;
     }
+    if (!ValueIsPresent(pElement)) return 0;
     std::vector<uint8_t> old(pElement->nLength);
     if (!old.empty() && !GetFileBinaryValue(pElement, old.data(), 0, pElement->nLength)) return 0;
     const std::vector<uint8_t> rows =

@@ -5,6 +5,7 @@
 #include <limits>
 
 #include "Common/DS/ElementNode.h"
+#include "Common/DSValue/ValueStore.h"
 #include "MDicomDS.h"
 
 using namespace mdicom;
@@ -58,6 +59,8 @@ uint16_t MDicomDS::GatherFrame(const _IMAGEINFO *pImage, FrameData *pFrame) {
         if (status == DICOM_ERROR_MEMORY) return status;
         range.end = next.pFrameElement;
     }
+    // A declared length that passes the end of its stream takes no memory.
+    if (!range.ForEach(ValueIsPresent)) return DICOM_ERROR_READ;
     const uint64_t size = BytesOf(range);
     if (size == 0) return DICOM_ERROR_IMAGE;
     if (size > std::numeric_limits<size_t>::max()) return DICOM_ERROR_MEMORY;

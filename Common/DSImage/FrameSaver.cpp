@@ -18,6 +18,7 @@
 #include "Common/DSImage/PackedPixels.h"
 #include "Common/DSImage/PaletteColors.h"
 #include "Common/DSValue/ValueAccess.h"
+#include "Common/DSValue/ValueStore.h"
 #include "Common/Utils/ByteOrder.h"
 #include "Common/Utils/Vr.h"
 #include "MDicomDS.h"
@@ -438,6 +439,7 @@ Status FrameSaver::StoreNative() {
 /** Frames of single bits begin wherever the one before ends: the value is put together anew. */
 Status FrameSaver::StorePacked() {
     std::vector<uint8_t> old;
+    if (m_Frames > 0 && !ValueIsPresent(m_PixelData)) return DICOM_ERROR_READ;
     if (m_Frames > 0) old.resize(m_PixelData->nLength);
     if (!old.empty() && !m_DataSet.GetFileBinaryValue(m_PixelData, old.data(), 0,
                                                       static_cast<uint32_t>(old.size()))) {
