@@ -69,9 +69,11 @@ int32_t HighBitOf(int32_t depth) {
 
 bool AttachData(_BITMAPHANDLE &bitmap, uint64_t bytes, int32_t kind, void *data) {
     BitmapState state;
-    state.Data = static_cast<uint8_t *>(kind == KERNEL_MEMORY_OWN ? AllocateZeroed(bytes) : data);
+    if (kind == KERNEL_MEMORY_OWN) data = AllocateZeroed(bytes);
+    if (kind == KERNEL_MEMORY_UNCLEARED) data = KernelAlloc(1, bytes, 0, nullptr);
+    state.Data = static_cast<uint8_t *>(data);
     state.Bytes = bytes;
-    state.MemoryKind = kind;
+    state.MemoryKind = kind == KERNEL_MEMORY_CALLER ? kind : int32_t{KERNEL_MEMORY_OWN};
     if (state.Data == nullptr) return false;
     SetState(bitmap, state);
     bitmap.nBitmapFlags |= KERNEL_BITMAP_ALLOCATED;
@@ -200,7 +202,7 @@ int32_t KernelCreateBitmap(_BITMAPHANDLE *pBitmap, uint32_t nSize, int32_t nMemo
     if (set != KERNEL_SUCCESS) return set;
     if (!IsFormat(nBitsPerPixel, nOrder)) return KERNEL_ERROR_FORMAT;
     if (nViewPerspective < 1 || nViewPerspective > 8) return KERNEL_ERROR_ARGUMENT;
-    if (nMemoryKind != KERNEL_MEMORY_OWN && nMemoryKind != KERNEL_MEMORY_CALLER) {
+    if (nMemoryKind < KERNEL_MEMORY_OWN || nMemoryKind > KERNEL_MEMORY_UNCLEARED) {
         return KERNEL_ERROR_ARGUMENT;
     }
     pBitmap->nOrder = nOrder;

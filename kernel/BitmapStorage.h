@@ -3,9 +3,9 @@
 #pragma once
 
 #include <cstring>
-#include <memory>
 #include <optional>
 
+#include "KernelBlock.h"
 #include "Mvkrnx.h"
 
 namespace kernel {
@@ -47,18 +47,6 @@ inline int32_t StoredRows(const _BITMAPHANDLE &bitmap) {
 /** A stored row of a bitmap that HasRows. */
 inline uint8_t *RowOf(const _BITMAPHANDLE &bitmap, int32_t row) {
     return StateOf(bitmap).Data + static_cast<size_t>(row) * bitmap.nBytesPerLine;
-}
-
-struct Freer {
-    void operator()(void *block) const { KernelFree(block, 0, nullptr); }
-};
-template <typename T>
-using Block = std::unique_ptr<T[], Freer>;
-
-/** Uninitialized; null when memory is short. */
-template <typename T>
-Block<T> MakeBlock(size_t count) {
-    return Block<T>(static_cast<T *>(KernelAlloc(count, sizeof(T), 0, nullptr)));
 }
 
 /** A block of the KernelAlloc family whose pages the system hands out as zeroes when they can be.

@@ -37,7 +37,11 @@ enum {
 enum { KERNEL_ORDER_RGB = 0, KERNEL_ORDER_BGR = 1, KERNEL_ORDER_GRAY = 2 };
 
 /** Memory kinds of KernelCreateBitmap. */
-enum { KERNEL_MEMORY_OWN = 1, KERNEL_MEMORY_CALLER = 2 };
+enum {
+    KERNEL_MEMORY_OWN = 1,      ///< a zeroed block
+    KERNEL_MEMORY_CALLER = 2,   ///< the caller's block
+    KERNEL_MEMORY_UNCLEARED = 3 ///< a block of its own for a caller that writes all rows
+};
 
 /** Results of the bitmap operations. */
 enum {
@@ -192,9 +196,9 @@ extern "C" {
 MVKRNX_API int32_t KernelInitBitmap(_BITMAPHANDLE *pBitmap, uint32_t nSize, int32_t nWidth,
                                     int32_t nHeight, int32_t nBitsPerPixel);
 /**
- * Sets up a record, whatever it held before, and gives it data: a zeroed block of its own, or the
+ * Sets up a record, whatever it held before, and gives it data: a block of its own, or the
  * caller's. After a failure the record has none.
- * @param nMemoryKind KERNEL_MEMORY_OWN or KERNEL_MEMORY_CALLER
+ * @param nMemoryKind KERNEL_MEMORY_...
  * @param pPalette    at depth 1 two entries, at depth 8 256, copied; null for black and white, or
  *                    a gray ramp. Not looked at for other depths.
  * @param pData       KERNEL_MEMORY_CALLER: the rows, which stay the caller's and have to outlive

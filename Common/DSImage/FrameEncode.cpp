@@ -20,10 +20,6 @@ namespace {
 
 constexpr uint64_t kLongestFrame = 0xFFFFFFFD;
 
-KernelBlock MakeKernelBlock(uint64_t bytes) {
-    return KernelBlock(static_cast<uint8_t *>(KernelAlloc(1, bytes, 0, nullptr)));
-}
-
 /** Bytes of a pixel's sample; of a row of bits, one. */
 size_t SampleBytesOf(const FrameView &frame) {
     return std::max(frame.layout.sampleBytes, 1u);
@@ -150,7 +146,7 @@ Status EncodeRleFrame(const FrameView &frame, EncodedFrame &encoded) {
     const uint64_t planeBytes = PlaneBytes(frame);
     const uint64_t most = kRleHeaderSize + planes * uint64_t{MostRleBytes(planeBytes)};
     if (planes > kMostRleSegments || most > kLongestFrame) return DICOM_ERROR_IMAGE;
-    KernelBlock block = MakeKernelBlock(most);
+    kernel::Block<uint8_t> block = kernel::MakeBlock<uint8_t>(most);
     const auto plane = MakeDataBlock<uint8_t>(planeBytes);
     if (!block || !plane) return DICOM_ERROR_MEMORY;
     std::memset(block.get(), 0, kRleHeaderSize);
@@ -180,7 +176,7 @@ Status EncodeJpegFrame(const uint8_t *rows, uint32_t columns, uint32_t height,
         PaddedRow((uint64_t{columns} * static_cast<uint32_t>(request.depth) + 7) / 8);
     const uint64_t room = rowBytes * height * 2 + kHeaders;
     if (room > kLongestFrame) return DICOM_ERROR_IMAGE;
-    KernelBlock stream = MakeKernelBlock(room);
+    kernel::Block<uint8_t> stream = kernel::MakeBlock<uint8_t>(room);
     if (!stream) return DICOM_ERROR_MEMORY;
     _MFCMPXBITMAP header{};
     header.nSize = sizeof header;
@@ -223,7 +219,7 @@ uint16_t MDicomDS::EncodeNONE(uint8_t **ppData, _BITMAPHANDLE *pBitmap, uint32_t
     const size_t rowBytes = RowBytes(*pBitmap);
     const uint64_t bytes = uint64_t{rowBytes} * static_cast<uint64_t>(pBitmap->nHeight);
     if (bytes > kLongestFrame) return DICOM_ERROR_IMAGE;
-    EncodedFrame frame{MakeKernelBlock(bytes), static_cast<uint32_t>(bytes)};
+    EncodedFrame frame{kernel::MakeBlock<uint8_t>(bytes), static_cast<uint32_t>(bytes)};
     if (!frame.bytes) return DICOM_ERROR_MEMORY;
     const uint8_t *row = KernelLendBitmapRow(pBitmap, 0);
     for (int32_t i = 0; i < pBitmap->nHeight; ++i, row += pBitmap->nBytesPerLine) {

@@ -3,18 +3,12 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
 
 #include "Common/DSImage/FrameLayout.h"
 #include "Common/Utils/Status.h"
-#include "Mvkrnx.h"
+#include "KernelBlock.h"
 
 namespace mdicom {
-
-struct KernelFreer {
-    void operator()(uint8_t *block) const { KernelFree(block, 0, nullptr); }
-};
-using KernelBlock = std::unique_ptr<uint8_t[], KernelFreer>;
 
 /** Samples of a frame. */
 struct FrameView {
@@ -27,7 +21,7 @@ struct FrameView {
 
 /** The stored form of a frame, in a block of KernelAlloc. */
 struct EncodedFrame {
-    KernelBlock bytes;
+    kernel::Block<uint8_t> bytes;
     uint32_t size = 0;
 };
 

@@ -10,7 +10,6 @@
 
 #include "Common/DS/ElementNode.h"
 #include "Common/DSImage/PaletteColors.h"
-#include "Common/DSImage/SampleRange.h"
 #include "Common/System/ImageProcessing.h"
 #include "MDicomDS.h"
 
@@ -352,8 +351,7 @@ Status FrameLoader::ApplyLuts() {
     int32_t low = 0;
     int32_t high = 0;
     const bool is32 = m_Bitmap->nBitsPerPixel == 32;
-    if (!is32 && !FindSampleRange(*m_Bitmap.Get(), &low, &high) &&
-        image_processing::GetMinMaxVal(m_Bitmap.Get(), &low, &high) != KERNEL_SUCCESS) {
+    if (!is32 && image_processing::GetMinMaxVal(m_Bitmap.Get(), &low, &high) != KERNEL_SUCCESS) {
         low = high = 0;
     }
     const bool modality = m_Info.bGray && (m_Request.flags & DICOM_GETIMAGE_MODALITY_LUT) != 0;

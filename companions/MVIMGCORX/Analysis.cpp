@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "companions/MVIMGCORX/MVIMGCORX.h"
+#include "companions/MVIMGCORX/SampleRange.h"
 #include "companions/MVIMGCORX/Samples.h"
 #include "companions/MVIMGCORX/Window.h"
 
@@ -11,81 +12,44 @@ namespace imgcore {
 
 namespace {
 
-template <typename Number>
-struct Extremes {
-    Number Min;
-    Number Max;
-};
-
-/** flip turns the sign bit where samples are signed, so that their order is that of bytes. */
-void Widen(Extremes<uint8_t> &range, std::span<const uint8_t> samples, uint8_t flip) {
-    uint8_t min = range.Min;
-    uint8_t max = range.Max;
-    for (const uint8_t sample : samples) {
-        const auto key = static_cast<uint8_t>(sample ^ flip);
-        min = std::min(min, key);
-        max = std::max(max, key);
-    }
-    range = {min, max};
-}
-
-/** How samples become numbers of 16 bits in their order: significant bits at the top. The signed
- *  type is the one that vector units of all ages compare. */
-struct SortKey {
-    int Up;
-    uint16_t Keep;
-    uint16_t Flip;
-
-    explicit SortKey(const SampleFormat &format)
-        : Up(16 - format.Low - format.Count),
-          Keep(static_cast<uint16_t>((format.Patterns() - 1) << (16 - format.Count))),
-          Flip(format.Signed ? 0 : 0x8000) {}
-    int16_t Of(uint16_t sample) const {
-        return static_cast<int16_t>((static_cast<uint16_t>(sample << Up) & Keep) ^ Flip);
-    }
-    uint32_t IndexOf(int16_t key, const SampleFormat &format) const {
-        return static_cast<uint16_t>(key ^ Flip) >> (16 - format.Count);
-    }
-};
-
-void Widen(Extremes<int16_t> &range, std::span<const uint16_t> samples, const SortKey &key) {
-    int16_t min = range.Min;
-    int16_t max = range.Max;
-    const SortKey own = key;
-    for (const uint16_t sample : samples) {
-        const int16_t place = own.Of(sample);
-        min = std::min(min, place);
-        max = std::max(max, place);
-    }
-    range = {min, max};
-}
-
 int32_t RangeOfBytes(const _BITMAPHANDLE &bitmap, bool isSigned, int32_t *min, int32_t *max) {
-    RowBuffer buffer(bitmap);
-    if (!buffer.IsReady()) return KERNEL_ERROR_MEMORY;
+    const size_t pixelBytes = bitmap.nBitsPerPixel == 24 ? 3 : 1;
+    const size_t count = static_cast<size_t>(StoredWidth(bitmap)) * pixelBytes;
     const auto flip = static_cast<uint8_t>(isSigned ? 0x80 : 0);
-    Extremes<uint8_t> range{0xFF, 0};
+    SampleRange<uint8_t, uint8_t> range(0, flip);
     for (int32_t row = 0; row < StoredRows(bitmap); ++row) {
-        if (!buffer.Read(bitmap, row)) return KERNEL_ERROR_ARGUMENT;
-        Widen(range, buffer.Bytes(), flip);
+        range.Take(KernelLendBitmapRow(&bitmap, row), count);
     }
-    *min = range.Min - flip;
-    *max = range.Max - flip;
+    const auto value = [isSigned](uint8_t sample) {
+        return isSigned ? static_cast<int8_t>(sample) : int32_t{sample};
+    };
+    *min = value(range.Least());
+    *max = value(range.Greatest());
     return KERNEL_SUCCESS;
 }
 
 int32_t RangeOfWords(const _BITMAPHANDLE &bitmap, const SampleFormat &format, int32_t *min,
                      int32_t *max) {
-    RowBuffer buffer(bitmap);
-    if (!buffer.IsReady()) return KERNEL_ERROR_MEMORY;
-    const SortKey key(format);
-    Extremes<int16_t> range{INT16_MAX, INT16_MIN};
+    // The significant bits go to the top; those below do not change their order.
+    const int up = 16 - format.Low - format.Count;
+    SampleRange<uint16_t, int16_t> range(up, static_cast<uint16_t>(format.Signed ? 0 : 0x8000));
+    const auto count = static_cast<size_t>(StoredWidth(bitmap));
+    std::optional<RowBuffer> packed;
+    if (format.Depth == 12) packed.emplace(bitmap);
+    if (packed && !packed->IsReady()) return KERNEL_ERROR_MEMORY;
     for (int32_t row = 0; row < StoredRows(bitmap); ++row) {
-        if (!buffer.Read(bitmap, row)) return KERNEL_ERROR_ARGUMENT;
-        Widen(range, buffer.Words(), key);
+        const uint8_t *samples = KernelLendBitmapRow(&bitmap, row);
+        if (packed) {
+            if (!packed->Read(bitmap, row)) return KERNEL_ERROR_ARGUMENT;
+            samples = reinterpret_cast<const uint8_t *>(packed->Words().data());
+        }
+        range.Take(samples, count);
     }
-    *min = format.ValueOf(key.IndexOf(range.Min, format));
-    *max = format.ValueOf(key.IndexOf(range.Max, format));
+    const auto value = [&](uint16_t sample) {
+        return format.ValueOf(format.IndexOf(static_cast<uint32_t>(sample) >> up));
+    };
+    *min = value(range.Least());
+    *max = value(range.Greatest());
     return KERNEL_SUCCESS;
 }
 

@@ -8,10 +8,6 @@ namespace imgcore {
 
 namespace {
 
-int32_t StoredWidth(const _BITMAPHANDLE &bitmap) {
-    return bitmap.nViewPerspective >= 5 ? bitmap.nHeight : bitmap.nWidth;
-}
-
 bool IsGray(const _BITMAPHANDLE &bitmap) {
     return bitmap.nBitsPerPixel == 12 ||
            (bitmap.nBitsPerPixel == 16 && bitmap.nOrder == KERNEL_ORDER_GRAY);
@@ -34,6 +30,10 @@ std::optional<SampleFormat> FormatOf(const _BITMAPHANDLE *bitmap) {
                        bitmap->nHighBit < depth;
     if (!named) return SampleFormat{depth, 0, depth, isSigned};
     return SampleFormat{depth, bitmap->nLowBit, bitmap->nHighBit - bitmap->nLowBit + 1, isSigned};
+}
+
+int32_t StoredWidth(const _BITMAPHANDLE &bitmap) {
+    return bitmap.nViewPerspective >= 5 ? bitmap.nHeight : bitmap.nWidth;
 }
 
 int32_t StoredRows(const _BITMAPHANDLE &bitmap) {

@@ -3,25 +3,16 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
 #include <optional>
 #include <span>
 
+#include "KernelBlock.h"
 #include "Mvkrnx.h"
 
 namespace imgcore {
 
-struct Freer {
-    void operator()(void *block) const { KernelFree(block, 0, nullptr); }
-};
-template <typename T>
-using Block = std::unique_ptr<T[], Freer>;
-
-/** Uninitialized; null when memory is short. */
-template <typename T>
-Block<T> MakeBlock(size_t count) {
-    return Block<T>(static_cast<T *>(KernelAlloc(count, sizeof(T), 0, nullptr)));
-}
+using kernel::Block;
+using kernel::MakeBlock;
 
 /** True for a record of the right size with data behind it. */
 bool HasData(const _BITMAPHANDLE *bitmap);
@@ -48,6 +39,8 @@ struct SampleFormat {
  *  count at depths 12 and 16, if they make sense; at depth 8 all do. */
 std::optional<SampleFormat> FormatOf(const _BITMAPHANDLE *bitmap);
 
+/** Pixels of a stored row, and their number. */
+int32_t StoredWidth(const _BITMAPHANDLE &bitmap);
 int32_t StoredRows(const _BITMAPHANDLE &bitmap);
 
 /** A row of a bitmap with one array element a sample, and for other depths with its bytes. */

@@ -6,10 +6,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
-#include <random>
 
-#include "Common/DSImage/SampleRange.h"
-#include "Common/System/ImageProcessing.h"
 #include "Frames.h"
 #include "support/TestFiles.h"
 
@@ -494,32 +491,6 @@ TEST(GetImage, BelievesAColorStreamUnderAttributesOfGray) {
             ASSERT_EQ(Get(source, direct), 0);
             EXPECT_EQ(RowsOf(decoded), RowsOf(direct));
         }
-    }
-}
-
-TEST(SampleRange, IsThatOfTheImageProcessing) {
-    std::minstd_rand random(1);
-    const MDicomDS keepsCompanionLoaded(nullptr);
-    for (int round = 0; round < 3000; ++round) {
-        const int depth = round % 3 == 0 ? 8 : round % 3 == 1 ? 16 : 24;
-        const int order = depth == 16 ? KERNEL_ORDER_GRAY : KERNEL_ORDER_BGR;
-        TestBitmap bitmap(1 + static_cast<int>(random() % 90), 1 + static_cast<int>(random() % 4),
-                          depth, order);
-        for (int32_t y = 0; y < bitmap.nHeight; ++y) {
-            uint8_t *row = KernelLendBitmapRow(&bitmap, y);
-            std::generate_n(row, bitmap.nBytesPerLine,
-                            [&] { return static_cast<uint8_t>(random() >> 9); });
-        }
-        const int low = depth == 16 ? static_cast<int>(random() % 16) : 0;
-        bitmap.SetBits(low, depth == 16 ? low + static_cast<int>(random() % 16) % (16 - low) : 7,
-                       random() % 2 != 0);
-        int32_t own[2] = {};
-        int32_t expected[2] = {};
-        ASSERT_TRUE(mdicom::FindSampleRange(bitmap, &own[0], &own[1]));
-        ASSERT_EQ(mdicom::image_processing::GetMinMaxVal(&bitmap, &expected[0], &expected[1]),
-                  KERNEL_SUCCESS);
-        ASSERT_EQ(own[0], expected[0]) << depth << " " << bitmap.nLowBit << bitmap.nHighBit;
-        ASSERT_EQ(own[1], expected[1]) << depth << " " << bitmap.nLowBit << bitmap.nHighBit;
     }
 }
 
