@@ -188,6 +188,8 @@ Status ElementReader::PlaceElement(Level &level, const Header &header) {
 uint16_t ElementReader::DecideVr(const Level &level, const Header &header) {
     const bool pixels = header.tag == TAG_PIXEL_DATA;
     if (header.vr != vr::Implicit && header.tag != TAG_ITEM && !pixels) return header.vr;
+    // Fragments are bytes, also under a transfer syntax that is not known (PS 3.5, A.4).
+    if (pixels && header.length == kUndefinedLength) return vr::OB;
     // Bytes that a big-endian file calls OB are not in words: they must not be turned.
     if (pixels && !m_LittleEndian && header.vr == vr::OB) return vr::OB;
     if (header.tag == TAG_ITEM) {

@@ -57,6 +57,9 @@ constexpr SyntaxRow kSyntaxes[] = {
     {"2.4.101", kExplicitLittle, IMAGE_COMPRESSION_MPEG2_HIGH},
 };
 
+/** Compression class of a transfer syntax that is not in the table, and encapsulates its frames. */
+constexpr uint32_t kOtherCompression = 10;
+
 const SyntaxRow *FindSyntax(std::string_view uid) {
     if (!uid.starts_with(kSyntaxRoot)) return nullptr;
     uid.remove_prefix(kSyntaxRoot.size());
@@ -84,7 +87,8 @@ uint16_t CurveVr(uint32_t representation) {
 } // namespace
 
 /** Flags and compression class of a transfer syntax; null: of the one in (0002,0010). 1 if there
- *  was a UID; the results are those of implicit little endian otherwise. */
+ *  was a UID; the results are those of implicit little endian otherwise. Frames in fragments tell
+ *  that a syntax which is not in the table compresses: no save may call it by another name. */
 int32_t MDicomDS::GetTS(uint16_t *pFlags, uint32_t *pCompression, const char *pszUID) {
     *pFlags = kImplicitLittle;
     *pCompression = IMAGE_COMPRESSION_NONE;
@@ -95,7 +99,14 @@ int32_t MDicomDS::GetTS(uint16_t *pFlags, uint32_t *pCompression, const char *ps
         pszUID = text;
     }
     const SyntaxRow *row = FindSyntax(TrimBlanks(pszUID));
-    if (row == nullptr) return 1;
+    if (row == nullptr) {
+        const _DICOMELEMENT *pixels =
+            pszUID == text ? FindFirstElement(nullptr, TAG_PIXEL_DATA, 1) : nullptr;
+        if (pixels == nullptr || pixels->nLength != kUndefinedLength) return 1;
+        *pFlags = kExplicitLittle;
+        *pCompression = kOtherCompression;
+        return 1;
+    }
     *pFlags = row->flags;
     *pCompression = row->compression;
     return 1;
