@@ -291,11 +291,13 @@ Status ElementReader::CheckTransferSyntax(const Header &header) {
 Status ElementReader::CopyValue(_DICOMELEMENT *element, uint32_t length) {
     if (m_Position + length > m_File.nLength) return DICOM_ERROR_READ;
     MDicomFile &store = m_DS.m_TempFile;
-    if (!store.Seek(0, 2)) return DICOM_ERROR_SEEK;
+    if (!store.Seek(0, 2)) return Refuse(DICOM_ERROR_SEEK);
     const uint64_t end = store.Tell();
-    if (end + length > kLargestOffset) return DICOM_ERROR_WRITE;
+    if (end + length > kLargestOffset) return Refuse(DICOM_ERROR_WRITE);
     m_Window = {};
-    if (length > 0 && !store.CopyFrom(m_File, m_Position, length)) return DICOM_ERROR_WRITE;
+    if (length > 0 && !store.CopyFrom(m_File, m_Position, length)) {
+        return Refuse(DICOM_ERROR_WRITE);
+    }
     element->pBlockOffsets[0] = static_cast<uint32_t>(end);
     element->pBlockFiles[0] = &store;
     return DICOM_SUCCESS;

@@ -164,4 +164,15 @@ INSTANTIATE_TEST_SUITE_P(EachKind, Faults,
                                          int(KERNEL_FAULT_READ), int(KERNEL_FAULT_WRITE),
                                          int(KERNEL_FAULT_RENAME)));
 
+/** No other encoding is tried where the value store is full. */
+TEST(FaultsOfTheStore, EndALoad) {
+    TemporaryFolder folder;
+    support::WriteFile(folder.File("file"), SampleFile());
+    MDicomDS ds(nullptr);
+    KernelSetFaultHook([](int kind) { return kind == KERNEL_FAULT_WRITE ? 1 : 0; });
+    const unsigned status = ds.LoadDS(folder.WideFile("file").c_str(), DS_LOAD_CLOSE);
+    KernelSetFaultHook(nullptr);
+    EXPECT_EQ(status, DICOM_ERROR_WRITE);
+}
+
 } // namespace
