@@ -44,7 +44,7 @@ bool ReplacementFile::Create(const wchar_t *path) {
     m_Temporary = m_Path + RandomSuffix();
     const int flags =
         KERNEL_OPEN_READ | KERNEL_OPEN_WRITE | KERNEL_OPEN_CREATE | KERNEL_OPEN_EXCLUSIVE;
-    M_HFILE__ *file = KernelFileOpen(m_Temporary.c_str(), flags, 0666);
+    M_HFILE__ *file = KernelFileOpen(m_Temporary.c_str(), flags, exists ? 0600 : 0666);
     if (file == KERNEL_NO_FILE) {
         m_Temporary.clear();
         return false;
