@@ -107,8 +107,8 @@ enum {
 
 /** Flags of M_DicomEngineStartup. */
 enum {
-    DICOM_ENGINE_LAZY_IOD = 0x0001,            ///< leave the IOD tree for later
-    DICOM_ENGINE_LAZY_CONTEXT_GROUPS = 0x0002, ///< leave the context groups for later
+    DICOM_ENGINE_LAZY_IOD = 0x0001,            ///< leave the IOD tree for its first use
+    DICOM_ENGINE_LAZY_CONTEXT_GROUPS = 0x0002, ///< no MDicomContextGroup::Default(null)
 };
 
 /** Mode bits of MDicomFile::Open and MDicomFile::SetHandle. */
@@ -231,12 +231,12 @@ enum {
 
 /** Kinds of typed values, each a set of VRs. */
 enum {
-    VALUE_KIND_CHAR = 0,     ///< OB, SQ, UN
+    VALUE_KIND_CHAR = 0,     ///< OB, OV, SQ, SV, UN, UV
     VALUE_KIND_SHORT = 1,    ///< OW, SS, US
-    VALUE_KIND_LONG = 2,     ///< AT, IS, SL, UL
+    VALUE_KIND_LONG = 2,     ///< AT, IS, OL, SL, UL
     VALUE_KIND_FLOAT = 3,    ///< FL, OF
-    VALUE_KIND_DOUBLE = 4,   ///< DS, FD
-    VALUE_KIND_STRING = 5,   ///< AE, CS, LO, LT, PN, SH, ST, UI, UT
+    VALUE_KIND_DOUBLE = 4,   ///< DS, FD, OD
+    VALUE_KIND_STRING = 5,   ///< AE, CS, LO, LT, PN, SH, ST, UC, UI, UR, UT
     VALUE_KIND_AGE = 6,      ///< AS
     VALUE_KIND_DATE = 7,     ///< DA
     VALUE_KIND_TIME = 8,     ///< TM

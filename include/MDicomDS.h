@@ -50,7 +50,8 @@ struct DICOMDSEXTRA {
  *
  * What a data set hands out, elements, texts and arrays, stays its property. Element arguments
  * are null or an element of this data set; a stale one is the caller's fault unless a debug
- * callback is set (SetDebugDS). A data set is for one thread at a time.
+ * callback is set (SetDebugDS). A data set is for one thread at a time, except that several may
+ * call GetBinaryValue while none edits.
  *
  * Arguments shared by the walking operations: bSameLevel nonzero walks among the siblings of the
  * level, zero walks the whole tree depth first; bVolatile zero skips the elements that the
@@ -92,7 +93,8 @@ class MDICOM_API MDicomDS {
     ///@{
     /**
      * Inserts an element.
-     * @param pNeighbor an element of the level; with bChild the parent; null for the top level
+     * @param pNeighbor an element of the level; with bChild the parent; null for the top level. An
+     *                  element with a value, also an empty one, is refused as a parent
      * @param nTag      refused: group lengths, delimiters, (FFFC,FFFC), a tag that stands there
      * @param nVR       0 and UN stand for the VR of the data dictionary
      * @param bSequence nonzero: the element holds children (undefined length), as SQ does anyway
@@ -155,8 +157,10 @@ class MDICOM_API MDicomDS {
      * the data set until ResetDS, unless DS_LOAD_CLOSE is given.
      * @param nFlags DS_ flags; byte order, VR encoding and preamble that are not given are found
      *               out by trial
-     * @return 0; 2 no memory, 3 not opened, 4 shorter than its preamble, 5 or 6 value store
-     *         failure under DS_LOAD_CLOSE, 8 no DICOM. The data set is empty after a failure.
+     * @return 0; 2 no memory, 3 not opened, 4 shorter than the preamble that nFlags demand, 5 or 6
+     *         value store failure under DS_LOAD_CLOSE, 8 no DICOM, deflated, beyond a limit, or
+     *         with DS_LOAD_CLOSE a value that is cut off. The data set is empty after a failure.
+     *         9 while ConformanceDS tests the data set, which then stays.
      */
     uint16_t LoadDS(const wchar_t *pszName, uint16_t nFlags);
     /** As LoadDS, from a block of memory that has to outlive its use by the data set. 9 for a null
@@ -172,8 +176,9 @@ class MDICOM_API MDicomDS {
      * @param nFlags DS_ flags; file format, byte order and VR encoding that are not given are
      *               those of the data set. A compressed data set is always written in explicit VR
      *               little endian.
-     * @return 0; 2 no memory, 3 not created, 5 write error or a directory reference to a record
-     *         that is not there, 9 big endian together with implicit VR
+     * @return 0; 2 no memory, 3 not created, 5 write error, a value that is cut off, content
+     *         longer than its length field can tell, or a directory reference to a record that is
+     *         not there, 9 big endian together with implicit VR
      */
     uint16_t SaveDS(const wchar_t *pszName, uint16_t nFlags);
     /** As SaveDS, to an open stream, which ends with Close(0). 9 for a null stream. */
@@ -198,7 +203,8 @@ class MDICOM_API MDicomDS {
     float *GetFloatValue(_DICOMELEMENT *pElement, uint32_t nIndex, uint32_t nCount);
     /** Numbers of DS, FD and OD. */
     double *GetDoubleValue(_DICOMELEMENT *pElement, uint32_t nIndex, uint32_t nCount);
-    /** Values of an IS element without a limit of 32 bits. 0; 9 bad argument, 14 not readable. */
+    /** Values of an IS element without a limit of 32 bits. 0; 9 another VR, an empty value, no such
+     *  values, or null; 14 not readable. */
     uint16_t GetLong64Value(_DICOMELEMENT *pElement, int64_t *pArray, uint32_t nIndex,
                             uint32_t nCount);
     /** Text of value nIndex, converted from the data set's character set; with nCount above 1
@@ -209,20 +215,21 @@ class MDICOM_API MDicomDS {
     const char *GetStringValueA(_DICOMELEMENT *pElement, uint32_t nIndex, uint32_t nCount);
     /** Ages of AS. */
     _VALUEAGE *GetAgeValue(_DICOMELEMENT *pElement, uint32_t nIndex, uint32_t nCount);
-    /** Null for a value that is a range. */
+    /** Dates of DA. Null for a value that is a range. */
     _VALUEDATE *GetDateValue(_DICOMELEMENT *pElement, uint32_t nIndex, uint32_t nCount);
-    /** Null for a value that is a range. */
+    /** Times of TM. Null for a value that is a range. */
     _VALUETIME *GetTimeValue(_DICOMELEMENT *pElement, uint32_t nIndex, uint32_t nCount);
     /** Dates with times of DT. */
     _VALUEDATETIME *GetDateTimeValue(_DICOMELEMENT *pElement, uint32_t nIndex, uint32_t nCount);
-    /** Fills one range record. 0; 2 no memory, 9 bad argument. */
+    /** Fills a record with one value of DA, range or not. 0; 2 not readable or no memory, 9 another
+     *  VR, no such value, or null. */
     int32_t GetDateRangeValue(_DICOMELEMENT *pElement, uint32_t nIndex, _VALUEDATERANGE *pRange);
     /** As GetDateRangeValue, for TM. */
     int16_t GetTimeRangeValue(_DICOMELEMENT *pElement, uint32_t nIndex, _VALUETIMERANGE *pRange);
     /** As GetDateRangeValue, for DT. */
     int16_t GetDateTimeRangeValue(_DICOMELEMENT *pElement, uint32_t nIndex,
                                   _VALUEDATETIMERANGE *pRange);
-    /** Value multiplicity. */
+    /** Value multiplicity; 0 for an empty value and one that is not readable. */
     uint32_t GetCountValue(_DICOMELEMENT *pElement);
     /** Frees the caches of an element; its value stays. */
     void FreeValue(_DICOMELEMENT *pElement);
@@ -246,7 +253,8 @@ class MDICOM_API MDicomDS {
                            uint32_t nCharacterSet);
     /** As SetStringValue, with texts that are stored as they are. */
     int32_t SetStringValueA(_DICOMELEMENT *pElement, const char *pszText, uint32_t nCount);
-    /** 9 for a reference letter other than D, W, M and Y. */
+    /** Sets ages of AS. For a reference letter other than D, W, M and Y the result is 9, and
+     *  nothing is set. */
     int32_t SetAgeValue(_DICOMELEMENT *pElement, const _VALUEAGE *pArray, uint32_t nCount);
     /** Sets dates of DA. */
     int32_t SetDateValue(_DICOMELEMENT *pElement, const _VALUEDATE *pArray, uint32_t nCount);
@@ -255,13 +263,14 @@ class MDICOM_API MDicomDS {
     /** Sets dates with times of DT. */
     int32_t SetDateTimeValue(_DICOMELEMENT *pElement, const _VALUEDATETIME *pArray,
                              uint32_t nCount);
-    /** 0 for a null array or a range type above 3. */
+    /** Sets ranges of DA. 0 for a null array or a range type above 3. */
     int32_t SetDateRangeValue(_DICOMELEMENT *pElement, const _VALUEDATERANGE *pArray,
                               uint32_t nCount);
-    /** 9 for a null array or a range type above 3. */
+    /** Sets ranges of TM. For a null array or a range type above 3 the result is 9, and nothing is
+     *  set. */
     int32_t SetTimeRangeValue(_DICOMELEMENT *pElement, const _VALUETIMERANGE *pArray,
                               uint32_t nCount);
-    /** 9 for a null array or a range type above 3. */
+    /** As SetTimeRangeValue, for DT. */
     int32_t SetDateTimeRangeValue(_DICOMELEMENT *pElement, const _VALUEDATETIMERANGE *pArray,
                                   uint32_t nCount);
     /**
@@ -271,12 +280,14 @@ class MDICOM_API MDicomDS {
      * @param pArray     nCount entries of nArrayType, or null to count only
      * @param nIndex     first value (IS, DS) or first unit of the VR's unit size
      * @param nArrayType VALUE_ARRAY_ value
-     * @return entries delivered
+     * @return entries delivered; of texts the bytes, values without blanks around them, and a NUL
      */
     uint32_t FindGetValue(_DICOMELEMENT *pElement, uint32_t nTag, void *pArray, uint32_t nIndex,
                           uint32_t nCount, uint32_t nArrayType);
-    /** Finds an element, inserting it beside pElement if it is missing, and sets its value from
-     *  an array of nArrayType. Returns the element, or null. */
+    /** Finds an element and sets its value from an array of nArrayType. It is looked for on the
+     *  level of pElement, for null on the top level and then in the whole tree, and inserted on
+     *  that level (null: the top level) if it is missing. nCount 0 leaves the value as it is.
+     *  Returns the element, or null. */
     _DICOMELEMENT *FindSetValue(_DICOMELEMENT *pElement, uint32_t nTag, const void *pArray,
                                 uint32_t nCount, uint32_t nArrayType);
     ///@}
@@ -301,7 +312,7 @@ class MDICOM_API MDicomDS {
 
     /// @name Character sets (PS 3.5, 6.1; PS 3.3, C.12.1.1.2)
     ///@{
-    /** Rereads (0008,0005). 0; 2 no memory, 9 more than ten names. */
+    /** Rereads (0008,0005). 0; 2 no memory, 9 more than ten names, of which the first ten hold. */
     uint16_t UpdateSpecificCharacterSet();
     /** Converts stored text of nLength bytes (which ends at a NUL, too) to wide text by the
      *  active character sets. Returns wide characters with the terminator; a null pszOut
@@ -314,12 +325,13 @@ class MDICOM_API MDicomDS {
     ///@{
     /**
      * Fills the data set anew with the content of an IOD; what it held is lost.
-     * @param nClass IOD class number (MDicomIOD)
+     * @param nClass IOD class number (MDicomIOD); one that does not exist leaves it empty
      * @param nFlags DS_ flags: encoding of the data set, DS_ADD_MANDATORY_ELEMENTS_ONLY,
      *               DS_ADD_MANDATORY_MODULES_ONLY
      */
     void InitDS(uint32_t nClass, uint16_t nFlags);
-    /** Fills the data set anew with the elements of a command (PS 3.7, E). */
+    /** Fills the data set anew with the elements of a command (PS 3.7, E), in implicit VR little
+     *  endian. A command that does not exist leaves it empty. */
     void InitCS(uint16_t nCommand, int32_t bRequest);
     /** Command field of a command set without its response bit, and whether it is a request.
      *  Null is skipped. */
@@ -331,7 +343,8 @@ class MDICOM_API MDicomDS {
     _DICOMMODULE *FindIndexModule(uint32_t nIndex);
     /** Number of modules that the data set holds. */
     uint32_t GetCountModule();
-    /** Inserts the elements of a module; with bOptional also those that are not mandatory. */
+    /** Inserts the elements of a module; with bOptional also those that are not mandatory. What
+     *  FindModule then gives; null for a module that does not exist or that stands in sequences. */
     _DICOMMODULE *InsertModule(uint32_t nModule, int32_t bOptional);
     /** Deletes the elements of a module. */
     void DeleteModule(uint32_t nModule);
@@ -347,8 +360,9 @@ class MDICOM_API MDicomDS {
     /// @name Directory records as a tree (PS 3.3, F)
     /// Keys are the items of (0004,1220). Walks end where references loop.
     ///@{
-    /** Inserts a record under pParent (null: at the root) with a type such as L"STUDY"; with
-     *  bOptional 1 also the elements of its type. Returns the record. */
+    /** Inserts a record as the last under pParent (null: at the root) with a type such as L"STUDY";
+     *  with bOptional 1 also the elements of its type. Where there are records already, theirs is
+     *  the type. Returns the record; null when memory is short or pParent is no record. */
     _DICOMELEMENT *InsertKey(_DICOMELEMENT *pParent, const wchar_t *pszType, int32_t bOptional);
     /** Deletes a record with all below it. */
     void DeleteKey(_DICOMELEMENT *pKey);
@@ -477,7 +491,8 @@ class MDICOM_API MDicomDS {
      * @param nOrder        not used: gray of 12 and 16 bits is KERNEL_ORDER_GRAY, colour BGR
      * @param nFlags        DICOM_GETIMAGE_ options
      * @param pfnCallback   hears of each row; null for none
-     * @return 0; 1 MPEG, 2 no memory, 4 or 5 data not readable, 8 depth that no bitmap has, 9 bad
+     * @return 0; 1 MPEG, or a compression that the library does not know, 2 no memory, 4 or 5 data
+     *         not readable, 8 depth that no bitmap has, 9 bad
      *         argument, 10 no such frame or one that no decoder reads, 11 JPEG-LS, 12 photometric
      *         interpretation unknown, 14 attributes missing, 215, 231 and 232 no library for the
      *         image; or what the callback said
@@ -504,10 +519,12 @@ class MDICOM_API MDicomDS {
      * @param nQuality      2 (best) to 255 for lossy compressions; else not used
      * @param nFlags        DICOM_SETIMAGE_ options
      * @param pfnCallback   may change each row; null for none
-     * @return 0; 2 no memory, 5 not stored, or no JPEG encoder, 9 bad argument, 10 the encoder
-     *         refused, 11 compression that does not go with the depth, 12 lossy palette, 13 bitmap
-     *         not convertible, 214 null bitmap, 215 and 232 no library; or what the callback said.
-     *         The frames are as they were after a failure.
+     * @return 0; 2 no memory, 4 frames that are there not readable, 5 not stored, or no JPEG
+     *         encoder, 9 bad argument, 10 the encoder refused, or frames that are not stored as the
+     *         transfer syntax says, 11 compression that does not go with the depth or has no
+     *         encoder, 12 lossy palette, 13 bitmap not convertible, 214 null bitmap, 215 and 232 no
+     *         library; of later frames also as GetInfoImage; or what the callback said. The frames
+     *         are as they were after a failure.
      */
     uint16_t InsertImage(_DICOMELEMENT *pElement, _BITMAPHANDLE *pBitmap, uint32_t nIndex,
                          uint32_t nCompression, int32_t nPhotometric, int32_t nBitsPerPixel,
@@ -527,21 +544,24 @@ class MDICOM_API MDicomDS {
                           int32_t nPhotometric, int32_t nBitsPerPixel, int32_t nQuality,
                           uint32_t nFlags);
     /** Deletes up to nCount frames from nIndex on, without decoding. A native element goes with its
-     *  last frame. 9 for an element that is not in the tree. */
+     *  last frame. 0, also where a frame could not be deleted: GetCountImage tells; 2 no memory, 9
+     *  an element that is not in the tree. */
     uint16_t DeleteImage(_DICOMELEMENT *pElement, uint32_t nIndex, uint32_t nCount);
     /**
      * Reads the bytes that a frame is stored as: native samples, or a code stream.
      * @param pData null asks for the size
      * @param pSize in: room; out: bytes of the frame, or bytes that were read
-     * @return 0; 5 not readable, 9, 10 no such frame, 11 JPEG-LS
+     * @return 0; 2 no memory, 5 not readable, 9 null size, 10 no such frame, 11 JPEG-LS; else as
+     *         GetInfoImage
      */
     uint16_t GetFrameBinaryData(_DICOMELEMENT *pElement, uint32_t nIndex, void *pData,
                                 uint32_t *pSize);
-    /** Sets the options of JPEG 2000 encoding; null restores the defaults. 9 for bad options. */
+    /** Sets the options of JPEG 2000 encoding; null restores the defaults. 0; 2 no side record, 9
+     *  options that no codestream can have. */
     uint16_t SetJ2KOptions(const _FILEJ2KOPTIONS *pOptions);
-    /** Copies nSize bytes of the options. 9 for no record. */
+    /** Copies nSize bytes of the options. 0; 2 no side record, 9 null or no bytes. */
     uint16_t GetJ2KOptions(_FILEJ2KOPTIONS *pOptions, uint32_t nSize);
-    /** Copies nSize bytes of the default options. 65523 for no record. */
+    /** Copies nSize bytes of the default options. 0; 65523 null or no bytes. */
     uint16_t GetDefaultJ2KOptions(_FILEJ2KOPTIONS *pOptions, uint32_t nSize);
     /**
      * Changes the transfer syntax of the data set (PS 3.5, A): encodes the top-level Pixel Data
@@ -568,36 +588,44 @@ class MDICOM_API MDicomDS {
      *  item, 204 no descriptor, 205 no transformation, 206, 213 wrong size, 214 null. */
     uint16_t GetModalityLUTAttributes(uint32_t nFrame, tagDICOMMLUTATTRIBS *pAttributes,
                                       uint32_t nSize, uint32_t nFlags);
-    /** Table of the modality LUT. 0; 2, 4, 9 fewer entries than the table has, or no table. */
+    /** Table of the modality LUT. 0; 4 not readable, 9 a rescale, fewer entries than the table has,
+     *  or null; else as GetModalityLUTAttributes. */
     uint16_t GetModalityLUTData(uint16_t *pData, uint32_t nEntries, uint32_t nFlags);
-    /** Sets a rescale, or a table of nEntries entries; the other form goes. 0; 5 not stored, 9 bad
-     *  argument, 214 null, 64747 wrong size. */
+    /** Sets a rescale, or a table of nEntries entries; the other form goes. What all frames share
+     *  changes with DICOM_SETIMAGE_UPDATE_SHARED only. 0; 2, 5 not stored, 9 bad argument, 206, 214
+     *  null, 64747 wrong size. */
     uint16_t SetModalityLUT(uint32_t nFrame, const tagDICOMMLUTATTRIBS *pAttributes,
                             uint16_t *pData, uint32_t nEntries, uint32_t nFlags);
-    /** Deletes the modality transformation; a shared one only with DICOM_SETIMAGE_UPDATE_SHARED. */
+    /** Deletes the modality transformation; a shared one only with DICOM_SETIMAGE_UPDATE_SHARED. 0,
+     *  also when there is none; 9 flags. */
     uint16_t DeleteModalityLUT(uint32_t nFrame, uint32_t nFlags);
-    /** Number of VOI LUTs. */
+    /** Number of VOI LUTs. 0; 9 null. */
     uint16_t GetVOILUTCount(uint32_t *pCount);
-    /** A VOI LUT. 0; 9 no such LUT, 204 no descriptor, 206, 209 no item, 213 wrong size. */
+    /** A VOI LUT. 0; 9 no such LUT, or null, 204 no descriptor, 206, 209 no item, 213 wrong size.
+     */
     uint16_t GetVOILUT(uint32_t nIndex, tagDICOMVOILUTATTRIBS *pAttributes, uint32_t nSize,
                        uint32_t nFlags);
-    /** Table of a VOI LUT. 0; 2, 4, 9 bad argument, 201 no table. */
+    /** Table of a VOI LUT. 0; 4 not readable, 9 too little room, or null, 201 no table; else as
+     *  GetVOILUT. */
     uint16_t GetVOILUTData(uint32_t nIndex, uint16_t *pData, uint32_t nEntries, uint32_t nFlags);
-    /** Replaces a VOI LUT, or appends one when there is none of this index. */
+    /** Replaces a VOI LUT, or appends one when there is none of this index. 0; 2, 5 not stored, 9
+     *  bad argument, 206, 64747 wrong size. */
     uint16_t SetVOILUT(uint32_t nIndex, const tagDICOMVOILUTATTRIBS *pAttributes, uint16_t *pData,
                        uint32_t nEntries, uint32_t nFlags);
-    /** Deletes all VOI LUTs. */
+    /** Deletes all VOI LUTs. Always 0. */
     uint16_t DeleteVOILUT(uint32_t nFlags);
-    /** Number of windows of a frame. */
+    /** Number of windows of a frame. 0; 9 null. */
     uint16_t GetWindowCount(uint32_t nFrame, uint32_t *pCount);
     /** A window of a frame. 0; 9 no such window, 209 centre or width missing, 213 wrong size. */
     uint16_t GetWindow(uint32_t nFrame, uint32_t nIndex, tagDICOMWINDOWATTRIBS *pAttributes,
                        uint32_t nSize, uint32_t nFlags);
-    /** Replaces a window, or appends one when there is none of this index. 0; 4, 5, 9, 201 the
-     *  element has 30 windows, 214 null, 64747 wrong size. */
+    /** Replaces a window, or appends one when there is none of this index; shared ones change with
+     *  DICOM_SETIMAGE_UPDATE_SHARED only. 0; 4, 5, 9 bad argument, 201 the element has 30 windows,
+     *  214 null, 64747 wrong size. */
     uint16_t SetWindow(uint32_t nFrame, uint32_t nIndex, const tagDICOMWINDOWATTRIBS *pAttributes,
                        uint32_t nFlags);
-    /** Deletes all windows of a frame; shared ones only with DICOM_SETIMAGE_UPDATE_SHARED. */
+    /** Deletes all windows of a frame; shared ones only with DICOM_SETIMAGE_UPDATE_SHARED. Always
+     *  0. */
     uint16_t DeleteWindow(uint32_t nFrame, uint32_t nFlags);
     /** Descriptors of the palette. 0; 204 one is missing, 206, 213 wrong size, 214 null. */
     uint16_t GetPaletteColorLUTAttributes(tagDICOMPALCOLORLUTATTRIBS *pAttributes, uint32_t nSize,
@@ -605,14 +633,17 @@ class MDICOM_API MDicomDS {
     /** Sets the descriptors of the palette. 0; 5, 9 bad descriptor, 214 null, 64747 wrong size. */
     uint16_t SetPaletteColorLUTAttributes(const tagDICOMPALCOLORLUTATTRIBS *pAttributes,
                                           uint32_t nFlags);
-    /** A table of the palette, segmented ones expanded. nType is a PALETTE_LUT_ value. 0; 2, 4, 9,
-     *  201 unknown segment, 207 no table, 208 segmented table of 8 bits. */
+    /** A table of the palette, segmented ones expanded. nType is a PALETTE_LUT_ value. 0; 2, 4 not
+     *  readable, 9 too little room or a bad argument, 201 unknown segment, 207 no table, 208
+     *  segmented table of 8 bits; else as GetPaletteColorLUTAttributes. */
     uint16_t GetPaletteColorLUTData(uint16_t *pData, uint32_t nEntries, uint32_t nType,
                                     uint32_t nFlags);
-    /** Sets a table of the palette, as long as its descriptor says. */
+    /** Sets a table of the palette, of which as many entries count as its descriptor says. 0; 2, 5
+     *  not stored, 9 bad argument, 204 no descriptor, 206. There is no table after a failure to
+     *  store. */
     uint16_t SetPaletteColorLUTData(uint16_t *pData, uint32_t nEntries, uint32_t nType,
                                     uint32_t nFlags);
-    /** Deletes descriptors and tables of the palette. */
+    /** Deletes descriptors and tables of the palette. Always 0. */
     uint16_t DeletePaletteColorLUT(uint32_t nFlags);
     ///@}
 
@@ -621,7 +652,7 @@ class MDICOM_API MDicomDS {
     /// groups, from 0, activation layers that stand alone included. nSize is the sizeof of the
     /// record.
     ///@{
-    /** Number of overlays, or of activation layers if those are more. */
+    /** Number of overlays, or of activation layers if those are more. 0; 9 null. */
     uint16_t GetOverlayCount(uint32_t *pCount);
     /** Attributes of an overlay. pGroup, which may be null, gets the group less 6000; pIsOverlay 0
      *  for an activation layer alone. 0; 9 bad argument, 210 attributes missing, 213. */
@@ -648,10 +679,13 @@ class MDICOM_API MDicomDS {
      *  size. nIndex is the overlay's; if there is none, the overlay in group 6000 + 2 x nIndex is
      *  meant. 0; 2, 5, 9 bitmap of another form, 10 not readable, 210. */
     uint16_t SetOverlayBitmap(uint32_t nIndex, _BITMAPHANDLE *pBitmap, uint32_t nFlags);
-    /** Appends frames of an overlay to a list. */
+    /** Appends nCount frames of an overlay to a list, from frame nFirst on. 0; 9 null list, no such
+     *  overlay or frame; else as GetOverlayBitmap: frames before one that fails stay in the list.
+     */
     uint16_t GetOverlayBitmapList(uint32_t nIndex, HBITMAPLIST__ *hList, uint32_t nFirst,
                                   uint32_t nCount, uint32_t nFlags);
-    /** Sets the first frames of an overlay from a list; one with fewer frames gets more. */
+    /** Sets the first frames of an overlay from a list; one with fewer frames gets more. 0; 9 null
+     *  or empty list, or no such overlay; else as SetOverlayBitmap. */
     uint16_t SetOverlayBitmapList(uint32_t nIndex, HBITMAPLIST__ *hList, uint32_t nFlags);
     /** Deletes an overlay, or an activation layer. 0 also when there is none of this index. */
     uint16_t DeleteOverlay(uint32_t nIndex, uint32_t nFlags);

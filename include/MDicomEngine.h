@@ -10,13 +10,16 @@
 extern "C" {
 #endif
 
-/** Loads the dictionaries. Runs by itself with flags 3 when the library is loaded.
+/** Loads the dictionaries, and selects allocation family 1. Runs by itself with flags 3 when the
+ *  library is loaded; a program may call it after a shutdown, while no data set exists.
  *  @param nFlags DICOM_ENGINE_ bits */
 MDICOM_API void M_DicomEngineStartup(uint16_t nFlags);
-/** Empties the dictionaries. Runs by itself when the library is unloaded. */
+/** Empties the dictionaries: no file can be read or written until they are loaded again. Runs by
+ *  itself when the library is unloaded. */
 MDICOM_API void M_DicomEngineShutdown(void);
-/** Selects the allocation family of data set memory: 1 (start value) or 2. Set it while no data
- *  set exists. Returns the previous mode, or 0 for a mode that does not exist. */
+/** Selects the allocation family of data set memory: 1, the plain heap (start value), or 2, blocks
+ *  that know their size (KernelAlloc). Set it while no data set exists. Returns the previous mode,
+ *  or 0 for a mode that does not exist. */
 MDICOM_API uint16_t M_DicomSetMemoryAllocation(uint16_t nMode);
 
 #ifdef __cplusplus

@@ -76,16 +76,16 @@ typedef struct _DICOMIOD {
 
 /** Transfer syntaxes that a data set can be changed to (PS 3.5, A). */
 typedef enum tagDICOM_TRANSFER_SYNTAXES {
-    DICOM_TS_IMPLICIT_LITTLE = 0,
-    DICOM_TS_EXPLICIT_LITTLE = 1,
-    DICOM_TS_EXPLICIT_BIG = 2,
-    DICOM_TS_RLE = 3,
-    DICOM_TS_JPEG_BASELINE = 4,
-    DICOM_TS_JPEG_EXTENDED = 5,
-    DICOM_TS_JPEG_LOSSLESS = 6,
-    DICOM_TS_JPEG_LOSSLESS_FIRST_ORDER = 7,
-    DICOM_TS_JPEG2000_LOSSLESS = 8,
-    DICOM_TS_JPEG2000 = 9
+    DICOM_TS_IMPLICIT_LITTLE = 0,           ///< 1.2.840.10008.1.2
+    DICOM_TS_EXPLICIT_LITTLE = 1,           ///< 1.2.840.10008.1.2.1
+    DICOM_TS_EXPLICIT_BIG = 2,              ///< 1.2.840.10008.1.2.2
+    DICOM_TS_RLE = 3,                       ///< 1.2.840.10008.1.2.5
+    DICOM_TS_JPEG_BASELINE = 4,             ///< 1.2.840.10008.1.2.4.50
+    DICOM_TS_JPEG_EXTENDED = 5,             ///< 1.2.840.10008.1.2.4.51
+    DICOM_TS_JPEG_LOSSLESS = 6,             ///< 1.2.840.10008.1.2.4.57
+    DICOM_TS_JPEG_LOSSLESS_FIRST_ORDER = 7, ///< 1.2.840.10008.1.2.4.70
+    DICOM_TS_JPEG2000_LOSSLESS = 8,         ///< 1.2.840.10008.1.2.4.90
+    DICOM_TS_JPEG2000 = 9                   ///< 1.2.840.10008.1.2.4.91
 } tagDICOM_TRANSFER_SYNTAXES;
 
 /**
@@ -229,7 +229,7 @@ typedef struct _FILEJ2KOPTIONS {
 
 /** Description of an image (PS 3.3, C.7.6.3). */
 typedef struct _DICOMIMAGE {
-    uint32_t nCompression;                   ///< IMAGE_COMPRESSION_ value
+    uint32_t nCompression;                   ///< IMAGE_COMPRESSION_ value, 10 for an unknown one
     wchar_t szPhotometricInterpretation[30]; ///< (0028,0004) as read
     uint32_t nPhotometric;                   ///< PHOTOMETRIC_ value
     uint32_t nSamplesPerPixel;               ///< 1 if (0028,0002) is absent or 0
@@ -312,16 +312,16 @@ typedef int32_t (*MDICOM_DEBUG_CALLBACK)(_DICOMELEMENT *pElement, uint16_t nCode
 
 /** Which LUT a descriptor describes. */
 typedef enum tagDICOMLUTDESCRIPTORTYPE {
-    LUT_DESCRIPTOR_MODALITY = 0,
-    LUT_DESCRIPTOR_VOI = 1,
-    LUT_DESCRIPTOR_PALETTE = 2
+    LUT_DESCRIPTOR_MODALITY = 0, ///< (0028,3002) of a modality LUT
+    LUT_DESCRIPTOR_VOI = 1,      ///< (0028,3002) of a VOI LUT
+    LUT_DESCRIPTOR_PALETTE = 2   ///< (0028,1101) to (0028,1103)
 } tagDICOMLUTDESCRIPTORTYPE;
 
 /** The tables of a palette (PS 3.3, C.7.9). */
 typedef enum tagDICOMPALETTECOLORLUTTYPE {
-    PALETTE_LUT_RED = 0,
-    PALETTE_LUT_GREEN = 1,
-    PALETTE_LUT_BLUE = 2
+    PALETTE_LUT_RED = 0,   ///< (0028,1201)
+    PALETTE_LUT_GREEN = 1, ///< (0028,1202)
+    PALETTE_LUT_BLUE = 2   ///< (0028,1203)
 } tagDICOMPALETTECOLORLUTTYPE;
 
 /** Descriptor of a LUT (PS 3.3, C.11.1.1.1). */

@@ -53,24 +53,30 @@ typedef struct M_HFILE__ M_HFILE__; ///< an open file
 /** The value of a handle without a file. */
 #define KERNEL_NO_FILE ((M_HFILE__ *)(intptr_t)-1)
 
+/** Flags of KernelFileOpen. */
 enum {
-    KERNEL_OPEN_READ = 0x01,
-    KERNEL_OPEN_WRITE = 0x02,
+    KERNEL_OPEN_READ = 0x01,     ///< reading
+    KERNEL_OPEN_WRITE = 0x02,    ///< reading and writing
     KERNEL_OPEN_CREATE = 0x04,   ///< make the file, or cut it to nothing
     KERNEL_OPEN_EXCLUSIVE = 0x08 ///< with CREATE: fail if the file exists
 };
 
-/** Opens a regular file. Anything else that stands under the name, a folder or a pipe, fails. */
+/** Opens a regular file or a block device. Anything else that stands under the name, a folder or a
+ *  pipe, fails. nFlags are KERNEL_OPEN_ bits, nPermissions the rights of a new file, from which
+ *  the process takes some away (umask). KERNEL_NO_FILE on failure. */
 MVKRNX_API M_HFILE__ *KernelFileOpen(const char *pszPath, int nFlags, int nPermissions);
-/** Opens a file without a name in a folder; it vanishes when it is closed. */
+/** Opens a file without a name in a folder, which only its owner can read; it vanishes when it is
+ *  closed. KERNEL_NO_FILE on failure. */
 MVKRNX_API M_HFILE__ *KernelFileOpenUnnamed(const char *pszFolder);
 /** Reads up to nBytes at nOffset. Returns the bytes read, fewer only at the end, or -1. */
 MVKRNX_API int64_t KernelFileRead(M_HFILE__ *hFile, void *pBuffer, size_t nBytes, uint64_t nOffset);
-/** Writes nBytes at nOffset. Returns the bytes written, or -1. */
+/** Writes nBytes at nOffset. Returns the bytes written, fewer when there is no room for all, or
+ *  -1. */
 MVKRNX_API int64_t KernelFileWrite(M_HFILE__ *hFile, const void *pBuffer, size_t nBytes,
                                    uint64_t nOffset);
-/** Copies bytes from file to file inside the operating system. Returns the bytes copied, or -1
- *  when the systems of the two files cannot do it. */
+/** Copies bytes from file to file inside the operating system. Returns the bytes copied, fewer at
+ *  the end of the source or when there is no room for all, or -1 when the systems of the two
+ *  files cannot do it. */
 MVKRNX_API int64_t KernelFileCopy(M_HFILE__ *hSource, uint64_t nSourceOffset, M_HFILE__ *hTarget,
                                   uint64_t nTargetOffset, uint64_t nBytes);
 /** Bytes in the file, or -1. */
@@ -85,7 +91,7 @@ MVKRNX_API int KernelFolderIsWritable(const char *pszFolder);
 MVKRNX_API int KernelFileRemove(const char *pszPath);
 /** Gives a file another name, in one step, replacing what stands there; 1, or 0 on failure. */
 MVKRNX_API int KernelFileRename(const char *pszOldPath, const char *pszNewPath);
-/** The system's folder for temporary files. */
+/** The system's folder for temporary files: what TMPDIR names, else /tmp. */
 MVKRNX_API const char *KernelTemporaryFolder(void);
 ///@}
 
@@ -129,18 +135,19 @@ typedef struct KERNEL_IO {
 } KERNEL_IO;
 
 /** Swaps the file functions of the calling thread with those of the record, so that a second call
- *  puts the old ones back. Other threads are not concerned. */
+ *  puts the old ones back. Other threads are not concerned. 1, or -13 for null. */
 MVKRNX_API int32_t KernelRedirectIO(KERNEL_IO *pIo);
 ///@}
 
 /// @name Fault injection, for tests
 ///@{
+/** Kinds of operations that a fault hook is asked about. */
 enum {
-    KERNEL_FAULT_ALLOCATE = 0,
-    KERNEL_FAULT_OPEN = 1,
-    KERNEL_FAULT_READ = 2,
-    KERNEL_FAULT_WRITE = 3,
-    KERNEL_FAULT_RENAME = 4
+    KERNEL_FAULT_ALLOCATE = 0, ///< both families of allocation
+    KERNEL_FAULT_OPEN = 1,     ///< opening a file, named or not
+    KERNEL_FAULT_READ = 2,     ///< reading from a file
+    KERNEL_FAULT_WRITE = 3,    ///< writing, copying between files, truncation
+    KERNEL_FAULT_RENAME = 4    ///< giving a file another name
 };
 /** A function that is asked before each operation and makes it fail by a nonzero result. It is
  *  called from every thread. */

@@ -28,12 +28,14 @@ typedef struct _RGBQUAD16 {
     uint16_t rgbReserved; ///< 0
 } _RGBQUAD16;
 
+/** Flags of a bitmap. */
 enum {
-    KERNEL_BITMAP_ALLOCATED = 0x1,
-    KERNEL_BITMAP_SIGNED = 0x200,
-    KERNEL_BITMAP_LUT_IN_USE = 0x800
+    KERNEL_BITMAP_ALLOCATED = 0x1,   ///< it has data
+    KERNEL_BITMAP_SIGNED = 0x200,    ///< the highest significant bit is a sign
+    KERNEL_BITMAP_LUT_IN_USE = 0x800 ///< samples are shown through pLUT
 };
 
+/** What the first byte of a pixel is, or that it has one sample. */
 enum { KERNEL_ORDER_RGB = 0, KERNEL_ORDER_BGR = 1, KERNEL_ORDER_GRAY = 2 };
 
 /** Memory kinds of KernelCreateBitmap. */
@@ -45,13 +47,14 @@ enum {
 
 /** Results of the bitmap operations. */
 enum {
-    KERNEL_SUCCESS = 1,
-    KERNEL_ERROR_MEMORY = -1,
-    KERNEL_ERROR_ARGUMENT = -13, ///< null, out of range, or a bitmap without data
-    KERNEL_ERROR_FORMAT = -16,   ///< a depth or an order that there is not
-    KERNEL_ERROR_STRUCT_SIZE = -789
+    KERNEL_SUCCESS = 1,             ///< the call worked
+    KERNEL_ERROR_MEMORY = -1,       ///< memory ran out
+    KERNEL_ERROR_ARGUMENT = -13,    ///< null, out of range, or a bitmap without data
+    KERNEL_ERROR_FORMAT = -16,      ///< a depth or an order that there is not
+    KERNEL_ERROR_STRUCT_SIZE = -789 ///< size of a record
 };
 
+/** Flags of KernelColorResBitmap. */
 enum {
     KERNEL_COLORRES_DITHER = 6,  ///< error diffusion, onto the given or a fixed palette
     KERNEL_COLORRES_NEAREST = 20 ///< nearest colour of the given palette
@@ -115,11 +118,11 @@ enum { OVERLAY_IN_BIT_PLANE = 4 };
 
 /** Which members of _OVERLAYATTRIBUTES an operation moves. */
 enum {
-    KERNEL_OVERLAY_ORIGIN = 1,
-    KERNEL_OVERLAY_COLOR = 2,
-    KERNEL_OVERLAY_FLAGS = 4,
-    KERNEL_OVERLAY_BIT_POSITION = 8,
-    KERNEL_OVERLAY_DESCRIPTION = 16 ///< everything else
+    KERNEL_OVERLAY_ORIGIN = 1,       ///< nOriginX, nOriginY
+    KERNEL_OVERLAY_COLOR = 2,        ///< crColor
+    KERNEL_OVERLAY_FLAGS = 4,        ///< nOverlayFlags
+    KERNEL_OVERLAY_BIT_POSITION = 8, ///< nBitPosition
+    KERNEL_OVERLAY_DESCRIPTION = 16  ///< everything else
 };
 
 /** Attributes of an overlay, PS 3.3 C.9.2. */
