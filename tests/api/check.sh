@@ -54,14 +54,15 @@ awk -F'\t' 'NR == FNR { split($0, words, " "); later[words[2]] = 1; next }
     "$here/pending.txt" "$here/functions.tsv" | sort >"$work/due"
 compare "flat functions" "$work/due" "$work/found"
 
-# Records and constants that exist are not pending.
+# What the headers declare is not pending.
 headers=("$here"/../../include/*.h "$here"/../../kernel/Mvkrnx*.h)
 while read -r kind name; do
-    if grep -HnE "(struct|class MDICOM_API) $name( : .*)? *\{|^ *$name =" "${headers[@]}"; then
+    declared="(struct|class MDICOM_API) $name( : .*)? *\{|^ *$name =|[ *]$name\("
+    if grep -HnE "$declared" "${headers[@]}"; then
         echo "pending.txt still names the $kind $name" >&2
         status=1
     fi
-done < <(grep -E '^(record|class|constant) ' "$here/pending.txt")
+done < <(grep -E '^(record|class|member|constant) ' "$here/pending.txt")
 
 for library in "$@"; do
     name=$(basename "$library")
