@@ -3,9 +3,9 @@
 #include <new>
 #include <unordered_map>
 
+#include "Common/DS/DirectoryTags.h"
 #include "Common/DS/ElementIndex.h"
 #include "Common/DS/ElementNode.h"
-#include "Common/DS2/KeysIndex.h"
 #include "Common/DSValue/ValueStore.h"
 #include "Common/Utils/Memory.h"
 #include "MDicomDS.h"

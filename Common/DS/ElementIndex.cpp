@@ -5,9 +5,8 @@
 #include <new>
 #include <vector>
 
+#include "Common/DS/DirectoryTags.h"
 #include "Common/DS/ElementNode.h"
-#include "Common/DS2/KeysIndex.h"
-#include "Common/DSImage/ImageInfoFrames.h"
 
 namespace mdicom {
 

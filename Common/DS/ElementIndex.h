@@ -94,7 +94,7 @@ class ElementIndex {
     uint64_t RecordChanges() const noexcept { return m_RecordChanges; }
     void RecordsChanged() noexcept { ++m_RecordChanges; }
     /** The tree of the directory records; null until it is built. */
-    std::unique_ptr<KeyIndex> &Keys() noexcept { return m_Keys; }
+    std::shared_ptr<KeyIndex> &Keys() noexcept { return m_Keys; }
 
     /** Counts what happens to Pixel Data and its fragments. */
     uint64_t FragmentChanges() const noexcept { return m_FragmentChanges; }
@@ -103,7 +103,7 @@ class ElementIndex {
         if (element->nTag == TAG_ITEM) ++m_FragmentChanges;
     }
     /** Where the frames of encapsulated Pixel Data begin; null until it is asked for. */
-    std::unique_ptr<FrameIndex> &Frames() noexcept { return m_Frames; }
+    std::shared_ptr<FrameIndex> &Frames() noexcept { return m_Frames; }
 
   private:
     using Samples = std::map<uint32_t, _DICOMELEMENT *>;
@@ -118,8 +118,9 @@ class ElementIndex {
     TagCounts m_Counts;
     uint64_t m_RecordChanges = 0;
     uint64_t m_FragmentChanges = 0;
-    std::unique_ptr<KeyIndex> m_Keys;
-    std::unique_ptr<FrameIndex> m_Frames;
+    // Nobody shares them, but these owners can do without knowing what they own.
+    std::shared_ptr<KeyIndex> m_Keys;
+    std::shared_ptr<FrameIndex> m_Frames;
     std::unordered_map<const _DICOMELEMENT *, Samples> m_Samples; ///< by parent
     std::unordered_set<const _DICOMELEMENT *> m_Unordered;        ///< parents of such levels
     std::unordered_map<const _DICOMELEMENT *, _DICOMLINK *> m_Offsets;

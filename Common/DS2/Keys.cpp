@@ -94,7 +94,7 @@ wchar_t *TrimInPlace(wchar_t *text) {
 /** The records as a tree, up to date; null when memory is short. */
 KeyIndex *MDicomDS::GetKeyIndex() {
     if (m_pIndex == nullptr) return nullptr;
-    std::unique_ptr<KeyIndex> &keys = m_pIndex->Keys();
+    std::shared_ptr<KeyIndex> &keys = m_pIndex->Keys();
     const uint64_t version = m_pIndex->RecordChanges();
     if (keys && keys->Version() == version) return keys.get();
     keys.reset();

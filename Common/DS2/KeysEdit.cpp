@@ -189,7 +189,7 @@ void MDicomDS::DeleteKey(_DICOMELEMENT *pKey) {
         items.reserve(subtree.size());
         for (const KeyNode *each : subtree) items.push_back(each->item);
         Unlink(*node);
-        std::unique_ptr<KeyIndex> &keys = m_pIndex->Keys();
+        std::shared_ptr<KeyIndex> &keys = m_pIndex->Keys();
         if (!keys->Remove(subtree)) keys.reset();
         for (_DICOMELEMENT *item : items) DeleteElement(item);
         if (keys) keys->SetVersion(m_pIndex->RecordChanges());

@@ -8,6 +8,7 @@
 #include <unordered_set>
 #include <vector>
 
+#include "Common/DS/DirectoryTags.h"
 #include "MDicomTree.h"
 
 namespace mdicom {
@@ -87,12 +88,5 @@ class KeyIndex {
     uint32_t m_LowestFree = 1;
     uint64_t m_Version = 0;
 };
-
-/** Tags of the directory that the tree hangs on. */
-constexpr uint32_t kFirstRootRecord = 0x00041200;
-constexpr uint32_t kLastRootRecord = 0x00041202;
-constexpr uint32_t kDirectoryRecords = 0x00041220;
-constexpr uint32_t kNextRecord = 0x00041400;
-constexpr uint32_t kLowerRecord = 0x00041420;
 
 } // namespace mdicom

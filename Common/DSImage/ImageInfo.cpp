@@ -339,9 +339,9 @@ uint16_t MDicomDS::LocateFragment(_DICOMELEMENT *pElement, _IMAGEINFO *pInfo,
     };
     return Guarded<uint16_t>(DICOM_ERROR_MEMORY, [&] {
         if (m_pIndex == nullptr) return take(ListFrames(*this, pElement, Rules));
-        std::unique_ptr<FrameIndex> &frames = m_pIndex->Frames();
+        std::shared_ptr<FrameIndex> &frames = m_pIndex->Frames();
         const uint64_t version = m_pIndex->FragmentChanges();
-        if (!frames || frames->Version() != version) frames = std::make_unique<FrameIndex>(version);
+        if (!frames || frames->Version() != version) frames = std::make_shared<FrameIndex>(version);
         return take(frames->Get(*this, pElement, Rules));
     });
 }
