@@ -12,8 +12,4 @@ class ElementIndex;
  *  addresses stay. index may be null. */
 void ExchangeContents(_DICOMELEMENT *first, _DICOMELEMENT *second, ElementIndex *index) noexcept;
 
-/** Gives an element a value of a single block; its caches stay as they are. */
-void ReplaceBlocks(_DICOMELEMENT *element, MDicomFile *file, uint32_t offset,
-                   uint32_t length) noexcept;
-
 } // namespace mdicom

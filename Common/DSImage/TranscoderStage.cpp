@@ -200,7 +200,7 @@ Status FrameTranscoder::AppendTurned(TurnedValue &turned, bool littleEndian) {
 
 void FrameTranscoder::Commit() noexcept {
     for (const TurnedValue &turned : m_Turned) {
-        ReplaceBlocks(turned.element, &m_DataSet.m_TempFile, turned.offset, turned.length);
+        ReplaceBlocks(turned.element, {&m_DataSet.m_TempFile, turned.offset, turned.length});
     }
     for (const Change &change : m_Changes) {
         for (_DICOMELEMENT *staged = FirstChildOf(change.item); staged != nullptr;

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <bit>
 #include <cstring>
+#include <utility>
 
 #include "Common/DS/ElementNode.h"
 #include "Common/Utils/Memory.h"
@@ -21,6 +22,14 @@ ElementNode *NodeOf(_DICOMELEMENT *element) {
 
 bool IsInline(_DICOMELEMENT *element) {
     return element->pBlockFiles == &NodeOf(element)->file;
+}
+
+/** Lets the arrays of an element be those behind its own record. */
+void PointInline(_DICOMELEMENT *element) {
+    ElementNode *node = NodeOf(element);
+    element->pBlockFiles = &node->file;
+    element->pBlockOffsets = &node->offset;
+    element->pBlockLengths = &node->length;
 }
 
 /** The arrays of a list stand behind each other in one allocation: files, offsets, lengths. */
@@ -60,9 +69,7 @@ void InitBlocks(_DICOMELEMENT *pElement, MDicomFile *pFile) {
     node->file = pFile;
     node->offset = 0xFFFFFFFF;
     node->length = 0;
-    pElement->pBlockFiles = &node->file;
-    pElement->pBlockOffsets = &node->offset;
-    pElement->pBlockLengths = &node->length;
+    PointInline(pElement);
     pElement->nBlockCount = 1;
 }
 
@@ -109,6 +116,28 @@ void RemoveBlocks(_DICOMELEMENT *pElement, uint32_t nFirst, uint32_t nEnd) {
 
 void DropEmptyBlock(_DICOMELEMENT *pElement) {
     if (pElement->nBlockCount == 1 && pElement->pBlockLengths[0] == 0) pElement->nBlockCount = 0;
+}
+
+void ReplaceBlocks(_DICOMELEMENT *pElement, const ValueBlock &block) noexcept {
+    FreeBlocks(pElement);
+    InitBlocks(pElement, block.file);
+    pElement->pBlockOffsets[0] = block.offset;
+    pElement->pBlockLengths[0] = block.length;
+    pElement->nLength = block.length;
+}
+
+void ExchangeBlocks(_DICOMELEMENT *pFirst, _DICOMELEMENT *pSecond) noexcept {
+    const bool firstInline = IsInline(pFirst);
+    const bool secondInline = IsInline(pSecond);
+    std::swap(pFirst->pBlockFiles, pSecond->pBlockFiles);
+    std::swap(pFirst->pBlockOffsets, pSecond->pBlockOffsets);
+    std::swap(pFirst->pBlockLengths, pSecond->pBlockLengths);
+    std::swap(pFirst->nBlockCount, pSecond->nBlockCount);
+    std::swap(NodeOf(pFirst)->file, NodeOf(pSecond)->file);
+    std::swap(NodeOf(pFirst)->offset, NodeOf(pSecond)->offset);
+    std::swap(NodeOf(pFirst)->length, NodeOf(pSecond)->length);
+    if (secondInline) PointInline(pFirst);
+    if (firstInline) PointInline(pSecond);
 }
 
 uint32_t FindBlock(const _DICOMELEMENT *pElement, uint32_t *pOffset) {

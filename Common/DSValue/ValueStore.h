@@ -41,6 +41,12 @@ void RemoveBlocks(_DICOMELEMENT *pElement, uint32_t nFirst, uint32_t nEnd);
  *  can begin. */
 void DropEmptyBlock(_DICOMELEMENT *pElement);
 
+/** Gives an element a value of a single block; its caches stay as they are. */
+void ReplaceBlocks(_DICOMELEMENT *pElement, const ValueBlock &block) noexcept;
+
+/** Exchanges the lists of two elements. */
+void ExchangeBlocks(_DICOMELEMENT *pFirst, _DICOMELEMENT *pSecond) noexcept;
+
 /** Place of the block that holds byte nOffset, which becomes relative to the block. The offset
  *  has to lie within the value. */
 uint32_t FindBlock(const _DICOMELEMENT *pElement, uint32_t *pOffset);
