@@ -8,6 +8,8 @@
 #include <vector>
 
 #include "Common/DS/ElementNode.h"
+#include "Common/DSImage/CodecFlag.h"
+#include "Common/DSImage/FrameFragments.h"
 #include "Common/DSImage/FrameTranscoder.h"
 #include "Common/DSValue/ValueAccess.h"
 #include "Common/Utils/Text.h"
@@ -54,10 +56,6 @@ std::string ReadSyntax(MDicomDS &dataSet) {
     return std::string(TrimBlanks(std::string_view(uid.data())));
 }
 
-bool IsEncapsulated(const _DICOMELEMENT *pixelData) {
-    return pixelData->nLength == kUndefinedLength;
-}
-
 /** Pixel Data whose frames change: that of the top level, and all that is encapsulated. */
 std::vector<_DICOMELEMENT *> FindChangingPixelData(MDicomDS &dataSet) {
     std::vector<_DICOMELEMENT *> found;
@@ -94,10 +92,9 @@ uint16_t MDicomDS::ChangeTransferSyntax(const wchar_t *pszTransferSyntaxUID, int
         const int32_t number = NumberOf(uid);
         if (number < 0) return DICOM_ERROR_PARAMETER;
         const int32_t wasIntact = SetKeepPixelDataIntactFlag(1);
-        if (m_pExtra != nullptr) m_pExtra->bCodecFlag = (nFlags & kCodecFlag) != 0 ? 1 : 0;
+        const CodecFlag codecFlag(m_pExtra, (nFlags & kCodecFlag) != 0);
         const uint16_t status = Guarded<uint16_t>(
             DICOM_ERROR_MEMORY, [&] { return ChangeTransferSyntax(number, nQuality); });
-        if (m_pExtra != nullptr) m_pExtra->bCodecFlag = 0;
         if (status != DICOM_SUCCESS) SetKeepPixelDataIntactFlag(wasIntact);
         return status;
     });

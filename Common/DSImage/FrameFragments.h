@@ -4,11 +4,16 @@
 
 #include <cstdint>
 
+#include "Common/DS/ElementNode.h"
 #include "MDicomTypes.h"
 
 class MDicomDS;
 
 namespace mdicom {
+
+inline bool IsEncapsulated(const _DICOMELEMENT *pixelData) {
+    return pixelData->nLength == kUndefinedLength;
+}
 
 /** Frames of an element, or of all Pixel Data for null. Throws std::bad_alloc where memory is too
  *  short to count them, which is not the same as none. */

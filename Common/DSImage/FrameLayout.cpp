@@ -8,6 +8,7 @@
 #include "Common/DSImage/BitRuns.h"
 #include "Common/DSImage/PaletteColors.h"
 #include "Common/Utils/ByteOrder.h"
+#include "Common/Utils/CheckedMath.h"
 
 namespace mdicom {
 
@@ -116,6 +117,13 @@ void SettleBits(_IMAGEINFO &image) {
     if (image.nHighBit + 1 < image.nBitsStored || image.nHighBit >= image.nBitsAllocated) {
         image.nHighBit = image.nBitsStored - 1;
     }
+}
+
+std::optional<uint32_t> BytewiseFrameSize(const _IMAGEINFO &image) {
+    const uint32_t bits = std::max(image.nBitsAllocated, 1u);
+    auto size = CheckedMultiply(image.nRows, image.nColumns);
+    if (size) size = CheckedMultiply(*size, (bits - 1) / 8 + 1);
+    return size ? CheckedMultiply(*size, image.nSamplesPerPixel) : size;
 }
 
 RowMaker::RowMaker(const _IMAGEINFO &image, const FrameLayout &layout, bool signedSamples)

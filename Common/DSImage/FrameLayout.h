@@ -42,6 +42,9 @@ constexpr size_t PaddedRow(size_t bytes) {
 }
 
 /** Turns rows of samples into rows of a bitmap. */
+/** Bytes of a frame with whole bytes for each sample; nothing if they pass 32 bits. */
+std::optional<uint32_t> BytewiseFrameSize(const _IMAGEINFO &image);
+
 class RowMaker {
   public:
     /** Throws std::bad_alloc. @param signedSamples whether a sign bit counts, where one is */

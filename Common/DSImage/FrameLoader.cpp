@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "Common/DS/ElementNode.h"
+#include "Common/DSImage/Compression.h"
 #include "Common/DSImage/PaletteColors.h"
 #include "Common/System/ImageProcessing.h"
 #include "MDicomDS.h"
@@ -52,6 +53,7 @@ std::array<_RGBQUAD, 256> GrayPaletteOf(const _IMAGEINFO &info) {
 }
 
 constexpr std::string_view kCompressionNames[] = {
+/** Callbacks of rows know the two classes of JPEG 2000 by other names than the file filter. */
     "None",    "Run Length", "JPEG Lossless",     "JPEG Lossy",
     "Unknown", "Unknown",    "JPEG2000 Lossless", "JPEG2000",
 };
@@ -98,9 +100,7 @@ Status FrameLoader::Describe() {
     if (IsIcon(m_PixelData) && m_PixelData->nLength != kUndefinedLength) {
         m_Info.nCompression = IMAGE_COMPRESSION_NONE;
     }
-    const bool isJ2k = m_Info.nCompression == IMAGE_COMPRESSION_J2K_LOSSLESS ||
-                       m_Info.nCompression == IMAGE_COMPRESSION_J2K_LOSSY;
-    if (isJ2k && m_Info.nSamplesPerPixel == 3) TakeBytes();
+    if (IsJ2k(m_Info.nCompression) && m_Info.nSamplesPerPixel == 3) TakeBytes();
     const Status checked = CheckDescription();
     if (checked != DICOM_SUCCESS) return checked;
     return IsHollow() ? DICOM_ERROR_IMAGE : DICOM_SUCCESS;
@@ -126,12 +126,9 @@ Status FrameLoader::CheckDescription() const {
         m_Info.nBitsStored > kMostBits || m_Info.nHighBit >= kMostBits) {
         return DICOM_ERROR_FORMAT;
     }
-    if (m_Info.nCompression == IMAGE_COMPRESSION_JPEG_LS_LOSSLESS ||
-        m_Info.nCompression == IMAGE_COMPRESSION_JPEG_LS_LOSSY) {
-        return DICOM_ERROR_COMPRESSION;
-    }
+    if (IsJpegLs(m_Info.nCompression)) return DICOM_ERROR_COMPRESSION;
     if (m_Info.pFrameElement->nLength == 0) return DICOM_ERROR_IMAGE;
-    if (m_Info.nCompression > IMAGE_COMPRESSION_J2K_LOSSY) return DICOM_ERROR_FAILURE;
+    if (!HasCodec(m_Info.nCompression)) return DICOM_ERROR_FAILURE;
     const bool wantsPalette =
         m_Info.nPhotometric == PHOTOMETRIC_PALETTE_COLOR || m_Info.nPhotometric == PHOTOMETRIC_ARGB;
     if (wantsPalette && m_Info.nMaxEntries == 0) {
@@ -158,7 +155,7 @@ void FrameLoader::BecomeColor() {
     m_Info.nPhotometric = PHOTOMETRIC_YBR_RCT;
     TakeBytes();
     m_Info.nPixelRepresentation = 0;
-    m_Info.nFrameSize = m_Info.nRows * m_Info.nColumns * 3;
+    m_Info.nFrameSize = BytewiseFrameSize(m_Info).value_or(0xFFFFFFFF);
 }
 
 /** The frame's samples as rows of a new bitmap. */

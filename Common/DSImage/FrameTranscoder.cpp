@@ -7,6 +7,7 @@
 
 #include "Common/DS/ElementNode.h"
 #include "Common/DSImage/BitRuns.h"
+#include "Common/DSImage/Compression.h"
 #include "Common/DSImage/FrameFragments.h"
 #include "Common/DSImage/FrameLoader.h"
 #include "Common/DSImage/JpegPhotometric.h"
@@ -18,20 +19,6 @@
 #include "MDicomDS.h"
 
 namespace mdicom {
-
-namespace {
-
-bool IsJ2k(uint32_t compression) {
-    return compression == IMAGE_COMPRESSION_J2K_LOSSLESS ||
-           compression == IMAGE_COMPRESSION_J2K_LOSSY;
-}
-
-bool IsLossy(uint32_t compression) {
-    return compression == IMAGE_COMPRESSION_JPEG_LOSSY ||
-           compression == IMAGE_COMPRESSION_J2K_LOSSY;
-}
-
-} // namespace
 
 uint8_t *FrameBuffer::Get(uint64_t bytes) {
     if (bytes > m_Size || !m_Bytes) {
@@ -79,10 +66,8 @@ Status FrameTranscoder::CheckImage() const {
         return DICOM_ERROR_FORMAT;
     }
     const uint32_t source = m_Image.nCompression;
-    if (source == IMAGE_COMPRESSION_JPEG_LS_LOSSLESS || source == IMAGE_COMPRESSION_JPEG_LS_LOSSY) {
-        return DICOM_ERROR_COMPRESSION;
-    }
-    if (source > IMAGE_COMPRESSION_J2K_LOSSY) return DICOM_ERROR_FAILURE;
+    if (IsJpegLs(source)) return DICOM_ERROR_COMPRESSION;
+    if (!HasCodec(source)) return DICOM_ERROR_FAILURE;
     if (m_Compression <= IMAGE_COMPRESSION_RLE) return DICOM_SUCCESS;
     if (m_Image.nBitsAllocated == 1) return DICOM_ERROR_COMPRESSION;
     const bool isColor = m_Image.nSamplesPerPixel == 3;

@@ -12,6 +12,8 @@
 
 #include "Common/DS/ElementIndex.h"
 #include "Common/DS/ElementNode.h"
+#include "Common/DSImage/FrameFragments.h"
+#include "Common/DSImage/FrameLayout.h"
 #include "Common/DSImage/ImageInfoFrames.h"
 #include "Common/DSImage/ImageInfoPalette.h"
 #include "Common/DSImage/ImageTags.h"
@@ -44,12 +46,12 @@ struct Attributes {
 };
 
 void ReadPixelFormat(const Attributes &attributes, _IMAGEINFO &info) {
-    info.nBitsStored = attributes.Get(0x00280101);
-    info.nBitsAllocated = attributes.Get(0x00280100);
-    info.nHighBit = attributes.Get(0x00280102);
-    info.nPixelRepresentation = attributes.Get(0x00280103);
-    info.nSamplesPerPixel = std::max(1u, attributes.Get(0x00280002));
-    if (info.nSamplesPerPixel > 1) info.nPlanarConfiguration = attributes.Get(0x00280006);
+    info.nBitsStored = attributes.Get(kBitsStored);
+    info.nBitsAllocated = attributes.Get(kBitsAllocated);
+    info.nHighBit = attributes.Get(kHighBit);
+    info.nPixelRepresentation = attributes.Get(kPixelRepresentation);
+    info.nSamplesPerPixel = std::max(1u, attributes.Get(kSamplesPerPixel));
+    if (info.nSamplesPerPixel > 1) info.nPlanarConfiguration = attributes.Get(kPlanarConfiguration);
 }
 
 /** A pixel value of the image, else of its series. Its 16 bits are signed if the pixels are. */
@@ -63,10 +65,10 @@ uint32_t ReadExtreme(const Attributes &attributes, uint32_t imageTag, uint32_t s
 
 void ReadExtremes(const Attributes &attributes, _IMAGEINFO &info) {
     const bool isSigned = info.nPixelRepresentation != 0;
-    info.bSmallestPixelValue =
-        ReadExtreme(attributes, 0x00280106, 0x00280104, isSigned, &info.nSmallestPixelValue);
+    info.bSmallestPixelValue = ReadExtreme(attributes, kSmallestPixelValue, 0x00280104, isSigned,
+                                           &info.nSmallestPixelValue);
     info.bLargestPixelValue =
-        ReadExtreme(attributes, 0x00280107, 0x00280105, isSigned, &info.nLargestPixelValue);
+        ReadExtreme(attributes, kLargestPixelValue, 0x00280105, isSigned, &info.nLargestPixelValue);
 }
 
 /** First characters of a text as it is stored; empty where there is none. Takes no memory, so that
@@ -172,10 +174,7 @@ std::optional<uint32_t> FrameSizeOf(const _IMAGEINFO &info) {
     if (info.nBitsAllocated == 1 && info.nSamplesPerPixel == 1) {
         return CheckedMultiply(info.nColumns / 8 + (info.nColumns % 8 != 0 ? 1 : 0), info.nRows);
     }
-    const uint32_t sampleSize = info.nBitsAllocated == 0 ? 1 : (info.nBitsAllocated - 1) / 8 + 1;
-    auto size = CheckedMultiply(info.nRows, info.nColumns);
-    if (size) size = CheckedMultiply(*size, sampleSize);
-    return size ? CheckedMultiply(*size, info.nSamplesPerPixel) : size;
+    return BytewiseFrameSize(info);
 }
 
 /** Frames of two luminance samples for each pair of chrominance samples take two thirds. Some
@@ -185,10 +184,6 @@ void HalveChrominance(const _DICOMELEMENT *pixelData, uint32_t numberOfFrames, _
                         info.nSamplesPerPixel == 3 && info.nPlanarConfiguration == 0;
     const uint64_t full = uint64_t{info.nFrameSize} * std::max(1u, numberOfFrames);
     if (shared && pixelData->nLength < full) info.nFrameSize = info.nFrameSize / 3 * 2;
-}
-
-bool IsEncapsulated(const _DICOMELEMENT *pixelData) {
-    return pixelData->nLength == kUndefinedLength;
 }
 
 /** Frames in a value of defined length. */
@@ -275,7 +270,7 @@ uint16_t MDicomDS::DescribeImage(_DICOMELEMENT *pElement, _IMAGEINFO *pInfo, int
     GetTS(&flags, &info.nCompression, nullptr);
     const Attributes attributes{*this, pElement};
     const bool sized =
-        attributes.Read(0x00280010, &info.nRows) && attributes.Read(0x00280011, &info.nColumns);
+        attributes.Read(kRows, &info.nRows) && attributes.Read(kColumns, &info.nColumns);
     if (!sized) return DICOM_ERROR_IMAGE_ATTRIBUTE;
     DescribePalettes(*this, pElement, info);
     if (bWithTables) {

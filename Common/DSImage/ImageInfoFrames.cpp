@@ -7,6 +7,7 @@
 #include <span>
 
 #include "Common/DS/ElementNode.h"
+#include "Common/DSImage/Compression.h"
 #include "Common/Utils/ByteOrder.h"
 #include "MDicomDS.h"
 
@@ -84,18 +85,8 @@ bool AlwaysBegins(MDicomDS &, _DICOMELEMENT *) {
 }
 
 StartTest StartTestOf(uint32_t compression) {
-    switch (compression) {
-        case IMAGE_COMPRESSION_JPEG_LOSSLESS:
-        case IMAGE_COMPRESSION_JPEG_LOSSY:
-        case IMAGE_COMPRESSION_JPEG_LS_LOSSLESS:
-        case IMAGE_COMPRESSION_JPEG_LS_LOSSY:
-            return BeginsWithJpeg;
-        case IMAGE_COMPRESSION_J2K_LOSSLESS:
-        case IMAGE_COMPRESSION_J2K_LOSSY:
-            return BeginsWithJ2k;
-        default:
-            return AlwaysBegins;
-    }
+    if (IsJpeg(compression) || IsJpegLs(compression)) return BeginsWithJpeg;
+    return IsJ2k(compression) ? BeginsWithJ2k : AlwaysBegins;
 }
 
 void ScanFragments(MDicomDS &dataSet, _DICOMELEMENT *table, uint32_t fragments, FrameList &list) {

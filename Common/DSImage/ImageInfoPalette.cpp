@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "Common/DSImage/ImageTags.h"
 #include "Common/Utils/Memory.h"
 #include "MDicomDS.h"
 
@@ -23,12 +24,12 @@ struct Colour {
 };
 
 constexpr Colour kColours[] = {
-    {0x00281101, 0x00281201, 0x00281221, &_IMAGEINFO::nRedEntries, &_IMAGEINFO::nRedFirstValue,
-     &_IMAGEINFO::nRedBits, &_IMAGEINFO::pRedTable},
-    {0x00281102, 0x00281202, 0x00281222, &_IMAGEINFO::nGreenEntries, &_IMAGEINFO::nGreenFirstValue,
-     &_IMAGEINFO::nGreenBits, &_IMAGEINFO::pGreenTable},
-    {0x00281103, 0x00281203, 0x00281223, &_IMAGEINFO::nBlueEntries, &_IMAGEINFO::nBlueFirstValue,
-     &_IMAGEINFO::nBlueBits, &_IMAGEINFO::pBlueTable},
+    {kPaletteDescriptors[0], kPaletteTables[0], kPaletteSegments[0], &_IMAGEINFO::nRedEntries,
+     &_IMAGEINFO::nRedFirstValue, &_IMAGEINFO::nRedBits, &_IMAGEINFO::pRedTable},
+    {kPaletteDescriptors[1], kPaletteTables[1], kPaletteSegments[1], &_IMAGEINFO::nGreenEntries,
+     &_IMAGEINFO::nGreenFirstValue, &_IMAGEINFO::nGreenBits, &_IMAGEINFO::pGreenTable},
+    {kPaletteDescriptors[2], kPaletteTables[2], kPaletteSegments[2], &_IMAGEINFO::nBlueEntries,
+     &_IMAGEINFO::nBlueFirstValue, &_IMAGEINFO::nBlueBits, &_IMAGEINFO::pBlueTable},
 };
 
 constexpr uint32_t kAllEntries = 0x10000;

@@ -2,6 +2,7 @@
 
 #include "Common/CompUtil/EmbeddedCompression.h"
 #include "Common/DSImage/FrameData.h"
+#include "Common/DSImage/ScopedBitmap.h"
 #include "Common/DSValue/ValueAccess.h"
 #include "Common/Utils/Status.h"
 #include "Filters/J2k/read_j2k_header/j2k_parser.h"
@@ -16,27 +17,15 @@ Status StatusOf(int32_t result) {
     return result < 0 ? DICOM_ERROR_IMAGE : DICOM_SUCCESS;
 }
 
-/** A bitmap over a block of the caller. */
-class FrameBitmap {
-  public:
-    FrameBitmap(const _IMAGEINFO &image, uint8_t *buffer, uint32_t size) {
-        constexpr int32_t kTopLeft = 1;
-        m_Result = KernelCreateBitmap(
-            &m_Bitmap, sizeof m_Bitmap, KERNEL_MEMORY_CALLER, static_cast<int32_t>(image.nColumns),
-            static_cast<int32_t>(image.nRows), static_cast<int32_t>(image.nBitsPerPixel),
-            static_cast<int32_t>(image.nOrder), nullptr, kTopLeft, buffer, size);
-    }
-    ~FrameBitmap() { KernelFreeBitmap(&m_Bitmap); }
-    FrameBitmap(const FrameBitmap &) = delete;
-    FrameBitmap &operator=(const FrameBitmap &) = delete;
-
-    bool IsReady() const { return m_Result == KERNEL_SUCCESS; }
-    _BITMAPHANDLE *Get() { return &m_Bitmap; }
-
-  private:
-    _BITMAPHANDLE m_Bitmap{};
-    int32_t m_Result;
-};
+/** A bitmap over the rows that a frame is decoded into. */
+int32_t LayOver(const _IMAGEINFO &image, uint8_t *rows, uint32_t size, ScopedBitmap &bitmap) {
+    constexpr int32_t kTopLeft = 1;
+    return KernelCreateBitmap(bitmap.Get(), sizeof(_BITMAPHANDLE), KERNEL_MEMORY_CALLER,
+                              static_cast<int32_t>(image.nColumns),
+                              static_cast<int32_t>(image.nRows),
+                              static_cast<int32_t>(image.nBitsPerPixel),
+                              static_cast<int32_t>(image.nOrder), nullptr, kTopLeft, rows, size);
+}
 
 /** Samples of more bits take 32. */
 constexpr uint32_t kMostStored = 16;
@@ -92,8 +81,8 @@ class ForcedControl {
 /** Decodes the located frame into rows padded to 4 bytes. The bits stored become those of the
  *  codestream. */
 uint16_t MDicomDS::DecodeJ2K(_IMAGEINFO *pImage, uint8_t *pBuffer, uint32_t nBufferSize) {
-    FrameBitmap bitmap(*pImage, pBuffer, nBufferSize);
-    if (!bitmap.IsReady()) return DICOM_ERROR_MEMORY;
+    ScopedBitmap bitmap;
+    if (LayOver(*pImage, pBuffer, nBufferSize, bitmap) != KERNEL_SUCCESS) return DICOM_ERROR_MEMORY;
     FrameData frame;
     const uint16_t gathered = GatherFrame(pImage, &frame);
     if (gathered != DICOM_SUCCESS) return gathered;

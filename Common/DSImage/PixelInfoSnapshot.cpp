@@ -18,9 +18,11 @@ struct NumberRow {
 };
 
 constexpr NumberRow kNumbers[] = {
-    {0x00280002, &_DICOMIMAGE::nSamplesPerPixel},     {0x00280100, &_DICOMIMAGE::nBitsAllocated},
-    {0x00280101, &_DICOMIMAGE::nBitsStored},          {0x00280102, &_DICOMIMAGE::nHighBit},
-    {0x00280103, &_DICOMIMAGE::nPixelRepresentation},
+    {kSamplesPerPixel, &_DICOMIMAGE::nSamplesPerPixel},
+    {kBitsAllocated, &_DICOMIMAGE::nBitsAllocated},
+    {kBitsStored, &_DICOMIMAGE::nBitsStored},
+    {kHighBit, &_DICOMIMAGE::nHighBit},
+    {kPixelRepresentation, &_DICOMIMAGE::nPixelRepresentation},
 };
 
 bool IsBeside(MDicomDS &dataSet, _DICOMELEMENT *element, uint32_t tag) {

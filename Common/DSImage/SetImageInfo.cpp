@@ -7,10 +7,11 @@
 #include <optional>
 #include <string_view>
 
+#include "Common/DSImage/FrameLayout.h"
 #include "Common/DSImage/ImageTags.h"
 #include "Common/DSImage/Photometric.h"
 #include "Common/DSValue/ValueAccess.h"
-#include "Common/Utils/CheckedMath.h"
+#include "Common/LUT/FunctionalGroups.h"
 #include "Common/Utils/Vr.h"
 #include "MDicomDS.h"
 
@@ -18,21 +19,8 @@ using namespace mdicom;
 
 namespace {
 
-constexpr uint32_t kPaletteDescriptors[] = {0x00281101, 0x00281102, 0x00281103};
-constexpr uint32_t kPaletteTables[] = {0x00281201, 0x00281202, 0x00281203};
-/** What describes a palette in another way: its UID and segmented tables. */
-constexpr uint32_t kOtherPaletteTags[] = {0x00281199, 0x00281221, 0x00281222, 0x00281223};
 constexpr uint32_t kPaletteEntries = 256;
 constexpr uint32_t kPaletteBits = 16;
-
-/** Options of which only one can be wanted. */
-bool AreContradictory(uint32_t flags) {
-    constexpr uint32_t kPairs[] = {
-        DICOM_SETIMAGE_VOI_PER_FRAME | DICOM_SETIMAGE_VOI_SHARED,
-        DICOM_SETIMAGE_MODALITY_PER_FRAME | DICOM_SETIMAGE_MODALITY_SHARED};
-    return std::any_of(std::begin(kPairs), std::end(kPairs),
-                       [flags](uint32_t pair) { return (flags & pair) == pair; });
-}
 
 bool IsDeepGray(const _IMAGEINFO &info) {
     return info.nBitsPerPixel >= 9 && info.nBitsPerPixel <= 16;
@@ -89,13 +77,6 @@ bool DescribePixel(const _BITMAPHANDLE &bitmap, _IMAGEINFO &info) {
     return true;
 }
 
-/** Bytes of a frame with whole bytes for each sample; none if they pass 32 bits. */
-std::optional<uint32_t> FrameSizeOf(const _IMAGEINFO &info) {
-    auto size = CheckedMultiply(info.nRows, info.nColumns);
-    if (size) size = CheckedMultiply(*size, (info.nBitsAllocated - 1) / 8 + 1);
-    return size ? CheckedMultiply(*size, info.nSamplesPerPixel) : size;
-}
-
 /** The range that the bitmap tells of, else all that its samples can hold. */
 void DescribeExtremes(const _BITMAPHANDLE &bitmap, _IMAGEINFO &info) {
     info.bSmallestPixelValue = 1;
@@ -127,7 +108,7 @@ uint16_t DescribeBitmap(const _BITMAPHANDLE &bitmap, uint32_t frame, uint32_t ph
     const std::string_view text = kPhotometrics[photometric].text;
     std::copy(text.begin(), text.end(), info.szPhotometricInterpretation);
     info.bGray = IsGray(info);
-    const std::optional<uint32_t> frameSize = FrameSizeOf(info);
+    const std::optional<uint32_t> frameSize = BytewiseFrameSize(info);
     if (!frameSize) return DICOM_ERROR_PARAMETER;
     info.nFrameSize = *frameSize;
     if (HasPalette(info)) {
@@ -179,11 +160,12 @@ class Level {
 bool WritePixelFormat(const Level &level, const _IMAGEINFO &info) {
     const std::string_view text = kPhotometrics[info.nPhotometric].text;
     const bool written =
-        level.Write(0x00280101, info.nBitsStored) && level.Write(0x00280100, info.nBitsAllocated) &&
-        level.Write(0x00280102, info.nHighBit) &&
-        level.Write(0x00280103, info.nPixelRepresentation) && level.Write(0x00280010, info.nRows) &&
-        level.Write(0x00280011, info.nColumns) && level.Write(0x00280002, info.nSamplesPerPixel) &&
-        level.Write(0x00280004, text.data(), text.size(), VALUE_ARRAY_BYTE);
+        level.Write(kBitsStored, info.nBitsStored) &&
+        level.Write(kBitsAllocated, info.nBitsAllocated) && level.Write(kHighBit, info.nHighBit) &&
+        level.Write(kPixelRepresentation, info.nPixelRepresentation) &&
+        level.Write(kRows, info.nRows) && level.Write(kColumns, info.nColumns) &&
+        level.Write(kSamplesPerPixel, info.nSamplesPerPixel) &&
+        level.Write(kPhotometricInterpretation, text.data(), text.size(), VALUE_ARRAY_BYTE);
     if (!written) return false;
     if (info.nSamplesPerPixel == 3) {
         return level.Write(kPlanarConfiguration, info.nPlanarConfiguration);
@@ -208,7 +190,8 @@ bool WritePalette(const Level &level, const _BITMAPHANDLE &bitmap) {
             level.Write(kPaletteTables[i], table, kPaletteEntries, VALUE_ARRAY_WORD);
         if (!written) return false;
     }
-    level.DeleteAll(kOtherPaletteTags);
+    level.Delete({kPaletteUid});
+    level.DeleteAll(kPaletteSegments);
     level.Delete({kSmallestPixelValue, kLargestPixelValue});
     return true;
 }
@@ -255,7 +238,8 @@ bool WriteGrayLevels(MDicomDS &dataSet, _DICOMELEMENT *element, const _IMAGEINFO
     }
     level.DeleteAll(kPaletteDescriptors);
     level.DeleteAll(kPaletteTables);
-    level.DeleteAll(kOtherPaletteTags);
+    level.DeleteAll(kPaletteSegments);
+    level.Delete({kPaletteUid});
     return true;
 }
 
@@ -269,7 +253,7 @@ bool WriteGrayLevels(MDicomDS &dataSet, _DICOMELEMENT *element, const _IMAGEINFO
 uint16_t MDicomDS::SetInfoImage(_DICOMELEMENT *pElement, _IMAGEINFO *pInfo, _BITMAPHANDLE *pBitmap,
                                 uint32_t nFrame, int32_t nPhotometric, int32_t bWriteElements,
                                 uint32_t nFlags) {
-    if (pInfo == nullptr || pBitmap == nullptr || AreContradictory(nFlags)) {
+    if (pInfo == nullptr || pBitmap == nullptr || HaveTwoPlaces(nFlags)) {
         return DICOM_ERROR_PARAMETER;
     }
     const bool isKnown =
@@ -304,8 +288,6 @@ uint16_t MDicomDS::SetInfoImage(_DICOMELEMENT *pElement, _IMAGEINFO *pInfo, _BIT
 /** What the class of the data set demands for frames: single-bit captures number their pages. */
 uint16_t MDicomDS::AddIODSpecificElements(_DICOMELEMENT *pElement, _IMAGEINFO *pInfo) {
     constexpr uint32_t kMultiFrameSingleBitCapture = 95; // of the IOD dictionary
-    constexpr uint32_t kFrameIncrementPointer = 0x00280009;
-    constexpr uint32_t kPageNumberVector = 0x00182001;
     if (pInfo == nullptr) return DICOM_ERROR_PARAMETER;
     uint32_t number = 0;
     GetInfoDS(&number, nullptr);

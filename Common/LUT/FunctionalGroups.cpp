@@ -15,11 +15,7 @@ namespace mdicom {
 
 namespace {
 
-constexpr uint32_t kNumberOfFrames = 0x00280008;
 constexpr uint32_t kMediaStorageClass = 0x00020002;
-constexpr uint32_t kWindowCenter = 0x00281050;
-constexpr uint32_t kRescaleIntercept = 0x00281052;
-constexpr uint32_t kRescaleSlope = 0x00281053;
 
 /** Classes whose objects have functional groups. */
 constexpr std::wstring_view kGroupClasses[] = {
@@ -32,8 +28,8 @@ constexpr std::wstring_view kGroupClasses[] = {
     L"1.2.840.10008.5.1.4.1.1.130",
 };
 
-constexpr uint32_t kTopLevelAttributes[] = {0x00281050, 0x00281051, 0x00281052, 0x00281053,
-                                            0x00281054};
+constexpr uint32_t kTopLevelAttributes[] = {kWindowCenter, kWindowWidth, kRescaleIntercept,
+                                            kRescaleSlope, kRescaleType};
 
 _DICOMELEMENT *NextItem(_DICOMELEMENT *element) {
     while (element != nullptr && element->nTag != TAG_ITEM) element = NextOf(element);

@@ -6,6 +6,7 @@
 #include <array>
 #include <cstdint>
 
+#include "Common/DSImage/ImageTags.h"
 #include "Common/Utils/Status.h"
 #include "MDicomTypes.h"
 
@@ -23,19 +24,24 @@ struct LutMacro {
     uint32_t perFrameFlag;        ///< puts new attributes into the group of the frame
     uint32_t sharedFlag;          ///< puts new attributes into the shared group
 
-    bool FlagsExclude(uint32_t flags) const {
+    /** True if flags name both groups for the same new attributes. */
+    constexpr bool HasTwoPlaces(uint32_t flags) const {
         return (flags & perFrameFlag) != 0 && (flags & sharedFlag) != 0;
     }
 };
 
 constexpr LutMacro kVoiMacro{0x00289132,
-                             {0x00281050, 0x00281051, 0},
+                             {kWindowCenter, kWindowWidth, 0},
                              DICOM_SETIMAGE_VOI_PER_FRAME,
                              DICOM_SETIMAGE_VOI_SHARED};
 constexpr LutMacro kModalityMacro{0x00289145,
-                                  {0x00281052, 0x00281053, 0x00281054},
+                                  {kRescaleIntercept, kRescaleSlope, kRescaleType},
                                   DICOM_SETIMAGE_MODALITY_PER_FRAME,
                                   DICOM_SETIMAGE_MODALITY_SHARED};
+
+constexpr bool HaveTwoPlaces(uint32_t flags) {
+    return kVoiMacro.HasTwoPlaces(flags) || kModalityMacro.HasTwoPlaces(flags);
+}
 
 /** Where attributes of a macro go. */
 struct LutPlace {

@@ -7,6 +7,7 @@
 #include <cmath>
 
 #include "Common/DSImage/ImageInfoPalette.h"
+#include "Common/DSImage/ImageTags.h"
 #include "Common/LUT/FunctionalGroups.h"
 #include "Common/LUT/LevelValues.h"
 #include "Common/Utils/Memory.h"
@@ -45,9 +46,6 @@ bool HasCommonBits(const _DICOMLUTDESCRIPTOR &descriptor) {
 }
 
 namespace {
-
-constexpr uint32_t kPixelRepresentation = 0x00280103;
-constexpr uint32_t kBitsStored = 0x00280101;
 
 /** Whether values behind a rescale can be negative. Their first mapped value has that sign. */
 bool IsNegative(MDicomDS &dataSet, const tagDICOMMLUTATTRIBS &rescale, bool signedPixels) {

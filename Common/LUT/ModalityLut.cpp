@@ -15,9 +15,6 @@ namespace {
 
 constexpr uint32_t kModalityLutSequence = 0x00283000;
 constexpr uint32_t kModalityLutType = 0x00283004;
-constexpr uint32_t kRescaleIntercept = 0x00281052;
-constexpr uint32_t kRescaleSlope = 0x00281053;
-constexpr uint32_t kRescaleType = 0x00281054;
 
 void Reset(tagDICOMMLUTATTRIBS *attributes) {
     *attributes = {};
@@ -103,7 +100,7 @@ uint16_t MDicomDS::GetModalityLUTData(uint16_t *pData, uint32_t nEntries, uint32
 
 uint16_t MDicomDS::SetModalityLUT(uint32_t nFrame, const tagDICOMMLUTATTRIBS *pAttributes,
                                   uint16_t *pData, uint32_t nEntries, uint32_t nFlags) {
-    if (kVoiMacro.FlagsExclude(nFlags) || kModalityMacro.FlagsExclude(nFlags)) {
+    if (HaveTwoPlaces(nFlags)) {
         return DICOM_ERROR_PARAMETER;
     }
     if (pAttributes == nullptr) return DICOM_ERROR_NULL_POINTER;
@@ -174,7 +171,7 @@ uint16_t MDicomDS::SetModalityLUTDescriptor(_DICOMELEMENT *pItem,
 }
 
 uint16_t MDicomDS::DeleteModalityLUT(uint32_t nFrame, uint32_t nFlags) {
-    if (kVoiMacro.FlagsExclude(nFlags) || kModalityMacro.FlagsExclude(nFlags)) {
+    if (HaveTwoPlaces(nFlags)) {
         return DICOM_ERROR_PARAMETER;
     }
     for (const uint32_t tag :

@@ -12,9 +12,6 @@ using namespace mdicom;
 
 namespace {
 
-constexpr uint32_t kWindowCenter = 0x00281050;
-constexpr uint32_t kWindowWidth = 0x00281051;
-constexpr uint32_t kWindowExplanation = 0x00281055;
 constexpr uint32_t kMostWindows = 30;
 
 } // namespace
@@ -69,7 +66,7 @@ uint16_t MDicomDS::SetWindow(uint32_t nFrame, uint32_t nIndex,
                              const tagDICOMWINDOWATTRIBS *pAttributes, uint32_t nFlags) {
     if (pAttributes == nullptr) return DICOM_ERROR_NULL_POINTER;
     if (pAttributes->nStructSize != sizeof *pAttributes) return DICOM_ERROR_STRUCT_SIZE_SET;
-    if (kVoiMacro.FlagsExclude(nFlags) || kModalityMacro.FlagsExclude(nFlags)) {
+    if (HaveTwoPlaces(nFlags)) {
         return DICOM_ERROR_PARAMETER;
     }
     if (!std::isfinite(pAttributes->fCenter) || !std::isfinite(pAttributes->fWidth)) {

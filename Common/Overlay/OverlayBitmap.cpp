@@ -4,6 +4,8 @@
 #include <cstring>
 #include <optional>
 
+#include "Common/DSImage/BitmapColors.h"
+#include "Common/DSImage/ScopedBitmap.h"
 #include "Common/DSValue/ValueAccess.h"
 #include "Common/DSValue/ValueStore.h"
 #include "Common/Overlay/Overlay.h"
@@ -94,38 +96,24 @@ class FrameReader {
 class UprightBitmap {
   public:
     explicit UprightBitmap(const _BITMAPHANDLE &bitmap) : m_View(&bitmap) {
-        KernelInitBitmap(&m_Copy, sizeof m_Copy, 0, 0, 0);
         if (bitmap.nViewPerspective == kTopLeft || bitmap.nViewPerspective == kBottomLeft) return;
-        const auto copied = KernelCopyBitmapView(&m_Copy, &bitmap, sizeof m_Copy);
-        m_View = copied == KERNEL_SUCCESS ? &m_Copy : nullptr;
+        const auto copied = KernelCopyBitmapView(m_Copy.Get(), &bitmap, sizeof bitmap);
+        m_View = copied == KERNEL_SUCCESS ? m_Copy.Get() : nullptr;
     }
-    ~UprightBitmap() { KernelFreeBitmap(&m_Copy); }
-    UprightBitmap(const UprightBitmap &) = delete;
-    UprightBitmap &operator=(const UprightBitmap &) = delete;
 
     /** Null without memory for it. */
     const _BITMAPHANDLE *Get() const { return m_View; }
 
   private:
-    _BITMAPHANDLE m_Copy;
+    ScopedBitmap m_Copy;
     const _BITMAPHANDLE *m_View;
 };
-
-/** True if a 0 is shown white and a 1 black. */
-bool IsInverted(const _BITMAPHANDLE &bitmap) {
-    _RGBQUAD colors[2] = {};
-    if (KernelGetBitmapColors(&bitmap, 0, 2, colors) != KERNEL_SUCCESS) return false;
-    const auto is = [](const _RGBQUAD &color, uint8_t value) {
-        return color.rgbRed == value && color.rgbGreen == value && color.rgbBlue == value;
-    };
-    return is(colors[0], 0xFF) && is(colors[1], 0);
-}
 
 /** Adds all rows to a stream of zeroes, from a bit on. */
 bool PackRows(const _BITMAPHANDLE &bitmap, uint8_t *stream, uint64_t bit) {
     const auto columns = static_cast<uint32_t>(bitmap.nWidth);
     const uint32_t rowBytes = (columns + 7) / 8;
-    const uint8_t inversion = IsInverted(bitmap) ? 0xFF : 0;
+    const uint8_t inversion = HasInvertedColors(bitmap) ? 0xFF : 0;
     const bool upward = bitmap.nViewPerspective == kBottomLeft;
     for (int32_t i = 0; i < bitmap.nHeight; ++i, bit += columns) {
         uint8_t row[kLongestRow + kBitSlack];

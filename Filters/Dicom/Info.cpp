@@ -15,7 +15,8 @@ using namespace mdicom;
 
 namespace {
 
-/** How a compression class is told to the kernel. Classes that no decoder reads have no format. */
+/** How a compression class is told to the kernel. Classes that no decoder reads have no format. The
+ *  names of JPEG 2000 are those of file formats, which callbacks of rows know by others. */
 struct CompressionRow {
     uint32_t compression;
     int32_t grayFormat; ///< that of colour is the next one
