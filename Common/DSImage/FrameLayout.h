@@ -2,6 +2,7 @@
 
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -41,10 +42,10 @@ constexpr size_t PaddedRow(size_t bytes) {
     return (bytes + 3) / 4 * 4;
 }
 
-/** Turns rows of samples into rows of a bitmap. */
 /** Bytes of a frame with whole bytes for each sample; nothing if they pass 32 bits. */
 std::optional<uint32_t> BytewiseFrameSize(const _IMAGEINFO &image);
 
+/** Turns rows of samples into rows of a bitmap. */
 class RowMaker {
   public:
     /** Throws std::bad_alloc. @param signedSamples whether a sign bit counts, where one is */
@@ -54,10 +55,13 @@ class RowMaker {
     void SetRange(uint32_t low, uint32_t high);
     void SetYbr(YbrRange range) { m_Ybr = range; }
 
-    /** True if the samples are the row already: only Finish is left to do in place. */
+    /** True if the samples are the row already; Make then works in place. */
     bool IsIdentity() const { return m_Make == nullptr; }
-    /** Makes a row from its first sample. */
+    /** Makes a row from its first sample: every byte but those of the padding. */
     void Make(const uint8_t *samples, uint8_t *row) const;
+    void ClearPadding(uint8_t *row) const {
+        std::fill(row + m_RowBytes, row + PaddedRow(m_RowBytes), uint8_t{0});
+    }
 
     /** A component's value: the stored bits alone, a sign moved to the offset that makes the least
      *  value 0. */

@@ -11,6 +11,7 @@
 #include "Common/DS/ElementNode.h"
 #include "Common/DSImage/Compression.h"
 #include "Common/DSImage/PaletteColors.h"
+#include "Common/DSValue/ValueStore.h"
 #include "Common/System/ImageProcessing.h"
 #include "MDicomDS.h"
 
@@ -52,8 +53,8 @@ std::array<_RGBQUAD, 256> GrayPaletteOf(const _IMAGEINFO &info) {
     return palette;
 }
 
-constexpr std::string_view kCompressionNames[] = {
 /** Callbacks of rows know the two classes of JPEG 2000 by other names than the file filter. */
+constexpr std::string_view kCompressionNames[] = {
     "None",    "Run Length", "JPEG Lossless",     "JPEG Lossy",
     "Unknown", "Unknown",    "JPEG2000 Lossless", "JPEG2000",
 };
@@ -103,20 +104,25 @@ Status FrameLoader::Describe() {
     if (IsJ2k(m_Info.nCompression) && m_Info.nSamplesPerPixel == 3) TakeBytes();
     const Status checked = CheckDescription();
     if (checked != DICOM_SUCCESS) return checked;
-    return IsHollow() ? DICOM_ERROR_IMAGE : DICOM_SUCCESS;
+    return IsHollow(m_DataSet, m_Info) ? DICOM_ERROR_IMAGE : DICOM_SUCCESS;
 }
 
-/** True for a large frame of which almost nothing is there: its attributes alone would decide over
- *  gigabytes. Other codecs tell from their streams. */
-bool FrameLoader::IsHollow() {
+bool FrameLoader::IsHollow(MDicomDS &dataSet, _IMAGEINFO &image) {
     constexpr uint32_t kLarge = 64 << 20;
     constexpr uint64_t kLeastPart = 100; // run length coding makes 64 bytes of one at best
-    if (m_Info.nCompression > IMAGE_COMPRESSION_RLE || m_Info.nFrameSize < kLarge) return false;
-    const bool isNative = m_Info.nCompression == IMAGE_COMPRESSION_NONE;
-    const uint64_t length = m_Info.pFrameElement->nLength;
-    const uint64_t bytes = isNative ? length - std::min<uint64_t>(length, m_Info.nFrameOffset)
-                                    : m_DataSet.CountFrameBytes(&m_Info);
-    return bytes < m_Info.nFrameSize / kLeastPart;
+    if (image.nCompression > IMAGE_COMPRESSION_RLE || image.nFrameSize < kLarge) return false;
+    const bool isNative = image.nCompression == IMAGE_COMPRESSION_NONE;
+    const uint64_t length = image.pFrameElement->nLength;
+    const uint64_t bytes = isNative ? length - std::min<uint64_t>(length, image.nFrameOffset)
+                                    : dataSet.CountFrameBytes(&image);
+    return bytes < image.nFrameSize / kLeastPart;
+}
+
+bool FrameLoader::FillsLayout(const _IMAGEINFO &image, const FrameLayout &layout) {
+    if (image.nCompression != IMAGE_COMPRESSION_NONE || layout.rowBits != 0) return false;
+    const uint64_t end = uint64_t{image.nFrameOffset} + image.nFrameSize;
+    return image.nFrameSize == layout.bytes && end <= image.pFrameElement->nLength &&
+           ValueIsPresent(image.pFrameElement);
 }
 
 Status FrameLoader::CheckDescription() const {
@@ -164,28 +170,40 @@ Status FrameLoader::MakePicture() {
     const std::optional<FrameLayout> layout = LayoutOf(m_Info);
     if (!layout) return DICOM_ERROR_FORMAT;
     m_Layout = *layout;
-    Status status = CreateBitmap();
-    if (status != DICOM_SUCCESS) return status;
-    RowMaker maker(m_Info, m_Layout, m_Info.nPixelRepresentation != 0 && !m_IsIntact);
-    uint8_t *rows = KernelLendBitmapRow(m_Bitmap.Get(), 0);
-    const uint64_t room = uint64_t{m_Bitmap->nBytesPerLine} * m_Info.nRows;
-    if (maker.IsIdentity() && m_Layout.bytes <= room) {
-        status = Decode(rows, room);
-        if (status == DICOM_SUCCESS) PrepareMaker(maker, rows);
-        return status == DICOM_SUCCESS ? ConvertRows(maker, rows) : status;
+    const bool fillsLayout = FillsLayout(m_Info, m_Layout);
+    RowMaker maker = MakeMaker();
+    if (maker.IsIdentity()) {
+        Status status = CreateBitmap(fillsLayout ? KERNEL_MEMORY_UNCLEARED : KERNEL_MEMORY_OWN);
+        if (status != DICOM_SUCCESS) return status;
+        uint8_t *rows = KernelLendBitmapRow(m_Bitmap.Get(), 0);
+        status = Decode(rows, uint64_t{m_Bitmap->nBytesPerLine} * m_Info.nRows);
+        if (status != DICOM_SUCCESS) return status;
+        PrepareMaker(maker, rows);
+        return ConvertRows(maker, rows);
     }
+    // A callback may look at rows that are still to come.
+    const bool isSeen = m_Request.callback != nullptr;
+    Status status = CreateBitmap(isSeen ? KERNEL_MEMORY_OWN : KERNEL_MEMORY_UNCLEARED);
+    if (status != DICOM_SUCCESS) return status;
     const auto frame = MakeDataBlock<uint8_t>(m_Layout.bytes);
     if (!frame) return DICOM_ERROR_MEMORY;
-    std::memset(frame.get(), 0, m_Layout.bytes);
+    if (!fillsLayout) std::memset(frame.get(), 0, m_Layout.bytes);
+    const _IMAGEINFO told = m_Info;
     status = Decode(frame.get(), m_Layout.bytes);
     if (status != DICOM_SUCCESS) return status;
-    // The J2K decoder may have found other stored bits in the stream.
-    RowMaker final(m_Info, m_Layout, m_Info.nPixelRepresentation != 0 && !m_IsIntact);
-    PrepareMaker(final, frame.get());
-    return ConvertRows(final, frame.get());
+    const bool isAsTold = m_Info.nBitsStored == told.nBitsStored &&
+                          m_Info.nHighBit == told.nHighBit &&
+                          m_Info.nPhotometric == told.nPhotometric;
+    if (!isAsTold) maker = MakeMaker();
+    PrepareMaker(maker, frame.get());
+    return ConvertRows(maker, frame.get());
 }
 
-Status FrameLoader::CreateBitmap() {
+RowMaker FrameLoader::MakeMaker() const {
+    return RowMaker(m_Info, m_Layout, m_Info.nPixelRepresentation != 0 && !m_IsIntact);
+}
+
+Status FrameLoader::CreateBitmap(int32_t memoryKind) {
     constexpr std::array<_RGBQUAD, 256> kBlackAndWhite = {{{0, 0, 0, 0}, {255, 255, 255, 0}}};
     std::array<_RGBQUAD, 256> palette = kBlackAndWhite;
     if (IsGrayOf8(m_Info)) palette = GrayPaletteOf(m_Info);
@@ -193,10 +211,9 @@ Status FrameLoader::CreateBitmap() {
     int32_t order = static_cast<int32_t>(m_Info.nOrder);
     if (m_Info.bGray) order = IsGrayOf8(m_Info) ? KERNEL_ORDER_RGB : KERNEL_ORDER_GRAY;
     const int32_t result = KernelCreateBitmap(
-        m_Bitmap.Get(), sizeof(_BITMAPHANDLE), KERNEL_MEMORY_OWN,
-        static_cast<int32_t>(m_Info.nColumns), static_cast<int32_t>(m_Info.nRows),
-        static_cast<int32_t>(m_Info.nBitsPerPixel), order, palette.data(),
-        static_cast<int32_t>(m_Info.nViewPerspective), nullptr, 0);
+        m_Bitmap.Get(), sizeof(_BITMAPHANDLE), memoryKind, static_cast<int32_t>(m_Info.nColumns),
+        static_cast<int32_t>(m_Info.nRows), static_cast<int32_t>(m_Info.nBitsPerPixel), order,
+        palette.data(), static_cast<int32_t>(m_Info.nViewPerspective), nullptr, 0);
     if (result != KERNEL_SUCCESS) return DICOM_ERROR_IMAGE;
     if (m_Info.nXResolution != 0 && m_Info.nYResolution != 0) {
         m_Bitmap->nXResolution = static_cast<int32_t>(m_Info.nXResolution);
@@ -283,6 +300,7 @@ Status FrameLoader::ConvertRows(const RowMaker &maker, const uint8_t *frame) {
     if (m_Request.callback != nullptr) DescribeFile(file);
     uint8_t *row = KernelLendBitmapRow(m_Bitmap.Get(), 0);
     for (uint32_t i = 0; i < m_Info.nRows; ++i) {
+        if (frame != row) maker.ClearPadding(row);
         maker.Make(frame + i * m_Layout.rowStride, row);
         if (m_Request.callback != nullptr) {
             const Status status = DeliverRow(file, static_cast<int32_t>(i));

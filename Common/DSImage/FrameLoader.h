@@ -40,13 +40,18 @@ class FrameLoader {
      *  interpretation become those of the samples. */
     static Status DecodeFrame(MDicomDS &dataSet, _IMAGEINFO &image, const FrameLayout &layout,
                               std::span<uint8_t> target);
+    /** True for a large located frame of which almost nothing is there: its attributes alone would
+     *  decide over gigabytes. Codecs other than native and RLE tell from their streams. */
+    static bool IsHollow(MDicomDS &dataSet, _IMAGEINFO &image);
+    /** True if decoding a located frame writes every byte of its layout, or fails. */
+    static bool FillsLayout(const _IMAGEINFO &image, const FrameLayout &layout);
 
   private:
     Status Describe();
     Status CheckDescription() const;
-    bool IsHollow();
     Status MakePicture();
-    Status CreateBitmap();
+    RowMaker MakeMaker() const;
+    Status CreateBitmap(int32_t memoryKind);
     Status Decode(uint8_t *target, uint64_t room);
     static Status DecodeJ2k(MDicomDS &dataSet, _IMAGEINFO &image, const FrameLayout &layout,
                             std::span<uint8_t> target);

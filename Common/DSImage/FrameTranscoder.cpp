@@ -48,6 +48,7 @@ Status FrameTranscoder::Prepare(_DICOMELEMENT *pixelData) {
     m_StreamPhotometric.clear();
     m_SourceBytes = m_EncodedBytes = m_WrittenBits = 0;
     m_RestBits = 0;
+    m_HasBitPlaneOverlay = FindBitPlaneOverlay();
     if (m_Holder == nullptr) m_Holder = m_DataSet.InsertElement(nullptr, 0, kHolder, vr::SQ, 1, 0);
     if (m_Holder == nullptr) return DICOM_ERROR_MEMORY;
     m_Change.old = pixelData;
@@ -130,9 +131,10 @@ Status FrameTranscoder::DecodeSamples() {
     const std::optional<FrameLayout> layout = LayoutOf(m_Frame);
     if (!layout) return DICOM_ERROR_FORMAT;
     if (layout->bytes > 0xFFFFFFFF) return DICOM_ERROR_IMAGE;
+    if (FrameLoader::IsHollow(m_DataSet, m_Frame)) return DICOM_ERROR_IMAGE;
     uint8_t *target = m_Decoded.Get(layout->bytes);
     if (target == nullptr) return DICOM_ERROR_MEMORY;
-    std::memset(target, 0, layout->bytes);
+    if (!FrameLoader::FillsLayout(m_Frame, *layout)) std::memset(target, 0, layout->bytes);
     m_View = {target, *layout, m_Frame.nColumns, m_Frame.nRows, m_Frame.nSamplesPerPixel};
     const bool isJ2k = IsJ2k(m_Frame.nCompression);
     if (isJ2k && m_Frame.nSamplesPerPixel == 3 && m_Frame.nBitsAllocated > 8) {
@@ -285,7 +287,7 @@ Status FrameTranscoder::EncodeJ2k() {
     if (result != KERNEL_SUCCESS) return DICOM_ERROR_MEMORY;
     // Bits beside the stored ones are overlays, or the stored ones do not begin at the low end:
     // then all bits of a sample are coded.
-    const bool isWhole = m_Image.nHighBit + 1 != m_Image.nBitsStored || HasBitPlaneOverlay();
+    const bool isWhole = m_Image.nHighBit + 1 != m_Image.nBitsStored || m_HasBitPlaneOverlay;
     if (!isColor && !isWhole) bitmap->nHighBit = static_cast<int32_t>(m_Image.nHighBit);
     const bool isSigned = m_Image.nPixelRepresentation != 0 && !isColor && !isWhole;
     if (isSigned) bitmap->nBitmapFlags |= KERNEL_BITMAP_SIGNED;
@@ -304,7 +306,7 @@ Status FrameTranscoder::EncodeJ2k() {
     return status == DICOM_SUCCESS ? AppendFragment(encoded) : status;
 }
 
-bool FrameTranscoder::HasBitPlaneOverlay() const {
+bool FrameTranscoder::FindBitPlaneOverlay() const {
     constexpr uint32_t kGroups = 16;
     for (uint32_t i = 0; i < kGroups; ++i) {
         const uint32_t group = i * 0x20000;

@@ -87,7 +87,7 @@ class FrameTranscoder {
     std::string NewPhotometric() const;
     bool KeepsYbr() const;
     bool IsYbr() const;
-    bool HasBitPlaneOverlay() const;
+    bool FindBitPlaneOverlay() const;
 
     MDicomDS &m_DataSet;
     uint32_t m_Compression;
@@ -102,6 +102,7 @@ class FrameTranscoder {
     _IMAGEINFO m_Image{};  ///< as it was described
     _IMAGEINFO m_Frame{};  ///< the frame at hand, with what its stream has told
     _IMAGEINFO m_Result{}; ///< what the new frames are
+    bool m_HasBitPlaneOverlay = false;
     FrameView m_View{};
     FrameBuffer m_Decoded;
     FrameBuffer m_Unpacked;
