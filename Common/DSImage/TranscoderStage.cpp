@@ -2,10 +2,11 @@
 // byte order, and the exchange of old and new.
 
 #include <algorithm>
-#include <cstdio>
+#include <cmath>
 
 #include "Common/DS/ElementExchange.h"
 #include "Common/DS/ElementNode.h"
+#include "Common/DSImage/Compression.h"
 #include "Common/DSImage/FrameTranscoder.h"
 #include "Common/DSImage/ImageTags.h"
 #include "Common/DSValue/ValueAccess.h"
@@ -16,8 +17,6 @@
 #include "MDicomDS.h"
 
 namespace mdicom {
-
-namespace {} // namespace
 
 FrameTranscoder::FrameTranscoder(MDicomDS &dataSet, uint32_t compression, int32_t quality)
     : m_DataSet(dataSet), m_Compression(compression), m_Quality(quality) {}
@@ -74,10 +73,9 @@ Status FrameTranscoder::StageText(uint32_t tag, std::string_view text) {
 /** What three components are called. */
 std::string FrameTranscoder::NewPhotometric() const {
     if (KeepsYbr()) return "YBR_FULL";
-    const bool isLosslessJ2k = m_Compression == IMAGE_COMPRESSION_J2K_LOSSLESS;
-    if (isLosslessJ2k || m_Compression == IMAGE_COMPRESSION_J2K_LOSSY) {
+    if (IsJ2k(m_Compression)) {
         if (m_DataSet.m_pExtra->J2KOptions.bUseColorTransform == 0) return "RGB";
-        return isLosslessJ2k ? "YBR_RCT" : "YBR_ICT";
+        return IsLossy(m_Compression) ? "YBR_ICT" : "YBR_RCT";
     }
     const bool isLossyJpeg = m_Compression == IMAGE_COMPRESSION_JPEG_LOSSY;
     return isLossyJpeg && !m_StreamPhotometric.empty() ? m_StreamPhotometric : "RGB";
@@ -109,17 +107,15 @@ Status FrameTranscoder::StageAttributes() {
 /** Tells that, how far and by what method the image was compressed with loss (PS 3.3,
  *  C.7.6.1.1.5). */
 Status FrameTranscoder::StageLossy() {
-    const bool isJpeg = m_Compression == IMAGE_COMPRESSION_JPEG_LOSSY;
-    if (!isJpeg && m_Compression != IMAGE_COMPRESSION_J2K_LOSSY) return DICOM_SUCCESS;
-    char ratio[17];
+    if (!IsLossy(m_Compression)) return DICOM_SUCCESS;
     const double times = m_EncodedBytes > 0 ? static_cast<double>(m_SourceBytes) /
                                                   static_cast<double>(m_EncodedBytes)
                                             : 1.0;
-    std::snprintf(ratio, sizeof ratio, "%.2f", times);
+    const std::string ratio = FormatDecimalString(std::round(times * 100) / 100);
     Status status = StageText(kLossyImageCompression, "01");
     if (status == DICOM_SUCCESS) status = StageAddedText(kLossyRatio, ratio);
     if (status != DICOM_SUCCESS) return status;
-    return StageAddedText(kLossyMethod, isJpeg ? "ISO_10918_1" : "ISO_15444_1");
+    return StageAddedText(kLossyMethod, IsJpeg(m_Compression) ? "ISO_10918_1" : "ISO_15444_1");
 }
 
 /** A value behind those that the data set has. */
@@ -148,11 +144,11 @@ Status FrameTranscoder::MakePlaces(const Change &change) {
     for (_DICOMELEMENT *staged = FirstChildOf(change.item); staged != nullptr;
          staged = NextOf(staged)) {
         if (m_DataSet.FindFirstElement(change.old, staged->nTag, 1) != nullptr) continue;
-        m_Added.reserve(m_Added.size() + 1);
-        _DICOMELEMENT *added =
+        // The list has room before there is something to list.
+        m_Added.push_back(nullptr);
+        m_Added.back() =
             m_DataSet.InsertElement(change.old, 0, staged->nTag, staged->nVR, 0, 0xFFFFFFFF);
-        if (added == nullptr) return DICOM_ERROR_MEMORY;
-        m_Added.push_back(added);
+        if (m_Added.back() == nullptr) return DICOM_ERROR_MEMORY;
     }
     return DICOM_SUCCESS;
 }
@@ -167,7 +163,6 @@ Status FrameTranscoder::TurnValues(bool littleEndian) {
         const bool isReplaced =
             std::ranges::any_of(m_Changes, [&](const Change &c) { return c.old == element; });
         if (isReplaced) continue;
-        m_Turned.reserve(m_Turned.size() + 1);
         TurnedValue turned{element, 0, element->nLength};
         const Status status = AppendTurned(turned, littleEndian);
         if (status != DICOM_SUCCESS) return status;
