@@ -34,19 +34,18 @@ void PackWords(std::span<const uint8_t> words, const _IMAGEINFO &image, size_t r
 
 /** Spreads pairs of pixels that share their chrominance, from the last two thirds of a buffer over
  *  all of it. */
+template <typename Sample>
 void SpreadChrominance(std::span<uint8_t> buffer) {
-    const size_t pixels = buffer.size() / 3;
-    const uint8_t *from = buffer.data() + buffer.size() - pixels * 2;
+    const size_t pixels = buffer.size() / (3 * sizeof(Sample));
+    const uint8_t *from = buffer.data() + buffer.size() - pixels * 2 * sizeof(Sample);
     uint8_t *to = buffer.data();
-    for (size_t i = 0; i + 1 < pixels; i += 2, from += 4, to += 6) {
-        const uint8_t first = from[0];
-        const uint8_t second = from[1];
-        const uint8_t blue = from[2];
-        const uint8_t red = from[3];
-        to[0] = first;
-        to[1] = to[4] = blue;
-        to[2] = to[5] = red;
-        to[3] = second;
+    for (size_t i = 0; i + 1 < pixels; i += 2) {
+        Sample pair[4]; // two of luminance, blue, red
+        std::memcpy(pair, from, sizeof pair);
+        const Sample spread[] = {pair[0], pair[2], pair[3], pair[1], pair[2], pair[3]};
+        std::memcpy(to, spread, sizeof spread);
+        from += sizeof pair;
+        to += sizeof spread;
     }
 }
 
@@ -135,7 +134,10 @@ uint16_t MDicomDS::DecodeNONE(_IMAGEINFO *pImage, uint8_t *pBuffer, uint32_t nBu
                             static_cast<uint32_t>(room))) {
         return DICOM_ERROR_WRITE;
     }
-    if (isShared) SpreadChrominance({pBuffer, layout->bytes});
+    if (!isShared) return DICOM_SUCCESS;
+    const std::span<uint8_t> buffer(pBuffer, layout->bytes);
+    layout->sampleBytes == 1 ? SpreadChrominance<uint8_t>(buffer)
+                             : SpreadChrominance<uint16_t>(buffer);
     return DICOM_SUCCESS;
 }
 

@@ -198,8 +198,10 @@ bool WritePalette(const Level &level, const _BITMAPHANDLE &bitmap) {
 
 /** A window over the range of the pixels. */
 bool WriteWindow(const Level &level, const _IMAGEINFO &info) {
-    const double center = (info.nLargestPixelValue + info.nSmallestPixelValue) / 2;
-    const double width = std::max(1, info.nLargestPixelValue - info.nSmallestPixelValue);
+    const int64_t least = info.nSmallestPixelValue;
+    const int64_t greatest = info.nLargestPixelValue;
+    const auto center = static_cast<double>((greatest + least) / 2);
+    const auto width = static_cast<double>(std::max<int64_t>(1, greatest - least));
     return level.Write(kWindowCenter, &center, 1, VALUE_ARRAY_DOUBLE) &&
            level.Write(kWindowWidth, &width, 1, VALUE_ARRAY_DOUBLE);
 }
