@@ -6,11 +6,13 @@
 #include <vector>
 
 #include "Common/DS/ElementNode.h"
+#include "Common/DSImage/Compression.h"
 #include "Common/DSImage/FrameData.h"
 #include "Common/DSImage/FrameFragments.h"
 #include "Common/DSImage/ImageTags.h"
 #include "Common/DSImage/PackedPixels.h"
 #include "Common/DSImage/UncompressedFrames.h"
+#include "Common/DSValue/KeptElements.h"
 #include "Common/DSValue/ValueAccess.h"
 #include "Common/DSValue/ValueStore.h"
 #include "Common/Utils/ByteOrder.h"
@@ -22,9 +24,10 @@ using namespace mdicom;
 
 namespace {
 
-bool IsJpegLs(uint32_t compression) {
-    return compression == IMAGE_COMPRESSION_JPEG_LS_LOSSLESS ||
-           compression == IMAGE_COMPRESSION_JPEG_LS_LOSSY;
+/** Tells how many frames there are, beside their Pixel Data. */
+bool WriteFrameCount(MDicomDS &dataSet, _DICOMELEMENT *pixelData, uint32_t frames) {
+    return dataSet.FindSetValue(pixelData, kNumberOfFrames, &frames, 1, VALUE_ARRAY_DWORD) !=
+           nullptr;
 }
 
 } // namespace
@@ -43,7 +46,10 @@ uint16_t MDicomDS::GetFrameBinaryData(_DICOMELEMENT *pElement, uint32_t nIndex, 
         *pSize = static_cast<uint32_t>(bytes);
         return DICOM_SUCCESS;
     }
-    *pSize = static_cast<uint32_t>(std::min<uint64_t>(*pSize, bytes));
+    const bool mayBeCut = info.nCompression == IMAGE_COMPRESSION_NONE && !HasPackedPixels(info);
+    const uint64_t rest = uint64_t{info.pFrameElement->nLength} - info.nFrameOffset;
+    const uint64_t there = mayBeCut ? std::min(bytes, rest) : bytes;
+    *pSize = static_cast<uint32_t>(std::min<uint64_t>(*pSize, there));
     return ReadFrame(&info, pData, *pSize);
 }
 
@@ -103,14 +109,15 @@ uint16_t MDicomDS::DeleteFrames(_DICOMELEMENT *pElement, uint32_t nFirst, uint32
     const uint32_t frames = info.nFrameCount;
     const bool isFragment = info.pFrameElement->nTag == TAG_ITEM;
     const uint32_t left = frames - nCount;
-    uint16_t status = DICOM_SUCCESS;
-    if (isFragment) {
-        status = DeleteFragments(pElement, &info, nCount);
-    } else if (left > 0) {
-        status = DeleteNativeFrames(&info, nCount);
-    }
+    const auto deleteNative = [&]() -> uint16_t {
+        if (!WriteFrameCount(*this, pElement, left)) return DICOM_ERROR_WRITE;
+        return left > 0 ? DeleteNativeFrames(&info, nCount) : Status{DICOM_SUCCESS};
+    };
+    constexpr uint32_t kTags[] = {kNumberOfFrames};
+    const uint16_t status = isFragment
+                                ? DeleteFragments(pElement, &info, nCount)
+                                : ChangeWhole(*this, m_pIndex, pElement, kTags, deleteNative);
     if (status != DICOM_SUCCESS) return status;
-    FindSetValue(pElement, kNumberOfFrames, &left, 1, VALUE_ARRAY_DWORD);
     if (!isFragment && left == 0) DeleteElement(pElement);
     DeleteItemPerFrameMultiFrameFunctionalGroup(nFirst, nFirst + nCount - 1);
     return DICOM_SUCCESS;
@@ -125,7 +132,10 @@ uint16_t MDicomDS::DeleteFragments(_DICOMELEMENT *pElement, _IMAGEINFO *pInfo, u
     const _DICOMELEMENT *end = next.pFrameElement;
     next.pFrameElement = nullptr;
     if (LocateFrame(pElement, &next, 0) == DICOM_ERROR_MEMORY) return DICOM_ERROR_MEMORY;
-    if (!PrepareOffsetTable(*this, pElement, next.pFrameElement)) return DICOM_ERROR_WRITE;
+    if (!PrepareOffsetTable(*this, pElement, next.pFrameElement) ||
+        !WriteFrameCount(*this, pElement, pInfo->nFrameCount - nCount)) {
+        return DICOM_ERROR_WRITE;
+    }
     for (_DICOMELEMENT *item = pInfo->pFrameElement; item != nullptr && item != end;) {
         _DICOMELEMENT *following = NextOf(item);
         DeleteElement(item);
@@ -134,6 +144,7 @@ uint16_t MDicomDS::DeleteFragments(_DICOMELEMENT *pElement, _IMAGEINFO *pInfo, u
     return DICOM_SUCCESS;
 }
 
+/** Throws std::bad_alloc. */
 uint16_t MDicomDS::DeleteNativeFrames(_IMAGEINFO *pInfo, uint32_t nCount) {
     _DICOMELEMENT *element = pInfo->pFrameElement;
     if (!HasPackedPixels(*pInfo)) {
@@ -144,16 +155,14 @@ uint16_t MDicomDS::DeleteNativeFrames(_IMAGEINFO *pInfo, uint32_t nCount) {
         if (HasRest(element->nLength, end)) DeleteFileBinaryValue(element, end, kUndefinedLength);
         return DICOM_SUCCESS;
     }
-    return Guarded<uint16_t>(DICOM_ERROR_MEMORY, [&]() -> uint16_t {
-        if (!ValueIsPresent(element)) return DICOM_ERROR_WRITE;
-        std::vector<uint8_t> value(element->nLength);
-        if (!GetFileBinaryValue(element, value.data(), 0, static_cast<uint32_t>(value.size()))) {
-            return DICOM_ERROR_WRITE;
-        }
-        value = RemovePackedFrames(value, *pInfo, pInfo->nFrameCount, pInfo->nFrameIndex, nCount);
-        return ReplaceValue(*this, element, value.data(), value.size()) ? DICOM_SUCCESS
-                                                                        : DICOM_ERROR_WRITE;
-    });
+    if (!ValueIsPresent(element)) return DICOM_ERROR_WRITE;
+    std::vector<uint8_t> value(element->nLength);
+    if (!GetFileBinaryValue(element, value.data(), 0, static_cast<uint32_t>(value.size()))) {
+        return DICOM_ERROR_WRITE;
+    }
+    value = RemovePackedFrames(value, *pInfo, pInfo->nFrameCount, pInfo->nFrameIndex, nCount);
+    return ReplaceValue(*this, element, value.data(), value.size()) ? DICOM_SUCCESS
+                                                                    : DICOM_ERROR_WRITE;
 }
 
 /** Bytes of a located frame as it is stored. */
@@ -209,13 +218,12 @@ uint16_t MDicomDS::RefreshImage(_DICOMELEMENT *pElement) {
 int32_t MDicomDS::InsertUncompressedFrame(_DICOMELEMENT *pElement, void *pData, uint32_t nSize,
                                           uint32_t nIndex) {
     if (pElement == nullptr || pData == nullptr || !CheckElement(pElement)) return 0;
-    if (pElement->nLength == kUndefinedLength) {
-        if (FirstChildOf(pElement) != nullptr) return 0;
-        pElement->nLength = 0;
-    }
+    const bool isUndefined = pElement->nLength == kUndefinedLength;
+    if (isUndefined && FirstChildOf(pElement) != nullptr) return 0;
     _IMAGEINFO info;
     if (DescribeImage(pElement, &info, 0) != DICOM_SUCCESS) return 0;
     if (info.nCompression != IMAGE_COMPRESSION_NONE) return 0;
+    if (isUndefined) pElement->nLength = 0;
     LocateFrame(pElement, &info, 0);
     const uint64_t rowBits = uint64_t{info.nBitsAllocated} * info.nSamplesPerPixel * info.nColumns;
     const uint64_t rowBytes = (rowBits + 7) / 8;

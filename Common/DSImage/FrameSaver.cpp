@@ -12,6 +12,8 @@
 
 #include "Common/DS/ElementNode.h"
 #include "Common/DSImage/BitRuns.h"
+#include "Common/DSImage/BitmapColors.h"
+#include "Common/DSImage/Compression.h"
 #include "Common/DSImage/FrameFragments.h"
 #include "Common/DSImage/ImageTags.h"
 #include "Common/DSImage/JpegPhotometric.h"
@@ -19,6 +21,7 @@
 #include "Common/DSImage/PaletteColors.h"
 #include "Common/DSValue/ValueAccess.h"
 #include "Common/DSValue/ValueStore.h"
+#include "Common/Overlay/Overlay.h"
 #include "Common/Utils/ByteOrder.h"
 #include "Common/Utils/Vr.h"
 #include "MDicomDS.h"
@@ -28,26 +31,42 @@ namespace mdicom {
 namespace {
 
 constexpr uint32_t kTimeSlices[] = {0x00540080, 0x00540070};
+
+/** Attributes beside Pixel Data that storing a frame may set or delete. */
+constexpr uint32_t kChangingTags[] = {
+    kSamplesPerPixel,
+    kPhotometricInterpretation,
+    kPlanarConfiguration,
+    kNumberOfFrames,
+    kFrameIncrementPointer,
+    kRows,
+    kColumns,
+    kBitsAllocated,
+    kBitsStored,
+    kHighBit,
+    kPixelRepresentation,
+    kSmallestPixelValue,
+    kLargestPixelValue,
+    kWindowCenter,
+    kWindowWidth,
+    kWindowExplanation,
+    kRescaleIntercept,
+    kRescaleSlope,
+    kRescaleType,
+    kLossyImageCompression,
+    kPageNumberVector,
+    kPaletteDescriptors[0],
+    kPaletteDescriptors[1],
+    kPaletteDescriptors[2],
+    kPaletteTables[0],
+    kPaletteTables[1],
+    kPaletteTables[2],
+    kPaletteSegments[0],
+    kPaletteSegments[1],
+    kPaletteSegments[2],
+    kPaletteUid,
+};
 constexpr std::string_view kJpegExtended = "1.2.840.10008.1.2.4.51";
-
-bool IsJpeg(uint32_t compression) {
-    return compression == IMAGE_COMPRESSION_JPEG_LOSSLESS ||
-           compression == IMAGE_COMPRESSION_JPEG_LOSSY;
-}
-
-bool IsJ2k(uint32_t compression) {
-    return compression == IMAGE_COMPRESSION_J2K_LOSSLESS ||
-           compression == IMAGE_COMPRESSION_J2K_LOSSY;
-}
-
-bool HasEncoder(uint32_t compression) {
-    return compression <= IMAGE_COMPRESSION_RLE || IsJpeg(compression) || IsJ2k(compression);
-}
-
-bool IsLossy(uint32_t compression) {
-    return compression == IMAGE_COMPRESSION_JPEG_LOSSY ||
-           compression == IMAGE_COMPRESSION_J2K_LOSSY;
-}
 
 bool IsGray(int32_t photometric) {
     return photometric == PHOTOMETRIC_MONOCHROME1 || photometric == PHOTOMETRIC_MONOCHROME2;
@@ -57,16 +76,6 @@ bool IsGray(int32_t photometric) {
 int32_t RoundGrayDepth(int32_t depth) {
     if (depth == 1 || depth == 32) return depth;
     return depth <= 8 ? 8 : 16;
-}
-
-/** Colour 0 white and colour 1 black. */
-bool HasInvertedColors(const _BITMAPHANDLE &bitmap) {
-    std::array<_RGBQUAD, 2> colors{};
-    if (KernelGetBitmapColors(&bitmap, 0, 2, colors.data()) != KERNEL_SUCCESS) return false;
-    const auto all = [](const _RGBQUAD &color, uint8_t value) {
-        return color.rgbRed == value && color.rgbGreen == value && color.rgbBlue == value;
-    };
-    return all(colors[0], 255) && all(colors[1], 0);
 }
 
 void ExchangeRedAndBlue(uint8_t *row, size_t pixels) {
@@ -79,7 +88,10 @@ FrameSaver::FrameSaver(MDicomDS &dataSet, const SaveRequest &request)
     : m_DataSet(dataSet),
       m_Request(request),
       m_PixelData(request.pixelData),
-      m_Compression(request.compression) {}
+      m_Compression(request.compression),
+      m_Old(dataSet, dataSet.m_pIndex),
+      m_OldLength(m_PixelData != nullptr ? m_PixelData->nLength : 0),
+      m_OldVr(m_PixelData != nullptr ? m_PixelData->nVR : uint16_t{0}) {}
 
 FrameSaver::~FrameSaver() {
     KernelFree(m_Data, 0, nullptr);
@@ -96,10 +108,13 @@ bool FrameSaver::IsIntact() const {
 
 Status FrameSaver::Save() {
     constexpr Status (FrameSaver::*kSteps[])() = {
-        &FrameSaver::CopySource,       &FrameSaver::SettleCompression, &FrameSaver::SettleElement,
-        &FrameSaver::SettleFirstFrame, &FrameSaver::DescribeStored,    &FrameSaver::MatchStored,
-        &FrameSaver::StoreLuts,        &FrameSaver::ConvertRows,       &FrameSaver::Encode,
-        &FrameSaver::WritePhotometric, &FrameSaver::StoreFrame,
+        &FrameSaver::CopySource,        &FrameSaver::KeepAttributes,
+        &FrameSaver::SettleCompression, &FrameSaver::SettleElement,
+        &FrameSaver::SettleFirstFrame,  &FrameSaver::DescribeStored,
+        &FrameSaver::MatchStored,       &FrameSaver::StoreLuts,
+        &FrameSaver::ConvertRows,       &FrameSaver::Encode,
+        &FrameSaver::WritePhotometric,  &FrameSaver::WriteFrameAttributes,
+        &FrameSaver::StoreFrame,
     };
     for (const auto step : kSteps) {
         const Status status = Guarded<Status>(DICOM_ERROR_MEMORY, [&] { return (this->*step)(); });
@@ -108,7 +123,17 @@ Status FrameSaver::Save() {
             return status;
         }
     }
-    WriteFrameAttributes();
+    if (!IsIntact()) {
+        for (const uint32_t tag : kTimeSlices) DeleteBeside(m_DataSet, m_PixelData, tag);
+    }
+    return DICOM_SUCCESS;
+}
+
+Status FrameSaver::KeepAttributes() {
+    m_Old.Keep(nullptr, kTagTransferSyntax);
+    for (const uint32_t tag : kChangingTags) m_Old.Keep(m_PixelData, tag);
+    const bool isFirst = m_PixelData == nullptr || CountFrames(m_DataSet, m_PixelData) == 0;
+    if (isFirst || (m_Request.flags & DICOM_SETIMAGE_OVERLAYS) != 0) KeepOverlays(m_Old);
     return DICOM_SUCCESS;
 }
 
@@ -122,7 +147,7 @@ Status FrameSaver::CopySource() {
 }
 
 Status FrameSaver::CheckRequest() const {
-    if (!HasEncoder(m_Request.compression)) return DICOM_ERROR_COMPRESSION;
+    if (!HasCodec(m_Request.compression)) return DICOM_ERROR_COMPRESSION;
     if (m_Request.photometric < PHOTOMETRIC_MONOCHROME1 ||
         m_Request.photometric > PHOTOMETRIC_RGB) {
         return DICOM_ERROR_PARAMETER;
@@ -131,7 +156,8 @@ Status FrameSaver::CheckRequest() const {
         return DICOM_ERROR_COMPRESSION;
     }
     const bool isPalette = m_Request.photometric == PHOTOMETRIC_PALETTE_COLOR;
-    return isPalette && IsLossy(m_Request.compression) ? DICOM_ERROR_PHOTOMETRIC : DICOM_SUCCESS;
+    if (isPalette && IsLossy(m_Request.compression)) return DICOM_ERROR_PHOTOMETRIC;
+    return KernelLendBitmapRow(m_Request.bitmap, 0) != nullptr ? DICOM_SUCCESS : DICOM_ERROR_BITMAP;
 }
 
 /** What is stored already decides; what is asked for counts for an element without frames. */
@@ -144,7 +170,7 @@ Status FrameSaver::SettleCompression() {
         m_Compression = existing;
         const bool isEncapsulated = m_PixelData->nLength == kUndefinedLength;
         if (isEncapsulated != IsCompressed()) return DICOM_ERROR_IMAGE;
-        return HasEncoder(existing) ? DICOM_SUCCESS : DICOM_ERROR_COMPRESSION;
+        return HasCodec(existing) ? DICOM_SUCCESS : DICOM_ERROR_COMPRESSION;
     }
     constexpr uint16_t kExplicitLittle = DS_EXPLICIT_VR | DS_LITTLE_ENDIAN;
     const bool isExplicitLittle = (m_DataSet.m_nFlags & kExplicitLittle) == kExplicitLittle;
@@ -156,15 +182,10 @@ Status FrameSaver::SettleCompression() {
         m_Compression = existing;
     }
     if (m_Request.bitsPerPixel == 0) m_Request.bitsPerPixel = m_Picture->nBitsPerPixel;
-    return HasEncoder(m_Compression) ? SettleSyntax() : Status{DICOM_ERROR_COMPRESSION};
+    return HasCodec(m_Compression) ? SettleSyntax() : Status{DICOM_ERROR_COMPRESSION};
 }
 
 Status FrameSaver::SettleSyntax() {
-    std::array<char, 65> uid{};
-    m_DataSet.FindGetValue(nullptr, kTagTransferSyntax, uid.data(), 0, uid.size() - 1,
-                           VALUE_ARRAY_BYTE);
-    m_OldSyntax = uid.data();
-    m_HasNewSyntax = true;
     bool done = m_DataSet.SetTS(m_DataSet.m_nFlags, m_Compression) != 0;
     const bool isExtended = m_Compression == IMAGE_COMPRESSION_JPEG_LOSSY && FirstDepth() == 12;
     if (isExtended) {
@@ -386,15 +407,25 @@ Status FrameSaver::Encode() {
 
 Status FrameSaver::StoreFrame() {
     if (IsCompressed()) return StoreFragment();
+    const Status counted = WriteFrameCount();
+    if (counted != DICOM_SUCCESS) return counted;
+    if (m_PixelData->nLength == kUndefinedLength) BecomeNative();
     return HasPackedPixels(m_Stored) ? StorePacked() : StoreNative();
+}
+
+/** Items without frames have no place beside a value. */
+void FrameSaver::BecomeNative() {
+    while (_DICOMELEMENT *item = FirstChildOf(m_PixelData)) m_DataSet.DeleteElement(item);
+    m_PixelData->nLength = 0;
 }
 
 Status FrameSaver::StoreFragment() {
     _DICOMELEMENT *fragment = MakeRoomForFragment();
     if (fragment == nullptr) return DICOM_ERROR_MEMORY;
-    if (m_DataSet.SetFileBinaryValue(fragment, m_Data, 0, m_Size)) return DICOM_SUCCESS;
-    m_DataSet.DeleteElement(fragment);
-    return DICOM_ERROR_WRITE;
+    const bool stored = m_DataSet.SetFileBinaryValue(fragment, m_Data, 0, m_Size) != 0;
+    const Status status = stored ? WriteFrameCount() : Status{DICOM_ERROR_WRITE};
+    if (status != DICOM_SUCCESS) m_DataSet.DeleteElement(fragment);
+    return status;
 }
 
 /** First fragment of a stored frame; null past the last one. */
@@ -418,7 +449,6 @@ _DICOMELEMENT *FrameSaver::MakeRoomForFragment() {
 }
 
 Status FrameSaver::StoreNative() {
-    if (m_PixelData->nLength == kUndefinedLength) m_PixelData->nLength = 0;
     if (m_Frames == 0) m_PixelData->nVR = vr::OW;
     const uint64_t offset = uint64_t{m_Request.index} * m_Stored.nFrameSize;
     if (m_Size != m_Stored.nFrameSize || offset > 0xFFFFFFFF) return DICOM_ERROR_WRITE;
@@ -453,23 +483,26 @@ Status FrameSaver::StorePacked() {
                                                                             : DICOM_ERROR_WRITE;
 }
 
-/** What is told of the frames once the new one is there. */
-void FrameSaver::WriteFrameAttributes() {
-    m_DataSet.FreeInfoImage(&m_Stored);
-    const uint32_t frames = m_Frames + 1;
-    if (!IsIntact()) {
-        m_DataSet.FindSetValue(m_PixelData, kNumberOfFrames, &frames, 1, VALUE_ARRAY_DWORD);
-        for (const uint32_t tag : kTimeSlices) DeleteBeside(m_DataSet, m_PixelData, tag);
-    }
+/** What is told of the image besides its pixels. */
+Status FrameSaver::WriteFrameAttributes() {
     constexpr std::string_view kLossy = "01";
-    if (!IsIntact() && IsLossy(m_Compression)) {
+    if (!IsIntact() && IsLossy(m_Compression) &&
         m_DataSet.FindSetValue(m_PixelData, kLossyImageCompression, kLossy.data(),
-                               static_cast<uint32_t>(kLossy.size()), VALUE_ARRAY_BYTE);
+                               static_cast<uint32_t>(kLossy.size()), VALUE_ARRAY_BYTE) == nullptr) {
+        return DICOM_ERROR_WRITE;
     }
     _IMAGEINFO info{};
-    if (m_DataSet.GetInfoImage(m_PixelData, &info, m_Request.index, 0) == DICOM_SUCCESS) {
-        m_DataSet.AddIODSpecificElements(m_PixelData, &info);
-    }
+    info.nFrameCount = m_Frames + 1;
+    return m_DataSet.AddIODSpecificElements(m_PixelData, &info);
+}
+
+/** Where fragments are frames may depend on their number: this comes when the place is found. */
+Status FrameSaver::WriteFrameCount() {
+    if (IsIntact()) return DICOM_SUCCESS;
+    const uint32_t frames = m_Frames + 1;
+    const bool done = m_DataSet.FindSetValue(m_PixelData, kNumberOfFrames, &frames, 1,
+                                             VALUE_ARRAY_DWORD) != nullptr;
+    return done ? DICOM_SUCCESS : DICOM_ERROR_WRITE;
 }
 
 /** Colour is called what it is within the code stream. */
@@ -489,15 +522,15 @@ Status FrameSaver::WritePhotometric() {
 }
 
 void FrameSaver::Undo() {
-    if (m_IsNewElement) m_DataSet.DeleteElement(m_PixelData);
-    if (!m_HasNewSyntax) return;
-    if (m_OldSyntax.empty()) {
-        _DICOMELEMENT *uid = m_DataSet.FindFirstElement(nullptr, kTagTransferSyntax, 1);
-        if (uid != nullptr) m_DataSet.DeleteElement(uid);
-        return;
+    m_Old.Restore();
+    if (m_IsNewElement) {
+        m_DataSet.DeleteElement(m_PixelData);
+    } else if (m_PixelData != nullptr) {
+        const bool wasNative = m_OldLength != kUndefinedLength;
+        if (wasNative && m_PixelData->nLength == kUndefinedLength) BecomeNative();
+        if (!wasNative) m_PixelData->nLength = kUndefinedLength;
+        m_PixelData->nVR = m_OldVr;
     }
-    m_DataSet.FindSetValue(nullptr, kTagTransferSyntax, m_OldSyntax.data(),
-                           static_cast<uint32_t>(m_OldSyntax.size()), VALUE_ARRAY_BYTE);
 }
 
 } // namespace mdicom

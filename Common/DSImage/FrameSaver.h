@@ -2,9 +2,8 @@
 
 #pragma once
 
-#include <string>
-
 #include "Common/DSImage/ScopedBitmap.h"
+#include "Common/DSValue/KeptElements.h"
 #include "Common/Utils/Memory.h"
 #include "Common/Utils/Status.h"
 #include "MDicomTypes.h"
@@ -27,8 +26,8 @@ struct SaveRequest {
     void *userData;
 };
 
-/** A saver serves one frame. A failure leaves the frames of the data set as they were. Its
- *  functions throw std::bad_alloc. */
+/** A saver serves one frame. A failure leaves the frames of the data set and the attributes beside
+ *  them as they were. Its functions throw std::bad_alloc. */
 class FrameSaver {
   public:
     FrameSaver(MDicomDS &dataSet, const SaveRequest &request);
@@ -42,6 +41,7 @@ class FrameSaver {
 
   private:
     Status CopySource();
+    Status KeepAttributes();
     Status SettleCompression();
     Status SettleSyntax();
     Status SettleElement();
@@ -58,13 +58,15 @@ class FrameSaver {
     void ShiftSamples(uint8_t *row) const;
     Status Encode();
     Status StoreFrame();
+    void BecomeNative();
     Status StoreFragment();
     Status StoreNative();
     Status StorePacked();
     _DICOMELEMENT *FindFrame(uint32_t frame);
     _DICOMELEMENT *MakeRoomForFragment();
-    void WriteFrameAttributes();
+    Status WriteFrameAttributes();
     Status WritePhotometric();
+    Status WriteFrameCount();
     void Undo();
 
     bool IsCompressed() const;
@@ -83,8 +85,10 @@ class FrameSaver {
     uint32_t m_Size = 0;
 
     bool m_IsNewElement = false;
-    bool m_HasNewSyntax = false;
-    std::string m_OldSyntax;
+    // What a failure has to bring back.
+    KeptElements m_Old;
+    uint32_t m_OldLength; ///< of Pixel Data
+    uint16_t m_OldVr;
 };
 
 } // namespace mdicom

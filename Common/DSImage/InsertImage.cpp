@@ -2,11 +2,14 @@
 
 #include <algorithm>
 
+#include "Common/DS/ElementExchange.h"
 #include "Common/DS/ElementNode.h"
+#include "Common/DSImage/CodecFlag.h"
 #include "Common/DSImage/FrameFragments.h"
 #include "Common/DSImage/FrameSaver.h"
 #include "Common/DSImage/PixelInfoSnapshot.h"
 #include "Common/DSValue/ValueAccess.h"
+#include "Common/LUT/FunctionalGroups.h"
 #include "Common/Utils/CheckedMath.h"
 #include "Common/Utils/Vr.h"
 #include "MDicomDS.h"
@@ -16,43 +19,39 @@ using namespace mdicom;
 namespace {
 
 constexpr uint32_t kPastAllFrames = 0xFFFFFFFF;
-constexpr uint32_t kPerFrameGroups = 0x52009230;
-constexpr uint32_t kFrameVoiLut = 0x00289132;
-constexpr uint32_t kPixelValueTransformation = 0x00289145;
 
-/** Two places for the same new attributes. */
-bool HasConflict(uint32_t flags) {
-    constexpr uint32_t kVoi = DICOM_SETIMAGE_VOI_PER_FRAME | DICOM_SETIMAGE_VOI_SHARED;
-    constexpr uint32_t kModality =
-        DICOM_SETIMAGE_MODALITY_PER_FRAME | DICOM_SETIMAGE_MODALITY_SHARED;
-    return (flags & kVoi) == kVoi || (flags & kModality) == kModality;
-}
-
-/** Sets the codec flag of a data set for the time of a call. */
-class CodecFlag {
+/** Frames of a Pixel Data element that are out of the way, in an element of their own. Unless they
+ *  are let go they come back. */
+class FramesAside {
   public:
-    CodecFlag(DICOMDSEXTRA *extra, bool wanted) : m_Extra(extra) {
-        if (m_Extra != nullptr && wanted) m_Extra->bCodecFlag = 1;
+    FramesAside(MDicomDS &dataSet, ElementIndex *index) : m_DataSet(dataSet), m_Index(index) {}
+    ~FramesAside() {
+        if (m_Holder == nullptr) return;
+        if (m_PixelData != nullptr) ExchangeContents(m_PixelData, m_Holder, m_Index);
+        m_DataSet.DeleteElement(m_Holder);
     }
-    ~CodecFlag() {
-        if (m_Extra != nullptr) m_Extra->bCodecFlag = 0;
+    FramesAside(const FramesAside &) = delete;
+    FramesAside &operator=(const FramesAside &) = delete;
+
+    /** Leaves the element without a value; false when memory is short. */
+    bool Take(_DICOMELEMENT *pixelData) {
+        uint32_t tag = 0x7FE11000; // private, and of no other element
+        while (m_DataSet.FindFirstElement(nullptr, tag, 1) != nullptr) ++tag;
+        m_Holder = m_DataSet.InsertElement(nullptr, 0, tag, pixelData->nVR, 0, kPastAllFrames);
+        if (m_Holder == nullptr) return false;
+        ExchangeContents(pixelData, m_Holder, m_Index);
+        pixelData->nVR = m_Holder->nVR;
+        m_PixelData = pixelData;
+        return true;
     }
-    CodecFlag(const CodecFlag &) = delete;
-    CodecFlag &operator=(const CodecFlag &) = delete;
+    void LetGo() { m_PixelData = nullptr; }
 
   private:
-    DICOMDSEXTRA *m_Extra;
+    MDicomDS &m_DataSet;
+    ElementIndex *m_Index;
+    _DICOMELEMENT *m_PixelData = nullptr;
+    _DICOMELEMENT *m_Holder = nullptr;
 };
-
-uint32_t CountChildren(const _DICOMELEMENT *element) {
-    uint32_t count = 0;
-    if (element == nullptr) return 0;
-    for (const _DICOMELEMENT *child = FirstChildOf(element); child != nullptr;
-         child = NextOf(child)) {
-        ++count;
-    }
-    return count;
-}
 
 } // namespace
 
@@ -61,7 +60,7 @@ uint16_t MDicomDS::InsertImage(_DICOMELEMENT *pElement, _BITMAPHANDLE *pBitmap, 
                                int32_t nQuality, uint32_t nFlags, MDICOM_SAVE_CALLBACK pfnCallback,
                                void *pUserData) {
     if (pBitmap == nullptr) return DICOM_ERROR_NULL_POINTER;
-    if (HasConflict(nFlags) || !CheckElement(pElement)) return DICOM_ERROR_PARAMETER;
+    if (HaveTwoPlaces(nFlags) || !CheckElement(pElement)) return DICOM_ERROR_PARAMETER;
     if (pElement != nullptr && pElement->nTag != TAG_PIXEL_DATA) return DICOM_ERROR_PARAMETER;
     const bool isIntact = (m_nFlags & DS_KEEP_PIXEL_DATA_INTACT) != 0;
     if (isIntact) nFlags |= DICOM_SETIMAGE_NO_LUT_ELEMENTS;
@@ -73,12 +72,12 @@ uint16_t MDicomDS::InsertImage(_DICOMELEMENT *pElement, _BITMAPHANDLE *pBitmap, 
     });
     if (prepared == DICOM_ERROR_MEMORY) return prepared;
     _DICOMELEMENT *groups = FindFirstElement(nullptr, kPerFrameGroups, 1);
-    const uint32_t items = CountChildren(groups);
+    const uint32_t items = GetItemCount(groups);
     InsertItemPerFrameMultiFrameFunctionalGroup(nIndex);
     const CodecFlag codecFlag(m_pExtra, (nFlags & DICOM_SETIMAGE_CODEC_FLAG) != 0);
     const uint16_t status = SaveImage(pElement, pBitmap, nIndex, nCompression, nPhotometric,
                                       nBitsPerPixel, nQuality, nFlags, pfnCallback, pUserData);
-    if (status != DICOM_SUCCESS && CountChildren(groups) > items) {
+    if (status != DICOM_SUCCESS && GetItemCount(groups) > items) {
         DeleteItemPerFrameMultiFrameFunctionalGroup(nIndex, nIndex);
     }
     if (pElement == nullptr) pElement = FindFirstElement(nullptr, TAG_PIXEL_DATA, 1);
@@ -112,17 +111,27 @@ uint16_t MDicomDS::SetImage(_DICOMELEMENT *pElement, _BITMAPHANDLE *pBitmap, uin
     if (pBitmap == nullptr) return DICOM_ERROR_NULL_POINTER;
     const FrameSaver saver(*this, {pElement, pBitmap, 0, nCompression, nPhotometric, nBitsPerPixel,
                                    nQuality, nFlags, pfnCallback, pUserData});
-    uint16_t status = saver.CheckRequest(); // before the old frames go
-    if (status == DICOM_SUCCESS) status = EmptyImage(&pElement, nFlags);
+    uint16_t status = saver.CheckRequest();
+    if (status == DICOM_SUCCESS && !CheckElement(pElement)) status = DICOM_ERROR_PARAMETER;
     if (status != DICOM_SUCCESS) return status;
-    return InsertImage(pElement, pBitmap, 0, nCompression, nPhotometric, nBitsPerPixel, nQuality,
-                       nFlags, pfnCallback, pUserData);
+    FramesAside old(*this, m_pIndex);
+    _DICOMELEMENT *taken =
+        pElement != nullptr ? pElement : FindLastElement(nullptr, TAG_PIXEL_DATA, 0);
+    if (taken != nullptr && taken->nTag != TAG_PIXEL_DATA) return DICOM_ERROR_PARAMETER;
+    if (taken != nullptr && !old.Take(taken)) return DICOM_ERROR_MEMORY;
+    status = EmptyImage(&pElement, nFlags);
+    if (status == DICOM_SUCCESS) {
+        status = InsertImage(pElement, pBitmap, 0, nCompression, nPhotometric, nBitsPerPixel,
+                             nQuality, nFlags, pfnCallback, pUserData);
+    }
+    if (status == DICOM_SUCCESS) old.LetGo();
+    return status;
 }
 
 /** Takes all frames out of an element. For null all Pixel Data but the last is deleted, which is
  *  then the element. */
 uint16_t MDicomDS::EmptyImage(_DICOMELEMENT **ppElement, uint32_t nFlags) {
-    if (HasConflict(nFlags) || !CheckElement(*ppElement)) return DICOM_ERROR_PARAMETER;
+    if (HaveTwoPlaces(nFlags) || !CheckElement(*ppElement)) return DICOM_ERROR_PARAMETER;
     if (*ppElement == nullptr) {
         *ppElement = FindLastElement(nullptr, TAG_PIXEL_DATA, 0);
         for (_DICOMELEMENT *other = FindFirstElement(nullptr, TAG_PIXEL_DATA, 0);
@@ -142,8 +151,8 @@ uint16_t MDicomDS::EmptyImage(_DICOMELEMENT **ppElement, uint32_t nFlags) {
         if (!SetBinaryValue(element, &nothing, 0)) return DICOM_ERROR_WRITE;
     }
     DeleteItemPerFrameMultiFrameFunctionalGroup(1, kPastAllFrames);
-    DeleteMultiFrameSequence(kFrameVoiLut, 0);
-    DeleteMultiFrameSequence(kPixelValueTransformation, 0);
+    DeleteMultiFrameSequence(kVoiMacro.sequence, 0);
+    DeleteMultiFrameSequence(kModalityMacro.sequence, 0);
     return DICOM_SUCCESS;
 }
 

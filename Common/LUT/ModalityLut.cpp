@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "Common/DS/ElementNode.h"
+#include "Common/DSValue/KeptElements.h"
 #include "Common/LUT/FunctionalGroups.h"
 #include "Common/LUT/LevelValues.h"
 #include "Common/LUT/LutTable.h"
@@ -120,11 +121,15 @@ uint16_t MDicomDS::SetRescale(uint32_t nFrame, const tagDICOMMLUTATTRIBS &Attrib
     if (place.status != DICOM_SUCCESS) return place.status;
     if (!place.isShared || (nFlags & DICOM_SETIMAGE_UPDATE_SHARED) != 0) {
         _DICOMELEMENT *level = place.element;
-        const bool stored =
-            WriteNumbers(*this, level, kRescaleIntercept, &Attributes.fRescaleIntercept, 1) &&
-            WriteNumbers(*this, level, kRescaleSlope, &Attributes.fRescaleSlope, 1) &&
-            WriteText(*this, level, kRescaleType, Attributes.szRescaleType);
-        if (!stored) return DICOM_ERROR_WRITE;
+        constexpr uint32_t kTags[] = {kRescaleIntercept, kRescaleSlope, kRescaleType};
+        const uint16_t status = ChangeWhole(*this, m_pIndex, level, kTags, [&]() -> uint16_t {
+            const bool stored =
+                WriteNumbers(*this, level, kRescaleIntercept, &Attributes.fRescaleIntercept, 1) &&
+                WriteNumbers(*this, level, kRescaleSlope, &Attributes.fRescaleSlope, 1) &&
+                WriteText(*this, level, kRescaleType, Attributes.szRescaleType);
+            return stored ? DICOM_SUCCESS : DICOM_ERROR_WRITE;
+        });
+        if (status != DICOM_SUCCESS) return status;
     }
     DeleteTopLevel(*this, kModalityLutSequence);
     return DICOM_SUCCESS;
@@ -132,20 +137,25 @@ uint16_t MDicomDS::SetRescale(uint32_t nFrame, const tagDICOMMLUTATTRIBS &Attrib
 
 uint16_t MDicomDS::InsertModalityLUTSequence(const tagDICOMMLUTATTRIBS *pAttributes,
                                              uint16_t *pData, uint32_t nEntries) {
-    DeleteTopLevel(*this, kModalityLutSequence);
-    _DICOMELEMENT *sequence = InsertElement(nullptr, 0, kModalityLutSequence, vr::SQ, 1, 0);
+    _DICOMELEMENT *sequence = FindFirstElement(nullptr, kModalityLutSequence, 1);
+    const bool isNew = sequence == nullptr;
+    if (isNew) sequence = InsertElement(nullptr, 0, kModalityLutSequence, vr::SQ, 1, 0);
     if (sequence == nullptr) return DICOM_ERROR_WRITE;
+    const _DICOMELEMENT *old = FirstChildOf(sequence);
     const uint16_t status = FillModalityLUT(sequence, *pAttributes, pData, nEntries);
+    _DICOMELEMENT *item = FirstChildOf(sequence);
     if (status != DICOM_SUCCESS) {
-        DeleteElement(sequence);
+        if (isNew || item != old) DeleteElement(isNew ? sequence : item);
         return status;
     }
+    while (_DICOMELEMENT *rest = NextOf(item)) DeleteElement(rest);
     for (const uint32_t tag : {kRescaleIntercept, kRescaleSlope, kRescaleType}) {
         DeleteTopLevel(*this, tag);
     }
     return DICOM_SUCCESS;
 }
 
+/** Makes a first item of the table. */
 uint16_t MDicomDS::FillModalityLUT(_DICOMELEMENT *pSequence, const tagDICOMMLUTATTRIBS &Attributes,
                                    uint16_t *pData, uint32_t nEntries) {
     const uint32_t bits = Attributes.LUTDescriptor.nEntryBits;

@@ -3,6 +3,8 @@
 #include <algorithm>
 
 #include "Common/DSImage/ImageInfoPalette.h"
+#include "Common/DSImage/ImageTags.h"
+#include "Common/DSValue/KeptElements.h"
 #include "Common/DSValue/ValueStore.h"
 #include "Common/LUT/LevelValues.h"
 #include "Common/LUT/LutTable.h"
@@ -14,8 +16,6 @@ using namespace mdicom;
 
 namespace {
 
-constexpr uint32_t kPaletteUid = 0x00281199;
-
 /** The attributes of one colour, by PALETTE_LUT_ value. */
 struct Colour {
     uint32_t descriptorTag;
@@ -25,9 +25,12 @@ struct Colour {
 };
 
 constexpr Colour kColours[] = {
-    {0x00281101, 0x00281201, 0x00281221, &tagDICOMPALCOLORLUTATTRIBS::RedDescriptor},
-    {0x00281102, 0x00281202, 0x00281222, &tagDICOMPALCOLORLUTATTRIBS::GreenDescriptor},
-    {0x00281103, 0x00281203, 0x00281223, &tagDICOMPALCOLORLUTATTRIBS::BlueDescriptor},
+    {kPaletteDescriptors[0], kPaletteTables[0], kPaletteSegments[0],
+     &tagDICOMPALCOLORLUTATTRIBS::RedDescriptor},
+    {kPaletteDescriptors[1], kPaletteTables[1], kPaletteSegments[1],
+     &tagDICOMPALCOLORLUTATTRIBS::GreenDescriptor},
+    {kPaletteDescriptors[2], kPaletteTables[2], kPaletteSegments[2],
+     &tagDICOMPALCOLORLUTATTRIBS::BlueDescriptor},
 };
 
 Status VerifyPaletteColorLUT(const tagDICOMPALCOLORLUTATTRIBS &attributes) {
@@ -80,18 +83,23 @@ uint16_t MDicomDS::SetPaletteColorLUTAttributes(const tagDICOMPALCOLORLUTATTRIBS
     if (pAttributes->nStructSize != sizeof *pAttributes) return DICOM_ERROR_STRUCT_SIZE_SET;
     const Status verified = VerifyPaletteColorLUT(*pAttributes);
     if (verified != DICOM_SUCCESS) return verified;
-    for (const Colour &colour : kColours) {
-        const uint16_t status =
-            SetLUTDescriptor(nullptr, &(pAttributes->*colour.descriptor), colour.descriptorTag);
-        if (status != DICOM_SUCCESS) return status;
-    }
-    // An empty UID would be worse than none.
-    if (pAttributes->szPaletteColorLUTUID[0] == L'\0') {
-        DeleteTopLevel(*this, kPaletteUid);
-        return DICOM_SUCCESS;
-    }
-    const bool stored = WriteText(*this, nullptr, kPaletteUid, pAttributes->szPaletteColorLUTUID);
-    return stored ? DICOM_SUCCESS : DICOM_ERROR_WRITE;
+    constexpr uint32_t kTags[] = {kPaletteDescriptors[0], kPaletteDescriptors[1],
+                                  kPaletteDescriptors[2], kPaletteUid};
+    return ChangeWhole(*this, m_pIndex, nullptr, kTags, [&]() -> uint16_t {
+        for (const Colour &colour : kColours) {
+            const uint16_t status =
+                SetLUTDescriptor(nullptr, &(pAttributes->*colour.descriptor), colour.descriptorTag);
+            if (status != DICOM_SUCCESS) return status;
+        }
+        // An empty UID would be worse than none.
+        if (pAttributes->szPaletteColorLUTUID[0] == L'\0') {
+            DeleteTopLevel(*this, kPaletteUid);
+            return DICOM_SUCCESS;
+        }
+        const bool stored =
+            WriteText(*this, nullptr, kPaletteUid, pAttributes->szPaletteColorLUTUID);
+        return stored ? DICOM_SUCCESS : DICOM_ERROR_WRITE;
+    });
 }
 
 uint16_t MDicomDS::GetPaletteColorLUTData(uint16_t *pData, uint32_t nEntries, uint32_t nType,
@@ -121,17 +129,16 @@ uint16_t MDicomDS::SetPaletteColorLUTData(uint16_t *pData, uint32_t nEntries, ui
     if (nType > PALETTE_LUT_BLUE) return DICOM_ERROR_PARAMETER;
     const Colour &colour = kColours[nType];
     const _DICOMLUTDESCRIPTOR &descriptor = attributes.*colour.descriptor;
-    const uint16_t code = TableVr(nEntries, descriptor.nEntryBits);
-    DeleteTopLevel(*this, colour.tableTag); // its VR may be too short
-    _DICOMELEMENT *table = FindOrInsert(*this, nullptr, colour.tableTag, code);
-    status = SetLUTTable(table, pData, std::min(nEntries, descriptor.nNumberOfEntries),
-                         descriptor.nEntryBits);
-    if (status != DICOM_SUCCESS) {
-        DeleteTopLevel(*this, colour.tableTag);
-        return status;
-    }
-    DeleteTopLevel(*this, colour.segmentsTag); // which would go before the new table
-    return DICOM_SUCCESS;
+    status = ChangeWhole(*this, m_pIndex, nullptr, {&colour.tableTag, 1}, [&] {
+        DeleteTopLevel(*this, colour.tableTag); // its VR may be too short
+        _DICOMELEMENT *table =
+            FindOrInsert(*this, nullptr, colour.tableTag, TableVr(nEntries, descriptor.nEntryBits));
+        return SetLUTTable(table, pData, std::min(nEntries, descriptor.nNumberOfEntries),
+                           descriptor.nEntryBits);
+    });
+    // A segmented one would go before the new table.
+    if (status == DICOM_SUCCESS) DeleteTopLevel(*this, colour.segmentsTag);
+    return status;
 }
 
 uint16_t MDicomDS::DeletePaletteColorLUT(uint32_t) {

@@ -1,6 +1,7 @@
 // VOI LUTs of a data set (PS 3.3, C.11.2): the items of their sequence.
 
 #include "Common/DS/ElementNode.h"
+#include "Common/DSImage/FrameFragments.h"
 #include "Common/LUT/FunctionalGroups.h"
 #include "Common/LUT/LevelValues.h"
 #include "Common/LUT/LutTable.h"
@@ -64,11 +65,15 @@ uint16_t MDicomDS::SetVOILUT(uint32_t nIndex, const tagDICOMVOILUTATTRIBS *pAttr
     const bool isNew = sequence == nullptr;
     if (isNew) sequence = InsertElement(nullptr, 0, kVoiLutSequence, vr::SQ, 1, 0);
     if (sequence == nullptr) return DICOM_ERROR_WRITE;
-    _DICOMELEMENT *item = GetItem(sequence, nIndex);
-    if (item == nullptr) item = InsertElement(sequence, 1, TAG_ITEM, vr::OB, 1, 0xFFFFFFFF);
+    // In front of the one that it takes the place of, which goes when the new one is complete.
+    _DICOMELEMENT *old = GetItem(sequence, nIndex);
+    const uint32_t place = old != nullptr ? PlaceOfItem(old) : 0xFFFFFFFF;
+    _DICOMELEMENT *item = InsertElement(sequence, 1, TAG_ITEM, vr::OB, 1, place);
     uint16_t status = DICOM_ERROR_WRITE;
     if (item != nullptr) status = FillVOILUT(item, *pAttributes, pData, nEntries);
-    if (status != DICOM_SUCCESS && (isNew || item != nullptr)) {
+    if (status == DICOM_SUCCESS) {
+        DeleteElement(old);
+    } else {
         DeleteElement(isNew ? sequence : item);
     }
     return status;
@@ -76,10 +81,6 @@ uint16_t MDicomDS::SetVOILUT(uint32_t nIndex, const tagDICOMVOILUTATTRIBS *pAttr
 
 uint16_t MDicomDS::FillVOILUT(_DICOMELEMENT *pItem, const tagDICOMVOILUTATTRIBS &Attributes,
                               uint16_t *pData, uint32_t nEntries) {
-    for (const uint32_t tag : {kLutDescriptor, kLutExplanation, kLutData}) {
-        _DICOMELEMENT *old = FindChildElement(*this, pItem, tag);
-        if (old != nullptr) DeleteElement(old);
-    }
     const uint32_t bits = Attributes.LUTDescriptor.nEntryBits;
     _DICOMELEMENT *level = InsertElement(pItem, 1, kLutDescriptor, 0, 0, 0);
     if (level == nullptr) return DICOM_ERROR_WRITE;

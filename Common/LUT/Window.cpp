@@ -4,6 +4,7 @@
 #include <array>
 #include <cmath>
 
+#include "Common/DSValue/KeptElements.h"
 #include "Common/LUT/FunctionalGroups.h"
 #include "Common/LUT/LevelValues.h"
 #include "MDicomDS.h"
@@ -76,14 +77,17 @@ uint16_t MDicomDS::SetWindow(uint32_t nFrame, uint32_t nIndex,
     if (place.status != DICOM_SUCCESS) return place.status;
     const bool mayChange = (nFlags & DICOM_SETIMAGE_UPDATE_SHARED) != 0;
     if (place.isShared && !mayChange) return DICOM_SUCCESS;
-    uint16_t status =
-        UpdateWindowElement(place.element, nIndex, pAttributes->fCenter, kWindowCenter);
-    if (status != DICOM_SUCCESS) return status;
-    status = UpdateWindowElement(place.element, nIndex, pAttributes->fWidth, kWindowWidth);
-    if (status != DICOM_SUCCESS) return status;
-    const bool explained = WriteText(*this, place.element, kWindowExplanation,
-                                     pAttributes->szWindowCenterWidthExplanation);
-    return explained ? DICOM_SUCCESS : DICOM_ERROR_WRITE;
+    constexpr uint32_t kTags[] = {kWindowCenter, kWindowWidth, kWindowExplanation};
+    return ChangeWhole(*this, m_pIndex, place.element, kTags, [&]() -> uint16_t {
+        uint16_t status =
+            UpdateWindowElement(place.element, nIndex, pAttributes->fCenter, kWindowCenter);
+        if (status != DICOM_SUCCESS) return status;
+        status = UpdateWindowElement(place.element, nIndex, pAttributes->fWidth, kWindowWidth);
+        if (status != DICOM_SUCCESS) return status;
+        const bool explained = WriteText(*this, place.element, kWindowExplanation,
+                                         pAttributes->szWindowCenterWidthExplanation);
+        return explained ? DICOM_SUCCESS : DICOM_ERROR_WRITE;
+    });
 }
 
 uint16_t MDicomDS::UpdateWindowElement(_DICOMELEMENT *pStart, uint32_t nIndex, double fValue,

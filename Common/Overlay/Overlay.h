@@ -4,6 +4,7 @@
 
 #include <cstdint>
 
+#include "Common/DSValue/KeptElements.h"
 #include "MDicomDS.h"
 
 namespace mdicom {
@@ -32,6 +33,9 @@ uint16_t ReadOverlayAttributes(MDicomDS &dataSet, uint32_t mask, _OVERLAYATTRIBU
 /** A frame of the overlay in a group as a new bitmap; the record has no data after a failure. */
 uint16_t ReadOverlayFrame(MDicomDS &dataSet, uint32_t mask, const _OVERLAYATTRIBUTES &attributes,
                           uint32_t frame, _BITMAPHANDLE &bitmap);
+
+/** Keeps all overlays and activation layers. Throws std::bad_alloc. */
+void KeepOverlays(KeptElements &old);
 
 /** Deletes what an overlay or activation layer has in a group. */
 void DeleteOverlayGroup(MDicomDS &dataSet, uint32_t mask);

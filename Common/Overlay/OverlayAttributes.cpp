@@ -1,10 +1,12 @@
 // Attributes of overlays (PS 3.3, C.9.2): counting, reading, setting, deleting.
 
 #include <algorithm>
+#include <array>
 #include <cwchar>
 #include <iterator>
 #include <optional>
 
+#include "Common/DSImage/ImageTags.h"
 #include "Common/DSValue/ValueAccess.h"
 #include "Common/Overlay/Overlay.h"
 #include "Common/Overlay/OverlayGroups.h"
@@ -13,8 +15,6 @@
 using namespace mdicom;
 
 namespace {
-
-constexpr uint32_t kBitsAllocated = 0x00280100;
 
 /** All that an overlay group can hold, retired attributes included. */
 constexpr uint32_t kOverlayTags[] = {
@@ -156,12 +156,23 @@ bool WriteDescription(const GroupElements &group, const _OVERLAYATTRIBUTES &attr
 }
 
 /** One frame on the first of the image is the default, unless something else stood there. */
-void WriteFrames(const GroupElements &group, const _OVERLAYATTRIBUTES &attributes) {
+bool WriteFrames(const GroupElements &group, const _OVERLAYATTRIBUTES &attributes) {
     const uint32_t frames = std::max(1u, attributes.nFramesInOverlay);
     const bool isDefault = frames == 1 && attributes.nImageFrameOrigin <= 1;
-    if (isDefault && group.Find(kOverlayFrames) == nullptr) return;
-    group.Write(kOverlayFrames, &frames, 1, VALUE_ARRAY_DWORD);
-    group.WriteShort(kOverlayFrameOrigin, attributes.nImageFrameOrigin);
+    if (isDefault && group.Find(kOverlayFrames) == nullptr) return true;
+    return group.Write(kOverlayFrames, &frames, 1, VALUE_ARRAY_DWORD) &&
+           group.WriteShort(kOverlayFrameOrigin, attributes.nImageFrameOrigin);
+}
+
+bool WriteAttributes(const GroupElements &group, const _OVERLAYATTRIBUTES &attributes,
+                     uint16_t bitsAllocated) {
+    const bool inPlane = (attributes.nOverlayFlags & OVERLAY_IN_BIT_PLANE) != 0;
+    const bool made = std::ranges::all_of(
+        kBasicTags, [&group](uint32_t tag) { return group.Make(tag) != nullptr; });
+    return made && WriteGeometry(group, attributes) &&
+           group.WriteShort(kOverlayBitsAllocated, bitsAllocated) &&
+           group.WriteShort(kOverlayBitPosition, inPlane ? attributes.nBitPosition : uint16_t{0}) &&
+           WriteDescription(group, attributes) && WriteFrames(group, attributes);
 }
 
 } // namespace
@@ -176,6 +187,12 @@ uint16_t ReadOverlayAttributes(MDicomDS &dataSet, uint32_t mask, _OVERLAYATTRIBU
     ReadOptional(group, attributes);
     if (group.Find(kOverlayData) == nullptr) attributes.nOverlayFlags = OVERLAY_IN_BIT_PLANE;
     return DICOM_SUCCESS;
+}
+
+void KeepOverlays(KeptElements &old) {
+    for (uint32_t i = 0; i < kOverlayGroupCount; ++i) {
+        for (const uint32_t tag : kOverlayTags) old.Keep(nullptr, tag | OverlayMaskOf(i));
+    }
 }
 
 void DeleteOverlayGroup(MDicomDS &dataSet, uint32_t mask) {
@@ -260,20 +277,16 @@ uint16_t MDicomDS::SetOverlayAttributes(uint32_t nIndex, const _OVERLAYATTRIBUTE
         present.nRows > 0 && present.nColumns > 0) {
         return DICOM_SUCCESS;
     }
-    const GroupElements group(*this, mask);
-    for (const uint32_t tag : kBasicTags) {
-        if (group.Make(tag) == nullptr) return DICOM_ERROR_WRITE;
-    }
-    const bool inPlane = (pAttributes->nOverlayFlags & OVERLAY_IN_BIT_PLANE) != 0;
-    uint16_t allocated = inPlane ? 0 : 1;
-    if (inPlane) FindGetValue(nullptr, kBitsAllocated, &allocated, 0, 1, VALUE_ARRAY_WORD);
-    const bool written =
-        WriteGeometry(group, *pAttributes) && group.WriteShort(kOverlayBitsAllocated, allocated) &&
-        group.WriteShort(kOverlayBitPosition, inPlane ? pAttributes->nBitPosition : uint16_t{0}) &&
-        WriteDescription(group, *pAttributes);
-    if (!written) return DICOM_ERROR_WRITE;
-    WriteFrames(group, *pAttributes);
-    return DICOM_SUCCESS;
+    std::array<uint32_t, std::size(kOverlayTags)> tags;
+    std::ranges::transform(kOverlayTags, tags.begin(), [mask](uint32_t tag) { return tag | mask; });
+    return ChangeWhole(*this, m_pIndex, nullptr, tags, [&]() -> uint16_t {
+        const GroupElements group(*this, mask);
+        const bool inPlane = (pAttributes->nOverlayFlags & OVERLAY_IN_BIT_PLANE) != 0;
+        uint16_t allocated = inPlane ? 0 : 1;
+        if (inPlane) FindGetValue(nullptr, kBitsAllocated, &allocated, 0, 1, VALUE_ARRAY_WORD);
+        const bool written = WriteAttributes(group, *pAttributes, allocated);
+        return written ? DICOM_SUCCESS : DICOM_ERROR_WRITE;
+    });
 }
 
 uint16_t MDicomDS::DeleteOverlay(uint32_t nIndex, uint32_t /*nFlags*/) {
