@@ -1,4 +1,5 @@
 // dump: prints a DICOM file as a tree, one line an element: tag, VR, length, name and value.
+// Of several files, or all files of folders, one after the other.
 
 #include <cstdio>
 
@@ -25,18 +26,13 @@ void PrintElement(MDicomDS &ds, _DICOMELEMENT *element) {
     std::printf(value.empty() ? "\n" : " = %s\n", value.c_str());
 }
 
-} // namespace
-
-int main(int argc, char **argv) {
-    if (argc != 2) {
-        std::fprintf(stderr, "usage: dump file\n");
-        return 2;
-    }
+/** False for a file that does not load. */
+bool PrintFile(const std::filesystem::path &path) {
     MDicomDS ds(nullptr);
-    const uint16_t status = ds.LoadDS(Wide(argv[1]).c_str(), 0);
+    const uint16_t status = ds.LoadDS(Wide(path.string()).c_str(), 0);
     if (status != DICOM_SUCCESS) {
-        std::fprintf(stderr, "%s: %s (%u)\n", argv[1], StatusText(status), status);
-        return 1;
+        std::fprintf(stderr, "%s: %s (%u)\n", path.c_str(), StatusText(status), status);
+        return false;
     }
     // Zero for bSameLevel walks the whole tree, depth first; nonzero for bVolatile leaves nothing
     // out.
@@ -44,5 +40,26 @@ int main(int argc, char **argv) {
     for (; element != nullptr; element = ds.GetNextElement(element, 0, 1)) {
         PrintElement(ds, element);
     }
-    return 0;
+    return true;
+}
+
+} // namespace
+
+int main(int argc, char **argv) try {
+    if (argc < 2) {
+        std::fprintf(stderr, "usage: dump files-or-folders...\n");
+        return 2;
+    }
+    bool allLoaded = true;
+    for (int i = 1; i < argc; ++i) {
+        const std::vector<std::filesystem::path> files = FilesUnder(argv[i]);
+        for (const std::filesystem::path &file : files) {
+            if (argc > 2 || files.size() > 1) std::printf("%s:\n", file.c_str());
+            allLoaded = PrintFile(file) && allLoaded;
+        }
+    }
+    return allLoaded ? 0 : 1;
+} catch (const std::filesystem::filesystem_error &error) {
+    std::fprintf(stderr, "%s\n", error.what());
+    return 1;
 }
