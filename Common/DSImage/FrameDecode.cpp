@@ -2,6 +2,7 @@
 // What a frame does not hold stays as the buffer was.
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <span>
 
@@ -49,22 +50,39 @@ void SpreadChrominance(std::span<uint8_t> buffer) {
     }
 }
 
+constexpr size_t kMostSampleBytes = 4;
+/** Bytes of each plane that are expanded at a time: all of them stay in the nearest cache. */
+constexpr size_t kPieceBytes = 8192;
+using PlanePieces = std::array<std::array<uint8_t, kPieceBytes>, kMostSampleBytes>;
+
 /** Puts the bytes of samples together from planes, the most significant one first. */
-void MergePlanes(std::span<const uint8_t> planes, size_t sampleBytes, size_t samples,
-                 uint8_t *target) {
-    const uint8_t *high = planes.data();
-    const uint8_t *low = high + samples;
+void MergePlanes(const PlanePieces &planes, size_t sampleBytes, size_t samples, uint8_t *target) {
     if (sampleBytes == 2) {
         for (size_t i = 0; i < samples; ++i) {
-            const auto sample = static_cast<uint16_t>(high[i] << 8 | low[i]);
+            const auto sample = static_cast<uint16_t>(planes[0][i] << 8 | planes[1][i]);
             std::memcpy(target + 2 * i, &sample, sizeof sample);
         }
         return;
     }
     for (size_t byte = 0; byte < sampleBytes; ++byte) {
-        const uint8_t *plane = planes.data() + byte * samples;
         uint8_t *to = target + (sampleBytes - 1 - byte);
-        for (size_t i = 0; i < samples; ++i) to[i * sampleBytes] = plane[i];
+        for (size_t i = 0; i < samples; ++i) to[i * sampleBytes] = planes[byte][i];
+    }
+}
+
+/** Expands the segments of one component whose samples have several bytes. What the segments do
+ *  not tell is zero. */
+void ExpandSamples(std::array<RleExpander, kMostSampleBytes> &segments, size_t sampleBytes,
+                   std::span<uint8_t> target) {
+    PlanePieces planes; // not cleared: each piece is written before it is read
+    const size_t samples = target.size() / sampleBytes;
+    for (size_t done = 0; done < samples; done += kPieceBytes) {
+        const size_t count = std::min(kPieceBytes, samples - done);
+        for (size_t byte = 0; byte < sampleBytes; ++byte) {
+            const size_t made = segments[byte].Expand({planes[byte].data(), count});
+            std::memset(planes[byte].data() + made, 0, count - made);
+        }
+        MergePlanes(planes, sampleBytes, count, target.data() + done * sampleBytes);
     }
 }
 
@@ -183,18 +201,18 @@ uint16_t MDicomDS::DecodeRLE(_IMAGEINFO *pImage, uint8_t *pBuffer, uint32_t nBuf
     const size_t needed = pImage->nSamplesPerPixel * sampleBytes;
     const size_t taken = header->segments >= needed ? needed : std::min(header->segments, 3u);
     const size_t plane = layout->bytes / needed;
-    const auto planes = sampleBytes > 1 ? MakeDataBlock<uint8_t>(plane * sampleBytes) : nullptr;
-    if (sampleBytes > 1 && !planes) return DICOM_ERROR_MEMORY;
-    for (size_t sample = 0; sample * sampleBytes < taken; ++sample) {
-        uint8_t *target = pBuffer + sample * plane * sampleBytes;
-        uint8_t *expanded = planes ? planes.get() : target;
-        if (planes) std::memset(expanded, 0, plane * sampleBytes);
-        for (size_t byte = 0; byte < sampleBytes; ++byte) {
-            const size_t segment = sample * sampleBytes + byte;
-            if (segment >= taken) break;
-            ExpandRle(RleSegment(frame.Span(), *header, segment), {expanded + byte * plane, plane});
+    const auto segment = [&](size_t which) { return RleSegment(frame.Span(), *header, which); };
+    for (size_t first = 0; first < taken; first += sampleBytes) {
+        const std::span<uint8_t> target(pBuffer + first * plane, sampleBytes * plane);
+        if (sampleBytes == 1) {
+            ExpandRle(segment(first), target);
+            continue;
         }
-        if (planes) MergePlanes({expanded, plane * sampleBytes}, sampleBytes, plane, target);
+        std::array<RleExpander, kMostSampleBytes> segments;
+        for (size_t byte = 0; byte < sampleBytes && first + byte < taken; ++byte) {
+            segments[byte] = RleExpander(segment(first + byte));
+        }
+        ExpandSamples(segments, sampleBytes, target);
     }
     return DICOM_SUCCESS;
 }

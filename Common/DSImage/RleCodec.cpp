@@ -109,28 +109,40 @@ std::span<const uint8_t> RleSegment(std::span<const uint8_t> frame, const RleHea
     return frame.subspan(begin, end - begin);
 }
 
-size_t ExpandRle(std::span<const uint8_t> segment, std::span<uint8_t> plane) {
-    const uint8_t *from = segment.data();
-    const uint8_t *const fromEnd = from + segment.size();
-    uint8_t *to = plane.data();
-    uint8_t *const toEnd = to + plane.size();
-    ExpandInside(from, fromEnd, to, toEnd);
-    while (from < fromEnd && to < toEnd) {
-        const uint8_t control = *from++;
-        if (control == kNoOperation) continue;
-        size_t count = std::min(LengthOfRun(control), static_cast<size_t>(toEnd - to));
-        if (control < kNoOperation) {
-            count = std::min(count, static_cast<size_t>(fromEnd - from));
-            std::memcpy(to, from, count);
-            from += count;
-        } else if (from < fromEnd) {
-            std::memset(to, *from++, count);
-        } else {
-            break;
-        }
-        to += count;
+size_t RleExpander::Expand(std::span<uint8_t> piece) {
+    uint8_t *to = piece.data();
+    uint8_t *const end = to + piece.size();
+    to = GiveRun(to, piece.size());
+    if (m_Left == 0) ExpandInside(m_From, m_End, to, end);
+    while (to < end && m_From < m_End) {
+        TakeRun();
+        to = GiveRun(to, static_cast<size_t>(end - to));
     }
-    return static_cast<size_t>(to - plane.data());
+    return static_cast<size_t>(to - piece.data());
+}
+
+/** The value of a run of repeats stays in front of the reader until the run is given. */
+void RleExpander::TakeRun() {
+    const uint8_t control = *m_From++;
+    if (control == kNoOperation) return;
+    m_IsRepeat = control > kNoOperation;
+    const auto there = static_cast<size_t>(m_End - m_From);
+    m_Left = LengthOfRun(control);
+    if (there == 0 || !m_IsRepeat) m_Left = std::min(m_Left, there);
+}
+
+uint8_t *RleExpander::GiveRun(uint8_t *to, size_t room) {
+    const size_t count = std::min(m_Left, room);
+    if (count == 0) return to;
+    m_Left -= count;
+    if (m_IsRepeat) {
+        std::memset(to, *m_From, count);
+        if (m_Left == 0) ++m_From;
+    } else {
+        std::memcpy(to, m_From, count);
+        m_From += count;
+    }
+    return to + count;
 }
 
 size_t MostRleBytes(size_t plane) {

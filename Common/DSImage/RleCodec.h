@@ -27,8 +27,30 @@ std::optional<RleHeader> ReadRleHeader(std::span<const uint8_t> frame);
 std::span<const uint8_t> RleSegment(std::span<const uint8_t> frame, const RleHeader &header,
                                     size_t segment);
 
-/** Expands a segment. Returns the bytes made, fewer than the plane has where the segment ends. */
-size_t ExpandRle(std::span<const uint8_t> segment, std::span<uint8_t> plane);
+/** Expands a segment in as many pieces as its reader likes. */
+class RleExpander {
+  public:
+    RleExpander() = default;
+    explicit RleExpander(std::span<const uint8_t> segment)
+        : m_From(segment.data()), m_End(segment.data() + segment.size()) {}
+
+    /** Returns the bytes made, fewer than there is room for where the segment ends. */
+    size_t Expand(std::span<uint8_t> piece);
+
+  private:
+    void TakeRun();
+    uint8_t *GiveRun(uint8_t *to, size_t room);
+
+    const uint8_t *m_From = nullptr;
+    const uint8_t *m_End = nullptr;
+    size_t m_Left = 0; ///< bytes of the current run that the last piece had no room for
+    bool m_IsRepeat = false;
+};
+
+/** Expands a segment as one piece. */
+inline size_t ExpandRle(std::span<const uint8_t> segment, std::span<uint8_t> plane) {
+    return RleExpander(segment).Expand(plane);
+}
 
 /** Most bytes that PackRle makes of a plane. */
 size_t MostRleBytes(size_t plane);
