@@ -18,6 +18,7 @@ constexpr uint32_t kWindow = 64 * 1024;
 constexpr uint32_t kFirstAhead = 16 * 1024;
 constexpr uint32_t kRandomAhead = 4 * 1024;
 constexpr uint32_t kCopyPiece = 256 * 1024;
+constexpr uint32_t kPage = 4096;
 
 M_HFILE__ *KernelHandle(void *file) {
     return static_cast<M_HFILE__ *>(file);
@@ -198,7 +199,10 @@ int32_t MDicomFile::CopyFrom(MDicomFile &Source, uint64_t nOffset, uint64_t nByt
     if (nOffset > Source.nLength || nBytes > Source.nLength - nOffset) return 0;
     const bool files = hFile != KERNEL_NO_FILE && Source.hFile != KERNEL_NO_FILE &&
                        !((nFlags | Source.nFlags) & FILE_MODE_MEMORY);
-    if (files && nBytes >= kWindow) {
+    // Pages that do not lie upon each other the system copies in two parts each, which takes half
+    // as long again as whole pages out of a block of memory.
+    const bool isAligned = nOffset % kPage == nPosition % kPage;
+    if (files && isAligned && nBytes >= kWindow) {
         if (!Flush() || !Source.Flush()) return 0;
         if (m_pBuffer != nullptr) m_pBuffer->size = 0;
         const int64_t copied = KernelFileCopy(KernelHandle(Source.hFile), nOffset,
@@ -213,13 +217,16 @@ int32_t MDicomFile::CopyFrom(MDicomFile &Source, uint64_t nOffset, uint64_t nByt
     // What the system could not copy goes through a block of memory.
     const auto size = static_cast<uint32_t>(std::min<uint64_t>(nBytes, kCopyPiece));
     if (size == 0) return 1;
+    auto untilPage = static_cast<uint32_t>(nPosition % kPage); // of the first piece
     void *piece = KernelHeapAlloc(1, size, __LINE__, nullptr);
     if (piece == nullptr) return 0;
     int32_t result = Source.Seek(static_cast<int64_t>(nOffset), 0);
     while (result && nBytes > 0) {
-        const auto count = static_cast<uint32_t>(std::min<uint64_t>(nBytes, size));
+        const auto count =
+            static_cast<uint32_t>(std::min<uint64_t>(nBytes, kCopyPiece - untilPage));
         result = Source.Read(piece, count) && Write(piece, count);
         nBytes -= count;
+        untilPage = 0;
     }
     KernelHeapFree(piece, __LINE__, nullptr);
     return result;
