@@ -2,11 +2,11 @@
 
 #include <gtest/gtest.h>
 
-#include <cmath>
+#include <array>
 #include <functional>
 
 #include "companions/MVIMGCORX/MVIMGCORX.h"
-#include "kernel/Bitmap.h"
+#include "support/Bitmaps.h"
 
 namespace {
 
@@ -45,29 +45,27 @@ class Picture : public TestBitmap {
     static constexpr int kWidth = 251;
 
     Picture(const Form &form, int least, int greatest)
-        : TestBitmap(kWidth, (greatest - least) / kWidth + 1, form.depth,
-                     form.depth == 8 ? KERNEL_ORDER_RGB : KERNEL_ORDER_GRAY),
+        : TestBitmap(kWidth, (greatest - least) / kWidth + 1, form.depth, OrderOf(form.depth)),
           m_Least(least),
           m_Greatest(greatest) {
         SetBits(form.low, form.high, form.isSigned);
         for (int row = 0; row < nHeight; ++row) {
-            std::vector<uint16_t> samples;
-            for (int x = 0; x < kWidth; ++x) samples.push_back(form.SampleOf(ValueAt(row, x)));
-            PutSamples(row, samples);
+            uint8_t *bytes = KernelLendBitmapRow(this, row);
+            for (int x = 0; x < kWidth; ++x) {
+                PutSample(bytes, static_cast<size_t>(x), static_cast<size_t>(form.depth),
+                          form.SampleOf(ValueAt(row, x)));
+            }
         }
     }
     explicit Picture(const Form &form) : Picture(form, form.Least(), form.Greatest()) {}
 
     /** Values ascend; the last goes on to the end. */
     int ValueAt(int row, int x) const { return std::min(m_Least + row * kWidth + x, m_Greatest); }
-    std::vector<int> Samples(int row) const {
-        std::vector<int> samples;
-        for (int x = 0; x < kWidth; ++x) samples.push_back(SampleAt(row, x));
-        return samples;
-    }
     /** The number that a sample stands for by the record. */
     int NumberAt(int row, int x) const {
-        const int sample = SampleAt(row, x);
+        const auto sample =
+            static_cast<int>(GetSample(KernelLendBitmapRow(this, row), static_cast<size_t>(x),
+                                       static_cast<size_t>(nBitsPerPixel)));
         const int bits = nBitsPerPixel == 8 ? 8 : nHighBit - nLowBit + 1;
         const int low = nBitsPerPixel == 8 ? 0 : nLowBit;
         const int index = sample >> low & ((1 << bits) - 1);
@@ -78,38 +76,8 @@ class Picture : public TestBitmap {
     const _RGBQUAD16 *Lut16() const { return static_cast<const _RGBQUAD16 *>(pLUT16); }
 
   private:
-    void PutSamples(int row, const std::vector<uint16_t> &samples) {
-        std::vector<uint8_t> bytes;
-        for (size_t i = 0; i < samples.size(); ++i) {
-            const uint16_t sample = samples[i];
-            if (nBitsPerPixel == 12 && i % 2 == 1) {
-                bytes.back() = static_cast<uint8_t>(bytes.back() | (sample & 15) << 4);
-                bytes.push_back(static_cast<uint8_t>(sample >> 4));
-                continue;
-            }
-            bytes.push_back(static_cast<uint8_t>(sample));
-            if (nBitsPerPixel == 12) bytes.push_back(sample >> 8 & 15);
-            if (nBitsPerPixel == 16) bytes.push_back(static_cast<uint8_t>(sample >> 8));
-        }
-        PutBytes(row, bytes);
-    }
-    int SampleAt(int row, int x) const {
-        if (m_Row != row) {
-            m_Bytes = Bytes(row, (static_cast<size_t>(kWidth) * nBitsPerPixel + 7) / 8);
-            m_Row = row;
-        }
-        const auto at = [&](int i) { return int{m_Bytes[static_cast<size_t>(i)]}; };
-        if (nBitsPerPixel == 8) return at(x);
-        if (nBitsPerPixel == 16) return at(x * 2) | at(x * 2 + 1) << 8;
-        const int place = x / 2 * 3;
-        return x % 2 == 0 ? at(place) | (at(place + 1) & 15) << 8
-                          : at(place + 1) >> 4 | at(place + 2) << 4;
-    }
-
     int m_Least;
     int m_Greatest;
-    mutable int m_Row = -1;
-    mutable std::vector<uint8_t> m_Bytes;
 };
 
 /** The first pixel that a function does not expect; empty if there is none. */
@@ -161,7 +129,7 @@ struct WindowCase {
     double width;
 };
 
-/** PS 3.3, C.11.2.1.2.1, word for word. */
+/** The level of a value in a window by its centre and width, from 0 to 255. */
 double WindowedLevel(double x, double c, double w) {
     if (x <= c - 0.5 - (w - 1) / 2) return 0;
     if (x > c - 0.5 + (w - 1) / 2) return 255;
@@ -176,9 +144,9 @@ TEST(ImageProcessing, WindowFollowsItsFormulaForEveryValue) {
         for (const WindowCase &window : windows) {
             for (const uint32_t flags : {0u, uint32_t{MVIMGCORX_INVERT}}) {
                 SCOPED_TRACE(form.Name() + ", window " + std::to_string(window.center));
-                const std::vector<int> before = picture.Samples(0);
+                const Bytes before = RowsOf(picture);
                 ASSERT_EQ(M_ApplyLinearVOILUT(&picture, window.center, window.width, flags), 1);
-                ASSERT_EQ(picture.Samples(0), before);
+                ASSERT_EQ(RowsOf(picture), before);
                 ASSERT_EQ(picture.nLUTLength, 1u << form.Bits());
                 ASSERT_NE(picture.nBitmapFlags & KERNEL_BITMAP_LUT_IN_USE, 0u);
                 int wrong = 0;
@@ -255,14 +223,13 @@ TEST(ImageProcessing, VoiTableMapsAndHoldsItsEnds) {
 }
 
 TEST(ImageProcessing, RescaleRoundsClampsAndTakesASignWhenAllowed) {
-    struct Case {
+    struct {
         Form form;
         double slope;
         double intercept;
         uint32_t flags;
         bool isSigned;
-    };
-    const Case cases[] = {
+    } const cases[] = {
         {{16, 0, 11, false}, 1, -1024, MVIMGCORX_SIGNED, true},
         {{16, 0, 11, false}, 1, -1024, 0, false},
         {{16, 0, 15, false}, 1, -1024, MVIMGCORX_SIGNED, true},
@@ -275,7 +242,7 @@ TEST(ImageProcessing, RescaleRoundsClampsAndTakesASignWhenAllowed) {
         {{8, 0, 7, false}, 2, -20, MVIMGCORX_SIGNED, false},
         {{8, 0, 7, true}, 0.5, 3, MVIMGCORX_SIGNED, true},
     };
-    for (const Case &test : cases) {
+    for (const auto &test : cases) {
         SCOPED_TRACE(test.form.Name() + ", slope " + std::to_string(test.slope));
         Picture picture(test.form);
         picture.nBitmapFlags |= 0x100;
@@ -368,20 +335,21 @@ TEST(ImageProcessing, HostileArgumentsAreRefused) {
 }
 
 TEST(ImageProcessing, CountsTheEntriesBetweenTheFlatEnds) {
-    struct Case {
+    struct {
         std::vector<uint16_t> levels;
         uint32_t flags;
         int first;
         uint32_t number;
-    };
-    const Case cases[] = {
+    } const cases[] = {
         {{0, 0, 0, 5, 9, 9}, MVIMGCORX_COUNT_UNSIGNED, 2, 3},
         {{1, 2, 3, 4}, MVIMGCORX_COUNT_UNSIGNED, 0, 4},
         {{7, 7, 7, 7}, MVIMGCORX_COUNT_UNSIGNED, 0, 1},
         {{3, 4, 4, 4, 0, 0, 0, 2}, MVIMGCORX_COUNT_SIGNED, -2, 4},
         {{5, 5}, MVIMGCORX_COUNT_SIGNED, -1, 1},
     };
-    for (const Case &test : cases) {
+    int32_t first = 99;
+    uint32_t number = 99;
+    for (const auto &test : cases) {
         std::vector<_RGBQUAD> narrow;
         std::vector<_RGBQUAD16> wide;
         for (const uint16_t level : test.levels) {
@@ -389,16 +357,13 @@ TEST(ImageProcessing, CountsTheEntriesBetweenTheFlatEnds) {
             wide.push_back({0, static_cast<uint16_t>(level << 8), 0, 0});
         }
         const auto count = static_cast<uint32_t>(test.levels.size());
-        int32_t first = 99;
-        uint32_t number = 99;
         ASSERT_EQ(M_CountLUTColors(narrow.data(), count, &first, &number, test.flags), 1);
-        EXPECT_EQ(first, test.first);
-        EXPECT_EQ(number, test.number);
+        EXPECT_EQ(std::pair(first, number), std::pair(test.first, test.number));
         ASSERT_EQ(M_CountLUTColorsExt(wide.data(), count, &first, &number, test.flags), 1);
-        EXPECT_EQ(first, test.first);
-        EXPECT_EQ(number, test.number);
-        EXPECT_LT(M_CountLUTColors(narrow.data(), 0, &first, &number, test.flags), 0);
+        EXPECT_EQ(std::pair(first, number), std::pair(test.first, test.number));
     }
+    const _RGBQUAD entry{};
+    EXPECT_LT(M_CountLUTColors(&entry, 0, &first, &number, MVIMGCORX_COUNT_SIGNED), 0);
 }
 
 TEST(ImageProcessing, ShiftedBitmapKeepsItsNumbersAndItsLut) {
@@ -412,23 +377,24 @@ TEST(ImageProcessing, ShiftedBitmapKeepsItsNumbersAndItsLut) {
     EXPECT_EQ(wide.nBitsPerPixel, 16);
     EXPECT_EQ(wide.nHighBit, 11);
     EXPECT_EQ(wide.nMinVal, -2048);
-    for (int row = 0; row < source.nHeight; ++row) {
-        const auto words = wide.Words(row, Picture::kWidth);
-        ASSERT_EQ(std::vector<int>(words.begin(), words.end()), source.Samples(row));
-    }
+    wide.nBitmapFlags ^= KERNEL_BITMAP_SIGNED;
+    EXPECT_EQ(SamplesOf(wide), SamplesOf(source));
     ASSERT_EQ(wide.nLUTLength, 4096u);
     EXPECT_EQ(std::memcmp(wide.pLUT, source.pLUT, 4096 * sizeof(_RGBQUAD)), 0);
-    EXPECT_NE(wide.nBitmapFlags & KERNEL_BITMAP_SIGNED, 0u);
+    EXPECT_EQ(wide.nBitmapFlags & KERNEL_BITMAP_SIGNED, 0u) << "it had a sign";
 
     TestBitmap top;
     ASSERT_EQ(M_ShiftBitmapData(&top, &source, sizeof top, 4, 11, 0, 8), KERNEL_SUCCESS);
     EXPECT_EQ(top.Bytes(3, 4), (Bytes{175, 175, 175, 175})) << "-1295 without its sign";
     EXPECT_TRUE(top.pLUT == nullptr);
     TestBitmap refused;
-    EXPECT_LT(M_ShiftBitmapData(&refused, &source, sizeof refused, 0, 12, 0, 16), 0);
-    EXPECT_LT(M_ShiftBitmapData(&refused, &source, sizeof refused, 0, 11, 5, 16), 0);
-    EXPECT_LT(M_ShiftBitmapData(&refused, &source, sizeof refused, 0, 11, 0, 24), 0);
-    EXPECT_LT(M_ShiftBitmapData(&refused, &source, sizeof refused, 5, 4, 0, 16), 0);
+    for (const auto &[low, high, target, depth] : {std::array{0u, 12u, 0u, 16u},
+                                                   {0u, 11u, 5u, 16u},
+                                                   {0u, 11u, 0u, 24u},
+                                                   {5u, 4u, 0u, 16u}}) {
+        EXPECT_LT(M_ShiftBitmapData(&refused, &source, sizeof refused, low, high, target, depth),
+                  0);
+    }
 }
 
 } // namespace
