@@ -42,23 +42,18 @@ TEST(Lossless, EveryPrecisionAndPredictorComesBackUnchanged) {
 }
 
 TEST(Lossless, BitmapsOfEveryDepthComeBackUnchanged) {
-    struct Case {
-        int depth;
-        size_t components;
-        unsigned bits;
-        int loadedDepth;
-    };
-    for (const Case &each :
-         {Case{8, 1, 8, 8}, Case{8, 1, 8, 16}, Case{12, 1, 12, 16}, Case{16, 1, 16, 16},
-          Case{24, 3, 8, 24}, Case{24, 3, 8, 48}, Case{48, 3, 16, 48}}) {
+    constexpr int kDepths[][2] = {{8, 8},   {8, 16},  {12, 16}, {16, 16},
+                                  {24, 24}, {24, 48}, {48, 48}}; // saved and loaded
+    for (const auto &[depth, loadedDepth] : kDepths) {
+        const auto wide = static_cast<size_t>(depth);
         for (const uint32_t width : kWidths) {
+            const auto bits = static_cast<unsigned>(SampleBits(wide));
             const Words samples =
-                MakeSamples(width, 9, each.components, each.bits, Content::Smooth);
-            const Bytes rows = PackRows(samples, width, 9, static_cast<size_t>(each.depth));
-            const Bytes stream = Save(rows, HeaderOf(width, 9, each.depth), 0);
-            const Loaded loaded = Load(stream, width, 9, each.loadedDepth);
-            EXPECT_EQ(loaded.result, MFCMPX_SUCCESS) << each.depth;
-            EXPECT_TRUE(loaded.samples == samples) << each.depth << " width " << width;
+                MakeSamples(width, 9, SamplesOfPixel(wide), bits, Content::Smooth);
+            const Bytes stream = Save(PackRows(samples, 9, wide), HeaderOf(width, 9, depth), 0);
+            const Loaded loaded = Load(stream, width, 9, loadedDepth);
+            EXPECT_EQ(loaded.result, MFCMPX_SUCCESS) << depth;
+            EXPECT_TRUE(loaded.samples == samples) << depth << " width " << width;
         }
     }
 }

@@ -3,17 +3,14 @@
 #pragma once
 
 #include <cstdint>
-#include <cstring>
 #include <random>
 #include <vector>
 
 #include "companions/MFCMPX/Encoder.h"
 #include "companions/MFCMPX/MFCMPX.h"
+#include "support/Bitmaps.h"
 
 namespace jpegtest {
-
-using Bytes = std::vector<uint8_t>;
-using Words = std::vector<uint16_t>;
 
 enum class Content { Constant, Smooth, Noise, Extremes };
 constexpr Content kContents[] = {Content::Constant, Content::Smooth, Content::Noise,
@@ -23,7 +20,7 @@ constexpr Content kContents[] = {Content::Constant, Content::Smooth, Content::No
 inline Words MakeSamples(uint32_t width, uint32_t height, size_t components, unsigned bits,
                          Content content) {
     std::minstd_rand random(width * 31 + height * 7 + bits);
-    const uint32_t most = (1u << bits) - 1;
+    const uint32_t most = MaskOf(bits);
     Words samples;
     for (uint32_t y = 0; y < height; ++y) {
         for (uint32_t x = 0; x < width; ++x) {
@@ -47,36 +44,23 @@ inline size_t Stride(size_t width, size_t depth) {
 }
 
 /** Rows as a bitmap has them. Samples are in the order of the bitmap. */
-inline Bytes PackRows(const Words &samples, size_t width, size_t height, size_t depth) {
-    const size_t stride = Stride(width, depth);
+inline Bytes PackRows(const Words &samples, size_t height, size_t depth) {
     const size_t perRow = samples.size() / height;
+    const size_t stride = Stride(perRow, SampleBits(depth));
     Bytes rows(stride * height);
     for (size_t i = 0; i < samples.size(); ++i) {
-        uint8_t *row = rows.data() + i / perRow * stride;
-        const size_t x = i % perRow;
-        if (depth == 16 || depth == 48) {
-            std::memcpy(row + 2 * x, &samples[i], 2);
-        } else if (depth == 12) {
-            const unsigned shifted = unsigned{samples[i]} << (x % 2 * 4);
-            row[x * 3 / 2] = static_cast<uint8_t>(row[x * 3 / 2] | shifted);
-            row[x * 3 / 2 + 1] = static_cast<uint8_t>(shifted >> 8);
-        } else {
-            row[x] = static_cast<uint8_t>(samples[i]);
-        }
+        PutSample(rows.data() + i / perRow * stride, i % perRow, SampleBits(depth), samples[i]);
     }
     return rows;
 }
 
 inline Words UnpackRows(const Bytes &rows, size_t width, size_t height, size_t depth) {
-    const size_t perRow = depth >= 24 && depth != 32 ? 3 * width : depth == 32 ? 4 * width : width;
+    const size_t perRow = width * (depth == 32 ? 4 : SamplesOfPixel(depth));
+    const size_t bits = depth == 32 ? 8 : SampleBits(depth);
     Words samples;
-    for (size_t y = 0; y < height; ++y) {
-        const uint8_t *row = rows.data() + y * Stride(width, depth);
-        for (size_t x = 0; x < perRow; ++x) {
-            uint16_t sample = row[x];
-            if (depth == 16 || depth == 48) std::memcpy(&sample, row + 2 * x, 2);
-            samples.push_back(sample);
-        }
+    for (size_t i = 0; i < perRow * height; ++i) {
+        const uint8_t *row = rows.data() + i / perRow * Stride(width, depth);
+        samples.push_back(static_cast<uint16_t>(GetSample(row, i % perRow, bits)));
     }
     return samples;
 }
@@ -123,7 +107,7 @@ inline Loaded Load(const Bytes &stream, uint32_t width, uint32_t height, int dep
 inline Bytes SaveLossless(const Words &samples, uint32_t width, uint32_t height, size_t components,
                           const jpeg::LosslessOptions &options) {
     const int depth = components == 3 ? 48 : 16;
-    const Bytes rows = PackRows(samples, width, height, static_cast<size_t>(depth));
+    const Bytes rows = PackRows(samples, height, static_cast<size_t>(depth));
     Bytes stream(rows.size() * 3 + 4096);
     size_t written = 0;
     const auto image = jpeg::SourceOf(rows.data(), HeaderOf(width, height, depth));
