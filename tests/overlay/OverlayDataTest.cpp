@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include "overlay/Overlays.h"
-#include "support/RealFiles.h"
 #include "support/TestFiles.h"
 #include "values/FailingMemory.h"
 
@@ -32,8 +31,7 @@ TEST(OverlayData, RandomFramesArePackedWithoutPaddingAndComeBack) {
         const size_t count = size_t{columns} * rows;
         const Pixels pixels = RandomPixels(random, count * frames);
         MDicomDS ds(nullptr);
-        const _OVERLAYATTRIBUTES attributes = OverlayOf(rows, columns, frames);
-        ASSERT_EQ(ds.SetOverlayAttributes(0, &attributes, 0), 0);
+        SetOverlay(ds, 0, OverlayOf(rows, columns, frames));
         // Frames in any order, some of them twice.
         for (uint32_t i = 0; i < frames * 2; ++i) {
             const uint32_t frame = i < frames ? (i + random()) % frames : i - frames;
@@ -64,8 +62,7 @@ TEST(OverlayData, FramesPaddedToBytesAreReadAndKept) {
                   f * 48, value);
     }
     MDicomDS ds(nullptr);
-    const _OVERLAYATTRIBUTES attributes = OverlayOf(3, 10, 3);
-    ASSERT_EQ(ds.SetOverlayAttributes(0, &attributes, 0), 0);
+    SetOverlay(ds, 0, OverlayOf(3, 10, 3));
     SetData(ds, value);
     EXPECT_EQ(ReadFrames(ds, 3), pixels);
     TestBitmap bitmap(10, 3, 1, KERNEL_ORDER_BGR);
@@ -84,8 +81,7 @@ TEST(OverlayData, WordsTurnOverInBigEndianFilesAndBytesDoNot) {
     for (const char *vr : {"OW", "OB"}) {
         support::TemporaryFolder folder;
         MDicomDS ds(nullptr);
-        const _OVERLAYATTRIBUTES attributes = OverlayOf(5, 9, 2);
-        ASSERT_EQ(ds.SetOverlayAttributes(0, &attributes, 0), 0);
+        SetOverlay(ds, 0, OverlayOf(5, 9, 2));
         SetData(ds, Bytes(12), vr);
         const uint16_t flags = DS_BIG_ENDIAN | DS_EXPLICIT_VR;
         ASSERT_EQ(ds.SaveDS(folder.WideFile("empty").c_str(), flags), 0);
@@ -110,8 +106,7 @@ TEST(OverlayData, ListsMoveAllFrames) {
     std::mt19937 random(8);
     const Pixels pixels = RandomPixels(random, 7 * 4 * 3);
     MDicomDS ds(nullptr);
-    const _OVERLAYATTRIBUTES attributes = OverlayOf(4, 7);
-    ASSERT_EQ(ds.SetOverlayAttributes(0, &attributes, 0), 0);
+    SetOverlay(ds, 0, OverlayOf(4, 7));
     HBITMAPLIST__ *list = nullptr;
     ASSERT_EQ(KernelCreateBitmapList(&list), 1);
     EXPECT_EQ(ds.SetOverlayBitmapList(0, list, 0), DICOM_ERROR_PARAMETER);
@@ -137,34 +132,33 @@ TEST(OverlayData, ListsMoveAllFrames) {
 }
 
 TEST(OverlayData, WhatCannotBeReadHasAStatusAndNoBitmap) {
-    struct Case {
-        const char *name;
-        uint32_t rows, columns, frames;
+    struct {
+        uint16_t rows, columns;
+        uint32_t frames;
         uint32_t length; ///< 0xFFFFFFFF: no data
         uint16_t status;
+    } const kCases[] = {
+        {3, 10, 1, 0xFFFFFFFF, DICOM_ERROR_OVERLAY_DATA},
+        {3, 10, 1, 0, DICOM_ERROR_READ},
+        {4, 10, 1, 4, DICOM_ERROR_READ},
+        {65535, 65535, 1, 2, DICOM_ERROR_READ},
+        {65535, 65535, 0x7FFFFFFF, 2, DICOM_ERROR_READ},
+        {0, 10, 1, 2, DICOM_ERROR_MEMORY},
+        {10, 0, 0xFFFFFFFF, 2, DICOM_ERROR_MEMORY},
+        {4, 8, 1, 4, 0},
     };
-    for (const Case &each : {Case{"none", 3, 10, 1, 0xFFFFFFFF, DICOM_ERROR_OVERLAY_DATA},
-                             Case{"empty", 3, 10, 1, 0, DICOM_ERROR_READ},
-                             Case{"short", 4, 10, 1, 4, DICOM_ERROR_READ},
-                             Case{"huge", 65535, 65535, 1, 2, DICOM_ERROR_READ},
-                             Case{"frames", 65535, 65535, 0x7FFFFFFF, 2, DICOM_ERROR_READ},
-                             Case{"no rows", 0, 10, 1, 2, DICOM_ERROR_MEMORY},
-                             Case{"no columns", 10, 0, 0xFFFFFFFF, 2, DICOM_ERROR_MEMORY},
-                             Case{"enough", 4, 8, 1, 4, 0}}) {
+    for (const auto &[rows, columns, frames, length, status] : kCases) {
+        SCOPED_TRACE(testing::Message() << rows << " x " << columns << " in " << length);
         MDicomDS ds(nullptr);
-        const _OVERLAYATTRIBUTES attributes =
-            OverlayOf(static_cast<uint16_t>(each.rows), static_cast<uint16_t>(each.columns));
-        ASSERT_EQ(ds.SetOverlayAttributes(0, &attributes, 0), 0);
-        SetNumber(ds, 0x60000015, each.frames);
-        if (each.length != 0xFFFFFFFF) SetData(ds, Bytes(each.length));
+        SetOverlay(ds, 0, OverlayOf(rows, columns));
+        SetNumber(ds, 0x60000015, frames);
+        if (length != 0xFFFFFFFF) SetData(ds, Bytes(length));
         TestBitmap bitmap;
-        EXPECT_EQ(ds.GetOverlayBitmap(0, &bitmap, sizeof(_BITMAPHANDLE), 0), each.status)
-            << each.name;
-        EXPECT_EQ(bitmap.nBitmapFlags & 1, each.status == 0 ? 1u : 0u) << each.name;
+        EXPECT_EQ(ds.GetOverlayBitmap(0, &bitmap, sizeof(_BITMAPHANDLE), 0), status);
+        EXPECT_EQ(bitmap.nBitmapFlags & 1, status == 0 ? 1u : 0u);
     }
     MDicomDS fragments(nullptr);
-    const _OVERLAYATTRIBUTES attributes = OverlayOf(1, 8);
-    ASSERT_EQ(fragments.SetOverlayAttributes(0, &attributes, 0), 0);
+    SetOverlay(fragments, 0, OverlayOf(1, 8));
     fragments.InsertElement(nullptr, 0, 0x60003000, 'O' << 8 | 'B', 1, 0);
     TestBitmap read, given(8, 1, 1, KERNEL_ORDER_BGR);
     EXPECT_EQ(fragments.GetOverlayBitmap(0, &read, sizeof(_BITMAPHANDLE), 0), DICOM_ERROR_READ);
@@ -208,35 +202,6 @@ TEST(OverlayData, ShortMemoryIsAStatus) {
         ASSERT_EQ(ds.SetOverlayAttributes(0, &attributes, 0), 0) << place;
         ASSERT_EQ(ds.SetOverlayBitmap(0, &given, 0), 0) << place;
     }
-}
-
-TEST(OverlayData, RealFilesGiveTheirPixels) {
-    uint32_t overlays = 0;
-    for (const auto &path : support::RealFiles()) {
-        MDicomDS ds(nullptr);
-        uint32_t count = 0;
-        if (ds.LoadDS(path.wstring().c_str(), 0) != 0) continue;
-        ASSERT_EQ(ds.GetOverlayCount(&count), 0);
-        for (uint32_t i = 0; i < count; ++i) {
-            _OVERLAYATTRIBUTES attributes;
-            uint32_t group = 0;
-            int32_t isOverlay = 0;
-            TestBitmap bitmap;
-            if (ds.GetOverlayAttributes(i, &attributes, sizeof attributes, &group, &isOverlay, 0) ||
-                !isOverlay || (attributes.nOverlayFlags & OVERLAY_IN_BIT_PLANE) != 0) {
-                continue;
-            }
-            const Bytes value = DataOf(ds, 0x60003000 + (group << 16));
-            ASSERT_EQ(ds.GetOverlayBitmap(i, &bitmap, sizeof(_BITMAPHANDLE), 0), 0) << path;
-            const size_t pixels = size_t{attributes.nRows} * attributes.nColumns;
-            EXPECT_TRUE(PixelsOf(bitmap) == PixelsOf(value, 0, pixels)) << path << i;
-            // Set again, they make the same value.
-            ASSERT_EQ(ds.SetOverlayBitmap(i, &bitmap, 0), 0) << path;
-            EXPECT_EQ(DataOf(ds, 0x60003000 + (group << 16)), value) << path << i;
-            ++overlays;
-        }
-    }
-    if (overlays == 0) GTEST_SKIP() << "no files with overlays";
 }
 
 } // namespace

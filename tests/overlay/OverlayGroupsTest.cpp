@@ -43,6 +43,11 @@ TEST(OverlayGroups, AreCountedInOrder) {
     PutOverlay(ds, 0);
     PutOverlay(ds, 4);
     PutOverlay(ds, 0x20); // beyond the overlay groups
+    _DICOMELEMENT *sequence = ds.InsertElement(nullptr, 0, 0x00880200, 0, 0, 0);
+    _DICOMELEMENT *item = ds.InsertElement(sequence, 1, TAG_ITEM, 0, 1, 0);
+    for (const uint32_t tag : {0x60020010u, 0x60020011u}) {
+        ASSERT_NE(ds.InsertElement(item, 1, tag, 0, 0, 0), nullptr) << "of another image";
+    }
     EXPECT_EQ(CountOf(ds), 2u);
     EXPECT_EQ(GroupOf(ds, 0), 0u);
     EXPECT_EQ(GroupOf(ds, 1), 4u);
@@ -54,16 +59,6 @@ TEST(OverlayGroups, AreCountedInOrder) {
     EXPECT_EQ(ds.DeleteOverlay(7, 0), 0);
     EXPECT_EQ(GroupOf(ds, 0), 4u);
     EXPECT_EQ(ds.FindFirstElement(nullptr, 0x60000040, 1), nullptr);
-}
-
-TEST(OverlayGroups, OverlaysOfItemsBelongToOtherImages) {
-    MDicomDS ds(nullptr);
-    _DICOMELEMENT *sequence = ds.InsertElement(nullptr, 0, 0x00880200, 0, 0, 0);
-    _DICOMELEMENT *item = ds.InsertElement(sequence, 1, TAG_ITEM, 0, 1, 0);
-    for (const uint32_t tag : {0x60000010u, 0x60000011u}) {
-        ASSERT_NE(ds.InsertElement(item, 1, tag, 0, 0, 0), nullptr);
-    }
-    EXPECT_EQ(CountOf(ds), 0u);
 }
 
 TEST(OverlayGroups, ActivationLayerMayStandAlone) {
@@ -153,7 +148,7 @@ TEST(OverlayAttributes, ComeBackAsTheyWereSet) {
     given.fROIMean = -1.5;
     given.fROIStandardDeviation = 0.25;
     given.nImageFrameOrigin = 2;
-    ASSERT_EQ(ds.SetOverlayAttributes(0, &given, 0), 0);
+    SetOverlay(ds, 0, given);
     _OVERLAYATTRIBUTES read;
     int32_t isOverlay = 0;
     ASSERT_EQ(ds.GetOverlayAttributes(0, &read, sizeof read, nullptr, &isOverlay, 0), 0);
@@ -169,7 +164,7 @@ TEST(OverlayAttributes, ComeBackAsTheyWereSet) {
     ASSERT_EQ(ds.SetOverlayAttributes(0, &other, 1), 0);
     ds.GetOverlayAttributes(0, &read, sizeof read, nullptr, &isOverlay, 0);
     EXPECT_EQ(read.nRows, 100);
-    ASSERT_EQ(ds.SetOverlayAttributes(0, &other, 0), 0);
+    SetOverlay(ds, 0, other);
     ds.GetOverlayAttributes(0, &read, sizeof read, nullptr, &isOverlay, 0);
     EXPECT_EQ(read.nRows, 1);
     EXPECT_EQ(read.nFramesInOverlay, 1u);
@@ -204,8 +199,8 @@ TEST(OverlayTransfer, PlanesAndDataBecomeSlotsAndBack) {
     plane.nOverlayFlags = OVERLAY_IN_BIT_PLANE;
     plane.nBitPosition = 15;
     const _OVERLAYATTRIBUTES own = OverlayOf(3, 5, 2);
-    ASSERT_EQ(ds.SetOverlayAttributes(1, &plane, 0), 0);
-    ASSERT_EQ(ds.SetOverlayAttributes(4, &own, 0), 0);
+    SetOverlay(ds, 1, plane);
+    SetOverlay(ds, 4, own);
     PutLayer(ds, 0, "L"); // would hide the plane from an index
     SetData(ds, {0xFF, 0x7F, 0, 0}, "OW", 0x60083000);
     TestBitmap image(10, 2, 16);

@@ -2,11 +2,13 @@
 
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <random>
 #include <vector>
 
 #include "MDicom.h"
-#include "kernel/Bitmap.h"
+#include "support/Bitmaps.h"
 
 struct mdicom::DataSetAccess {
     static uint16_t Load(MDicomDS &ds, _BITMAPHANDLE *bitmap) {
@@ -36,6 +38,10 @@ inline _OVERLAYATTRIBUTES OverlayOf(uint16_t rows, uint16_t columns, uint32_t fr
     return attributes;
 }
 
+inline void SetOverlay(MDicomDS &ds, uint32_t index, const _OVERLAYATTRIBUTES &attributes) {
+    ASSERT_EQ(ds.SetOverlayAttributes(index, &attributes, 0), 0);
+}
+
 inline Pixels RandomPixels(std::mt19937 &random, size_t count) {
     Pixels pixels(count);
     for (size_t i = 0; i < count; ++i) pixels[i] = random() & 1;
@@ -50,24 +56,10 @@ inline void PutPixels(const Pixels &pixels, size_t firstBit, Bytes &value) {
     }
 }
 
-inline Pixels PixelsOf(const Bytes &value, size_t firstBit, size_t count) {
-    Pixels pixels(count);
-    for (size_t k = 0; k < count; ++k) {
-        pixels[k] = value[(firstBit + k) / 8] >> (firstBit + k) % 8 & 1;
-    }
-    return pixels;
-}
-
 /** The pixels of a top left one-bit bitmap. */
 inline Pixels PixelsOf(const TestBitmap &bitmap) {
-    Pixels pixels;
-    for (int y = 0; y < bitmap.nHeight; ++y) {
-        const Bytes row = bitmap.Bytes(y, bitmap.nBytesPerLine);
-        for (int x = 0; x < bitmap.nWidth; ++x) {
-            pixels.push_back(row[static_cast<size_t>(x) / 8] >> (7 - x % 8) & 1);
-        }
-    }
-    return pixels;
+    const std::vector<int> samples = SamplesOf(bitmap);
+    return Pixels(samples.begin(), samples.end());
 }
 
 /** Draws a picture into the stored rows of a bitmap of view 1, 2, 3, 4 or 5. */
