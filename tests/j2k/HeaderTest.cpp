@@ -136,4 +136,26 @@ TEST(J2kHeader, EmptyRangesAndBytesBehindTheEndChangeNothing) {
     EXPECT_EQ(ResultOf(reader), result);
 }
 
+TEST(J2kHeader, CutAnywhereItIsIncompleteUntilTheRestComes) {
+    const Bytes stream =
+        Stream(0, {1000, 2000, 3, 4, 500, 600, 7, 8}, 3, {7, 1, 1, 7, 2, 2, 7, 2, 2});
+    J2KHeaderReader whole;
+    ASSERT_EQ(Feed(whole, stream), 1);
+    for (auto cut = stream.begin(); cut != stream.end(); ++cut) {
+        J2KHeaderReader reader;
+        ASSERT_EQ(Feed(reader, stream.begin(), cut), 0);
+        ASSERT_EQ(reader.GetTotalDepth(), 0u);
+        ASSERT_EQ(Feed(reader, cut, stream.end()), 1);
+        ASSERT_EQ(ResultOf(reader), ResultOf(whole)) << cut - stream.begin();
+    }
+    for (size_t bit = 0; bit < stream.size() * 8; ++bit) {
+        Bytes flipped = stream;
+        flipped[bit / 8] ^= static_cast<uint8_t>(1 << bit % 8);
+        J2KHeaderReader atOnce;
+        J2KHeaderReader singly;
+        ASSERT_EQ(Feed(atOnce, flipped), FeedSingly(singly, flipped)) << bit;
+        ASSERT_EQ(ResultOf(atOnce), ResultOf(singly)) << bit;
+    }
+}
+
 } // namespace
