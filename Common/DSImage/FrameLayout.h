@@ -57,6 +57,8 @@ class RowMaker {
 
     /** True if the samples are the row already; Make then works in place. */
     bool IsIdentity() const { return m_Make == nullptr; }
+    /** True if Make would leave samples in place as they are. */
+    bool LeavesRows() const { return IsIdentity() && !m_Ybr; }
     /** Makes a row from its first sample: every byte but those of the padding. */
     void Make(const uint8_t *samples, uint8_t *row) const;
     void ClearPadding(uint8_t *row) const {

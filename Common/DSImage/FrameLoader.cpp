@@ -296,6 +296,7 @@ void FrameLoader::PrepareMaker(RowMaker &maker, const uint8_t *frame) {
 }
 
 Status FrameLoader::ConvertRows(const RowMaker &maker, const uint8_t *frame) {
+    if (m_Request.callback == nullptr && maker.LeavesRows()) return DICOM_SUCCESS;
     _FILEINFO file{};
     if (m_Request.callback != nullptr) DescribeFile(file);
     uint8_t *row = KernelLendBitmapRow(m_Bitmap.Get(), 0);

@@ -12,14 +12,21 @@ namespace imgcore {
 
 namespace {
 
+/** Takes all rows of a bitmap with so many samples in each; as one where nothing lies between. */
+template <typename Sample, typename Key>
+void TakeRows(const _BITMAPHANDLE &bitmap, size_t count, SampleRange<Sample, Key> &range) {
+    const uint8_t *row = KernelLendBitmapRow(&bitmap, 0);
+    const auto rows = static_cast<size_t>(StoredRows(bitmap));
+    if (count * sizeof(Sample) == bitmap.nBytesPerLine) return range.Take(row, count * rows);
+    for (size_t i = 0; i < rows; ++i, row += bitmap.nBytesPerLine) range.Take(row, count);
+}
+
 int32_t RangeOfBytes(const _BITMAPHANDLE &bitmap, bool isSigned, int32_t *min, int32_t *max) {
     const size_t pixelBytes = bitmap.nBitsPerPixel == 24 ? 3 : 1;
     const size_t count = static_cast<size_t>(StoredWidth(bitmap)) * pixelBytes;
     const auto flip = static_cast<uint8_t>(isSigned ? 0x80 : 0);
     SampleRange<uint8_t, uint8_t> range(0, flip);
-    for (int32_t row = 0; row < StoredRows(bitmap); ++row) {
-        range.Take(KernelLendBitmapRow(&bitmap, row), count);
-    }
+    TakeRows(bitmap, count, range);
     const auto value = [isSigned](uint8_t sample) {
         return isSigned ? static_cast<int8_t>(sample) : int32_t{sample};
     };
@@ -37,14 +44,11 @@ int32_t RangeOfWords(const _BITMAPHANDLE &bitmap, const SampleFormat &format, in
     std::optional<RowBuffer> packed;
     if (format.Depth == 12) packed.emplace(bitmap);
     if (packed && !packed->IsReady()) return KERNEL_ERROR_MEMORY;
-    for (int32_t row = 0; row < StoredRows(bitmap); ++row) {
-        const uint8_t *samples = KernelLendBitmapRow(&bitmap, row);
-        if (packed) {
-            if (!packed->Read(bitmap, row)) return KERNEL_ERROR_ARGUMENT;
-            samples = reinterpret_cast<const uint8_t *>(packed->Words().data());
-        }
-        range.Take(samples, count);
+    for (int32_t row = 0; packed && row < StoredRows(bitmap); ++row) {
+        if (!packed->Read(bitmap, row)) return KERNEL_ERROR_ARGUMENT;
+        range.Take(reinterpret_cast<const uint8_t *>(packed->Words().data()), count);
     }
+    if (!packed) TakeRows(bitmap, count, range);
     const auto value = [&](uint16_t sample) {
         return format.ValueOf(format.IndexOf(static_cast<uint32_t>(sample) >> up));
     };
