@@ -306,16 +306,21 @@ uint16_t MDicomDS::SetOverlayBitmapList(uint32_t nIndex, HBITMAPLIST__ *hList, u
     const uint32_t mask = OverlayMaskOf(*position);
     _OVERLAYATTRIBUTES attributes;
     uint16_t status = ReadOverlayAttributes(*this, mask, attributes);
+    _BITMAPHANDLE bitmap;
+    for (uint32_t i = 0; status == DICOM_SUCCESS && i < count; ++i) {
+        if (KernelListGetItem(hList, i, &bitmap, sizeof bitmap) != KERNEL_SUCCESS) {
+            status = DICOM_ERROR_IMAGE;
+        } else if (!IsBitmapOf(bitmap, attributes)) {
+            status = DICOM_ERROR_PARAMETER;
+        }
+    }
     if (status == DICOM_SUCCESS && count > attributes.nFramesInOverlay) {
         const bool counted =
             FindSetValue(nullptr, kOverlayFrames | mask, &count, 1, VALUE_ARRAY_DWORD) != nullptr;
         if (!counted) status = DICOM_ERROR_WRITE;
     }
     for (uint32_t i = 0; status == DICOM_SUCCESS && i < count; ++i) {
-        _BITMAPHANDLE bitmap;
-        if (KernelListGetItem(hList, i, &bitmap, sizeof bitmap) != KERNEL_SUCCESS) {
-            return DICOM_ERROR_IMAGE;
-        }
+        KernelListGetItem(hList, i, &bitmap, sizeof bitmap);
         status = SetOverlayBitmap(nIndex, &bitmap, i, nFlags);
     }
     return status;
