@@ -297,25 +297,33 @@ TEST(GetImage, ConvertsLuminanceOfTheFullRangeWhenAsked) {
 }
 
 TEST(GetImage, SpreadsChrominanceThatPixelsShare) {
-    Image image(2, 4);
-    Describe(image, {"YBR_FULL_422", 8, 8, 3});
-    image.Text(0x00280008, "2 ");
-    Bytes value;
-    for (uint8_t frame = 0; frame < 2; ++frame) {
-        for (uint8_t pair = 0; pair < 4; ++pair) {
-            const auto y = static_cast<uint8_t>(100 * frame + 20 * pair);
-            const auto chroma = static_cast<uint8_t>(100 + pair * 9);
-            value.insert(value.end(), {y, static_cast<uint8_t>(y + 9), chroma, 140});
+    for (const uint32_t bits : {8u, 16u}) {
+        Image image(2, 4);
+        Describe(image, {"YBR_FULL_422", bits, bits, 3});
+        image.Text(0x00280008, "2 ");
+        Bytes value;
+        const auto put = [&](std::initializer_list<int> samples) {
+            for (const int sample : samples) {
+                if (bits == 16) value.push_back(7);
+                value.push_back(static_cast<uint8_t>(sample));
+            }
+        };
+        for (int frame = 0; frame < 2; ++frame) {
+            for (int pair = 0; pair < 4; ++pair) {
+                const int y = 100 * frame + 20 * pair;
+                put({y, y + 9, 100 + pair * 9, 140});
+            }
         }
-    }
-    PutValue(image, value);
-    TestBitmap bitmap;
-    ASSERT_EQ(Get(image.ds, bitmap, 1, 0, DICOM_GETIMAGE_FULL_RANGE_YBR), 0);
-    const Bytes rows = RowsOf(bitmap);
-    for (size_t x = 0; x < 8; ++x) {
-        const double pair = static_cast<double>(x / 2);
-        const Bytes color = FullRangeColor(100 + 20 * pair + (x % 2 ? 9 : 0), 100 + pair * 9, 140);
-        for (size_t c = 0; c < 3; ++c) ASSERT_NEAR(rows[3 * x + c], color[c], 1) << x;
+        PutValue(image, value);
+        TestBitmap bitmap;
+        ASSERT_EQ(Get(image.ds, bitmap, 1, 0, DICOM_GETIMAGE_FULL_RANGE_YBR), 0);
+        const Bytes rows = RowsOf(bitmap);
+        for (size_t x = 0; x < 8; ++x) {
+            const double pair = static_cast<double>(x / 2);
+            const Bytes color =
+                FullRangeColor(100 + 20 * pair + (x % 2 ? 9 : 0), 100 + pair * 9, 140);
+            for (size_t c = 0; c < 3; ++c) ASSERT_NEAR(rows[3 * x + c], color[c], 1) << x;
+        }
     }
 }
 

@@ -304,7 +304,44 @@ TEST(RoundTrip, BadArgumentsHaveAStatusAndNoEffect) {
               DICOM_ERROR_PARAMETER);
     EXPECT_EQ(ds.SetImage(nullptr, nullptr, kNone, 1, 0, 0, 0, nullptr, nullptr),
               DICOM_ERROR_NULL_POINTER);
+    TestBitmap rowless;
+    EXPECT_EQ(ds.SetImage(nullptr, &rowless, kNone, 1, 0, 0, 0, nullptr, nullptr),
+              DICOM_ERROR_BITMAP);
     EXPECT_EQ(ds.GetCountImage(nullptr), 1u);
+}
+
+TEST(RoundTrip, AFailureLeavesFramesAndAttributes) {
+    for (const uint32_t compression : {kNone, kRleClass}) {
+        MDicomDS ds(nullptr);
+        const auto old = MakeBitmap(4, 4, {16, 12});
+        const auto other = MakeBitmap(2, 2, {8, 8});
+        ASSERT_EQ(ds.SetImage(nullptr, old.get(), compression, 0, 0, 0, 0, nullptr, nullptr), 0);
+        uint32_t stopAt = 1;
+        EXPECT_NE(ds.SetImage(nullptr, other.get(), kJpegLossless, 1, 0, 0,
+                              DICOM_SETIMAGE_AUTO_VOI_LUT, AddOne, &stopAt),
+                  0);
+        TestBitmap got;
+        ASSERT_EQ(Get(ds, got), 0);
+        EXPECT_EQ(RowsOf(got), RowsOf(*old));
+        _DICOMIMAGE image;
+        _DICOMELEMENT *pixels = ds.FindFirstElement(nullptr, TAG_PIXEL_DATA, 1);
+        ASSERT_EQ(ds.GetInfoImage(pixels, &image, 0), 0);
+        EXPECT_EQ(image.nPhotometric, 0u);
+        EXPECT_EQ(image.nBitsStored, 12u);
+        EXPECT_EQ(image.nCompression, compression);
+        EXPECT_EQ(ds.FindFirstElement(nullptr, 0x00281050, 1), nullptr);
+        EXPECT_EQ(ds.FindLastElement(nullptr, TAG_PIXEL_DATA, 0), pixels);
+    }
+}
+
+TEST(RoundTrip, ATableWithoutFramesGivesWayToAValue) {
+    MDicomDS ds(nullptr);
+    const auto bitmap = MakeBitmap(4, 4, {8, 8});
+    _DICOMELEMENT *pixels = ds.InsertElement(nullptr, 0, TAG_PIXEL_DATA, 0, 1, 0);
+    ASSERT_NE(ds.InsertElement(pixels, 1, TAG_ITEM, 0, 0, 0), nullptr);
+    ASSERT_EQ(ds.InsertImage(pixels, bitmap.get(), 0, kNone, 1, 0, 0, 0, nullptr, nullptr), 0);
+    EXPECT_EQ(pixels->Link.pFirstChild, nullptr);
+    EXPECT_EQ(pixels->nLength, 16u);
 }
 
 } // namespace

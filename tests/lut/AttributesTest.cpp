@@ -339,6 +339,32 @@ TEST(Palette, BadRecordsAreRefused) {
     EXPECT_EQ(ds.SetPaletteColorLUTAttributes(&palette, 0), kWrongSizeSet);
 }
 
+TEST(LutAttributes, WhatCannotBeStoredLeavesWhatIsThere) {
+    MDicomDS ds(nullptr);
+    uint16_t table[] = {1, 2, 3, 4};
+    auto modality = MakeTable(4, 0, 16);
+    auto voi = Fresh<tagDICOMVOILUTATTRIBS>();
+    voi.LUTDescriptor = {0, 4, 0, 16};
+    auto palette = MakePalette(4, 16);
+    ASSERT_EQ(ds.SetModalityLUT(0, &modality, table, 4, 0), 0);
+    ASSERT_EQ(ds.SetVOILUT(0, &voi, table, 4, 0), 0);
+    ASSERT_EQ(ds.SetPaletteColorLUTAttributes(&palette, 0), 0);
+    // No first value of unsigned pixels.
+    modality.LUTDescriptor.nFirstStoredPixelValueMapped = -1;
+    voi.LUTDescriptor.nFirstStoredPixelValueMapped = -1;
+    palette = MakePalette(9, 16);
+    palette.BlueDescriptor.nFirstStoredPixelValueMapped = -1;
+    EXPECT_EQ(ds.SetModalityLUT(0, &modality, table, 4, 0), DICOM_ERROR_PARAMETER);
+    EXPECT_EQ(ds.SetVOILUT(0, &voi, table, 4, 0), DICOM_ERROR_PARAMETER);
+    EXPECT_EQ(ds.SetPaletteColorLUTAttributes(&palette, 0), DICOM_ERROR_PARAMETER);
+    uint16_t read[4] = {};
+    EXPECT_EQ(ds.GetModalityLUTData(read, 4, 0), 0);
+    EXPECT_EQ(read[3], 4);
+    EXPECT_EQ(ds.GetVOILUTData(0, read, 4, 0), 0);
+    EXPECT_EQ(ds.GetPaletteColorLUTAttributes(&palette, sizeof palette, 0), 0);
+    EXPECT_EQ(palette.RedDescriptor.nNumberOfEntries, 4u);
+}
+
 TEST(Palette, SegmentsAreExpandedAndGiveWayToAPlainTable) {
     MDicomDS ds(nullptr);
     const auto palette = MakePalette(6, 16);
