@@ -1,21 +1,12 @@
-// Figures of the data set core: loading, saving, start-up. Inputs are made in a temporary folder.
-//
-// Usage: bench_data_set_core [FOLDER] (default: the system's folder for temporary files)
+// Figures of the data set core: start-up, classes, loading, saving.
 
-#include <dlfcn.h>
 #include <fcntl.h>
 #include <spawn.h>
-#include <sys/resource.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
-#include <unistd.h>
-
-#include <algorithm>
-#include <chrono>
-#include <cstdio>
-#include <cstring>
-#include <functional>
 
 #include "MDicom.h"
+#include "Measure.h"
 #include "Mvkrnx.h"
 #include "support/TestFiles.h"
 
@@ -23,34 +14,22 @@ extern char **environ;
 
 namespace {
 
+using bench::Check;
+using bench::Compare;
+using bench::Duration;
+using bench::Row;
+using bench::Text;
+using bench::Times;
 using support::Bytes;
 using support::Encoder;
 
-double Seconds(const std::function<void()> &work) {
-    const auto start = std::chrono::steady_clock::now();
-    work();
-    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-}
-
-/** The middle of several runs, in seconds. */
-double Median(int runs, const std::function<void()> &work) {
-    std::vector<double> times;
-    for (int i = 0; i < runs; ++i) times.push_back(Seconds(work));
-    std::nth_element(times.begin(), times.begin() + runs / 2, times.end());
-    return times[static_cast<size_t>(runs) / 2];
-}
-
-void Row(const char *what, double value, const char *unit, const char *wanted) {
-    std::printf("%-58s %10.2f %-10s wanted: %s\n", what, value, unit, wanted);
-}
-
-long ResidentKilobytes() {
-    long pages = 0;
-    long resident = 0;
-    FILE *file = std::fopen("/proc/self/statm", "r");
-    if (file == nullptr || std::fscanf(file, "%ld %ld", &pages, &resident) != 2) resident = 0;
-    if (file != nullptr) std::fclose(file);
-    return resident * (sysconf(_SC_PAGESIZE) / 1024);
+/** Memory for elements, and nothing else: an allocation each. */
+void AllocateNodes(uint32_t count) {
+    constexpr size_t kNode = 128;
+    std::vector<void *> nodes;
+    nodes.reserve(count);
+    for (uint32_t i = 0; i < count; ++i) nodes.push_back(std::malloc(kNode));
+    for (void *node : nodes) std::free(node);
 }
 
 /** 20,000 elements, ten to an item, items in sequences. */
@@ -70,9 +49,20 @@ void NestedElements() {
         ++count;
     }
     MDicomDS ds(nullptr);
-    const double seconds = Median(51, [&] { support::LoadBytes(ds, file.bytes); });
-    if (ds.m_Tree.GetCount(nullptr, 0) != count) std::abort();
-    Row("load, nested sequences, per element", seconds / count * 1e9, "ns", "< 200");
+    const double peak = bench::PeakMegabytes([&] { support::LoadBytes(ds, file.bytes); });
+    Check(ds.m_Tree.GetCount(nullptr, 0) == count);
+    const Times times =
+        Compare(51, {[&] { support::LoadBytes(ds, file.bytes); }, [=] { AllocateNodes(count); }});
+    const double each = times.Of(0) / count;
+    Row{"load, per element",
+        "20,000 elements in nested sequences, in memory",
+        Duration(each),
+        "an allocation each: " + Duration(times.Of(1) / count),
+        Text("%.2f", times.Ratio(0, 1)),
+        bench::Megabytes(peak),
+        "< 200 ns",
+        each < 200e-9}
+        .Print();
 }
 
 /** An image file with a number of elements of usual kinds. */
@@ -87,22 +77,52 @@ Bytes ImageFile(uint32_t elements, uint32_t pixelBytes) {
     return file.bytes;
 }
 
-void ManyFiles(const support::TemporaryFolder &folder, const char *what, int files,
-               uint32_t elements, uint32_t pixelBytes, const char *wanted) {
-    const Bytes bytes = ImageFile(elements, pixelBytes);
-    std::vector<std::wstring> names;
-    for (int i = 0; i < files; ++i) {
-        support::WriteFile(folder.File(std::to_string(i)), bytes);
-        names.push_back(folder.WideFile(std::to_string(i)));
+/** What no reader can do without: opens a file, asks for its size, reads its first part. */
+void ReadHead(const std::string &path) {
+    static char head[16384];
+    const int file = open(path.c_str(), O_RDONLY);
+    struct stat info;
+    Check(fstat(file, &info) == 0 && pread(file, head, sizeof head, 0) > 0);
+    close(file);
+}
+
+struct Files {
+    const char *input;
+    int count;
+    uint32_t elements;
+    uint32_t pixelBytes;
+    double wanted; ///< microseconds a file
+};
+
+void ManyFiles(const support::TemporaryFolder &folder, const Files &files) {
+    const Bytes bytes = ImageFile(files.elements, files.pixelBytes);
+    std::vector<std::string> names;
+    for (int i = 0; i < files.count; ++i) {
+        names.push_back(folder.File(std::to_string(i)));
+        support::WriteFile(names.back(), bytes);
     }
-    const double seconds = Median(5, [&] {
-        for (const std::wstring &name : names) {
-            MDicomDS ds(nullptr);
-            if (ds.LoadDS(name.c_str(), 0) != DICOM_SUCCESS) std::abort();
-        }
-    });
-    Row(what, seconds / files * 1e6, "us", wanted);
-    for (int i = 0; i < files; ++i) std::remove(folder.File(std::to_string(i)).c_str());
+    const auto load = [&](const std::string &name) {
+        MDicomDS ds(nullptr);
+        Check(ds.LoadDS(std::filesystem::path(name).wstring().c_str(), 0) == DICOM_SUCCESS);
+    };
+    const double peak = bench::PeakMegabytes([&] { load(names[0]); });
+    const Times times = Compare(9, {[&] {
+                                        for (const std::string &name : names) load(name);
+                                    },
+                                    [&] {
+                                        for (const std::string &name : names) ReadHead(name);
+                                    }});
+    const double each = times.Of(0) / files.count;
+    Row{"load, per file",
+        files.input,
+        Duration(each),
+        "open and read 16 KB: " + Duration(times.Of(1) / files.count),
+        Text("%.2f", times.Ratio(0, 1)),
+        bench::Megabytes(peak),
+        Text("< %.0f us", files.wanted),
+        each < files.wanted * 1e-6}
+        .Print();
+    for (const std::string &name : names) std::remove(name.c_str());
 }
 
 /** Copies a file as the kernel does it by itself. */
@@ -115,91 +135,138 @@ void PlainCopy(const std::string &from, const std::string &to) {
     close(target);
 }
 
+void WriteLargeFile(const std::string &path, uint32_t megabytes) {
+    Encoder head;
+    head.Meta(support::kExplicitUid);
+    for (uint32_t i = 0; i < 90; ++i) head.Element(0x00100100 + i, "LO", "value of it ");
+    head.Header(TAG_PIXEL_DATA, "OW", megabytes << 20);
+    support::WriteFile(path, head.bytes);
+    FILE *file = std::fopen(path.c_str(), "ab");
+    const std::string piece(1 << 20, 'p');
+    for (uint32_t i = 0; i < megabytes; ++i) std::fwrite(piece.data(), 1, piece.size(), file);
+    std::fclose(file);
+}
+
 void LargeFile(const support::TemporaryFolder &folder) {
-    constexpr uint32_t kPixels = 512u << 20;
-    {
-        Encoder head;
-        head.Meta(support::kExplicitUid);
-        for (uint32_t i = 0; i < 90; ++i) head.Element(0x00100100 + i, "LO", "value of it ");
-        head.Header(TAG_PIXEL_DATA, "OW", kPixels);
-        support::WriteFile(folder.File("large"), head.bytes);
-        FILE *file = std::fopen(folder.File("large").c_str(), "ab");
-        const std::string piece(1 << 20, 'p');
-        for (int i = 0; i < 512; ++i) std::fwrite(piece.data(), 1, piece.size(), file);
-        std::fclose(file);
-    }
+    const uint32_t megabytes = bench::isQuick ? 64 : 512;
+    const std::string input = "a file of " + std::to_string(megabytes) + " MB";
+    WriteLargeFile(folder.File("large"), megabytes);
     const std::wstring name = folder.WideFile("large");
-    const long before = ResidentKilobytes();
     MDicomDS ds(nullptr);
-    Row("load, 512 MB multi-frame file", Median(11, [&] { ds.LoadDS(name.c_str(), 0); }) * 1e3,
-        "ms", "< 1");
-    Row("  memory that it takes", static_cast<double>(ResidentKilobytes() - before) / 1024, "MB",
-        "< 4");
+    const auto load = [&] { Check(ds.LoadDS(name.c_str(), 0) == DICOM_SUCCESS); };
+    const double loadPeak = bench::PeakMegabytes(load);
+    const Times loads = Compare(11, {load, [&] { ReadHead(folder.File("large")); }});
+    Row{"load",
+        input,
+        Duration(loads.Of(0)),
+        "open and read 16 KB: " + Duration(loads.Of(1)),
+        Text("%.2f", loads.Ratio(0, 1)),
+        bench::Megabytes(loadPeak),
+        "< 1 ms, < 4 MB",
+        loads.Of(0) < 1e-3 && loadPeak < 4}
+        .Print();
+    // Both begin without a target: to empty a large one takes time of its own.
     const auto copy = [&] { PlainCopy(folder.File("large"), folder.File("copy")); };
     const auto save = [&] {
-        if (ds.SaveDS(folder.WideFile("saved").c_str(), 0) != DICOM_SUCCESS) std::abort();
+        Check(ds.SaveDS(folder.WideFile("saved").c_str(), 0) == DICOM_SUCCESS);
     };
+    const double savePeak = bench::PeakMegabytes(save);
     copy();
-    save();
+    std::vector<double> times[2];
     std::vector<double> ratios;
-    for (int i = 0; i < 6; ++i) {
+    for (int i = 0; i < bench::Runs(10); ++i) {
         std::remove(folder.File("copy").c_str());
         std::remove(folder.File("saved").c_str());
-        // The second of two such writes has to wait for the first: each goes first half the time.
-        const double first = i % 2 == 0 ? Seconds(copy) : Seconds(save);
-        const double second = i % 2 == 0 ? Seconds(save) : Seconds(copy);
-        ratios.push_back((i % 2 == 0 ? first / second : second / first) * 100);
+        // The second of two such writes may have to wait for the first.
+        const bool saveFirst = i % 2 == 0;
+        const double first = bench::Seconds(saveFirst ? bench::Work(save) : bench::Work(copy));
+        const double second = bench::Seconds(saveFirst ? bench::Work(copy) : bench::Work(save));
+        times[0].push_back(saveFirst ? first : second);
+        times[1].push_back(saveFirst ? second : first);
+        ratios.push_back(times[1].back() / times[0].back());
     }
-    std::sort(ratios.begin(), ratios.end());
-    Row("save unchanged, speed against a plain kernel copy", (ratios[2] + ratios[3]) / 2, "%",
-        ">= 80");
+    const double ratio = bench::Median(ratios);
+    Row{"save unchanged",
+        input,
+        Duration(bench::Median(times[0])),
+        "copy by the kernel: " + Duration(bench::Median(times[1])),
+        Text("%.2f", ratio),
+        bench::Megabytes(savePeak),
+        ">= 0.8",
+        ratio >= 0.8}
+        .Print();
 }
 
 void Classes() {
-    Row("unfold the IOD tree", Seconds([] { MDicomIOD::GetFirst(nullptr, 1); }) * 1e3, "ms",
-        "< 15");
+    double seconds = 0;
+    const double treePeak = bench::PeakMegabytes(
+        [&] { seconds = bench::Seconds([] { MDicomIOD::GetFirst(nullptr, 1); }); });
+    Row{"unfold the tree of IODs",
+        "158 classes, 122,678 elements",
+        Duration(seconds),
+        "-",
+        "-",
+        bench::Megabytes(treePeak),
+        "< 15 ms, < 24 MB",
+        seconds < 15e-3 && treePeak < 24}
+        .Print();
     MDicomDS ds(nullptr);
-    Row("InitDS of CT, all elements", Median(51, [&] { ds.InitDS(1, 0); }) * 1e3, "ms", "< 2");
+    const double peak = bench::PeakMegabytes([&] { ds.InitDS(1, 0); });
+    const double init = Compare(51, {[&] { ds.InitDS(1, 0); }}).Of(0);
+    Row{"InitDS", "class 1, all elements", Duration(init), "-",
+        "-",      bench::Megabytes(peak),  "< 2 ms",       init < 2e-3}
+        .Print();
 }
 
-/** Runs a program of this folder and waits for its end. */
+/** Runs a program and waits for its end. */
 void RunProgram(const std::string &path) {
     pid_t child = 0;
     char *arguments[] = {const_cast<char *>(path.c_str()), nullptr};
-    if (posix_spawn(&child, path.c_str(), nullptr, nullptr, arguments, environ) != 0) std::abort();
+    Check(posix_spawn(&child, path.c_str(), nullptr, nullptr, arguments, environ) == 0);
     int status = 0;
     waitpid(child, &status, 0);
-    if (status != 0) std::abort();
+    Check(status == 0);
 }
 
 void StartUp(const char *self) {
-    Row("start of the engine, all tables",
-        Median(51,
-               [] {
-                   M_DicomEngineStartup(3);
-                   MDicomTag::Find(0x00100010);
-               }) *
-            1e3,
-        "ms", "< 2");
+    const double start = bench::Seconds([] {
+        M_DicomEngineStartup(3);
+        MDicomTag::Find(0x00100010);
+    });
+    Row{"start of the engine",
+        "all tables, first look-up",
+        Duration(start),
+        "-",
+        "-",
+        "-",
+        "< 2 ms",
+        start < 2e-3}
+        .Print();
     const std::string program = self;
     const std::string lookup = program.substr(0, program.rfind('/') + 1) + "bench_lookup";
-    if (access(lookup.c_str(), X_OK) != 0) return;
-    Row("a process that looks up one tag", Median(51, [&] { RunProgram(lookup); }) * 1e3, "ms",
-        "< 5");
-    Row("  an empty process in the same run", Median(51, [&] { RunProgram("/bin/true"); }) * 1e3,
-        "ms", "-");
+    const Times times =
+        Compare(51, {[&] { RunProgram(lookup); }, [&] { RunProgram("/bin/true"); }});
+    Row{"a process that looks up one tag",
+        "-",
+        Duration(times.Of(0)),
+        "an empty process: " + Duration(times.Of(1)),
+        Text("%.2f", times.Ratio(0, 1)),
+        "-",
+        "< 5 ms",
+        times.Of(0) < 5e-3}
+        .Print();
 }
 
 } // namespace
 
 int main(int count, char **arguments) {
-    if (count > 1) setenv("TMPDIR", arguments[1], 1);
+    bench::Start(count, arguments);
     const support::TemporaryFolder folder;
-    StartUp(arguments[0]);
+    if (!bench::countsProcessor) StartUp(arguments[0]);
     Classes();
     NestedElements();
-    ManyFiles(folder, "load, 1,000 CT files of 96 elements, per file", 1000, 96, 2048, "< 35");
-    ManyFiles(folder, "load, files of 500 KB and 260 elements, per file", 200, 260, 490000, "< 60");
+    ManyFiles(folder, {"1,000 CT files of 96 elements, 2 KB of pixels", 1000, 96, 2048, 35});
+    ManyFiles(folder, {"200 files of 500 KB and 260 elements", 200, 260, 490000, 60});
     LargeFile(folder);
     return 0;
 }

@@ -1,46 +1,27 @@
-// Speed of frames on their way out of data sets and into them: megabytes of pixels per second in
-// one thread, data sets in the page cache.
+// Speed of frames on their way out of data sets and into them: in one thread where nothing else is
+// said, data sets in the page cache.
 
-#include <algorithm>
-#include <chrono>
-#include <cstdio>
-#include <cstdlib>
-#include <cstring>
 #include <filesystem>
-#include <functional>
 #include <memory>
 #include <thread>
-#include <vector>
 
 #include "BareJ2k.h"
 #include "BareJpeg.h"
 #include "MDicom.h"
+#include "Measure.h"
 #include "support/TestFiles.h"
 
 namespace {
 
-using Bytes = std::vector<uint8_t>;
+using bench::Check;
+using bench::Compare;
+using bench::Duration;
+using bench::Row;
+using bench::Text;
+using bench::Times;
+using support::Bytes;
 
-constexpr int kRuns = 9;
-
-double Seconds(const std::function<void()> &work) {
-    const auto start = std::chrono::steady_clock::now();
-    work();
-    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-}
-
-/** The shortest times of several runs in turns: others share the machine. */
-std::vector<double> Least(const std::vector<std::function<void()>> &works) {
-    std::vector<double> least(works.size(), 1e9);
-    for (int run = 0; run < kRuns; ++run) {
-        for (size_t i = 0; i < works.size(); ++i) least[i] = std::min(least[i], Seconds(works[i]));
-    }
-    return least;
-}
-
-void Check(bool good) {
-    if (!good) std::abort();
-}
+constexpr int kRounds = 11;
 
 /** A slow gradient under noise of a few bits. */
 void Paint(_BITMAPHANDLE &bitmap, uint32_t bits, uint32_t noiseBits) {
@@ -113,8 +94,23 @@ Bytes StreamOf(MDicomDS &ds) {
     return stream;
 }
 
-void Row(const char *what, double value, const char *unit, const char *wanted) {
-    std::printf("%-52s %9.2f %-6s wanted: %s\n", what, value, unit, wanted);
+/** A copy of as many bytes from memory to memory. */
+class Copy {
+  public:
+    explicit Copy(Source &source)
+        : m_Source(source), m_Target(static_cast<size_t>(source.megabytes * 1e6)) {}
+    void operator()() {
+        std::memcpy(m_Target.data(), KernelLendBitmapRow(&m_Source.bitmap, 0), m_Target.size());
+        asm volatile("" : : "r"(m_Target.data()) : "memory");
+    }
+
+  private:
+    Source &m_Source;
+    Bytes m_Target;
+};
+
+std::string Named(const char *peer, double megabytes, double seconds) {
+    return std::string(peer) + ": " + bench::Rate(megabytes, seconds);
 }
 
 void Native(const support::TemporaryFolder &folder, int size) {
@@ -124,76 +120,121 @@ void Native(const support::TemporaryFolder &folder, int size) {
     Check(made.SaveDS(folder.WideFile("native").c_str(), 0) == DICOM_SUCCESS);
     MDicomDS fromFile(nullptr);
     Check(fromFile.LoadDS(folder.WideFile("native").c_str(), 0) == DICOM_SUCCESS);
-    support::Bytes saved = support::ReadFile(folder.File("native"));
+    Bytes saved = support::ReadFile(folder.File("native"));
     MDicomDS inMemory(nullptr);
     Check(support::LoadBytes(inMemory, saved) == DICOM_SUCCESS);
-    const size_t bytes = size_t{source.bitmap.nBytesPerLine} * static_cast<size_t>(size);
-    Bytes target(bytes);
-    const uint8_t *rows = KernelLendBitmapRow(&source.bitmap, 0);
-    const auto copy = [bytes, rows](uint8_t *to) {
-        std::memcpy(to, rows, bytes);
-        asm volatile("" : : "r"(to) : "memory");
+    const std::string side = std::to_string(size);
+    const std::string input = "16 bits, " + side + " x " + side;
+    const double peak = bench::PeakMegabytes([&] { Decode(inMemory); });
+    Copy copy(source);
+    const Times times = Compare(101, {[&] { Decode(inMemory); }, [&] { Decode(fromFile); }, copy});
+    const auto print = [&](const char *place, size_t which, bool isWanted) {
+        const double ratio = times.Ratio(which, 2);
+        Row{"GetImage, native",
+            input + place,
+            bench::Rate(source.megabytes, times.Of(which)),
+            Named("memcpy", source.megabytes, times.Of(2)),
+            Text("%.2f", ratio),
+            bench::Megabytes(peak),
+            isWanted ? ">= 0.5" : "-",
+            !isWanted || ratio >= 0.5}
+            .Print();
     };
-    const auto times =
-        Least({[&] { Decode(inMemory); }, [&] { Decode(fromFile); }, [&] { copy(target.data()); }});
-    std::printf("native, 16 bits, %d x %d: %.0f MB/s\n", size, size, source.megabytes / times[0]);
-    Row("  part of memcpy's speed, from memory", times[2] / times[0], "", ">= 0.5");
-    Row("  part of memcpy's speed, from a file", times[2] / times[1], "", "-");
+    print(", in memory", 0, true);
+    print(", in a file", 1, false);
 }
 
-void RunLength(const support::TemporaryFolder &folder) {
-    struct {
-        const char *name;
-        uint32_t noiseBits;
-        const char *decodeGoal;
-        const char *encodeGoal;
-    } const kPictures[] = {{"noise of 5 bits", 5, "> 1000", "> 400"}, {"no noise", 0, "-", "-"}};
-    for (const auto &row : kPictures) {
-        Source source(2048, 16, 16, row.noiseBits);
-        const auto ds = Saved(folder, source, IMAGE_COMPRESSION_RLE);
-        MDicomDS target(nullptr);
-        const auto times =
-            Least({[&] { Decode(*ds); }, [&] { Store(target, source, IMAGE_COMPRESSION_RLE); }});
-        std::printf("RLE, 16 bits, %s\n", row.name);
-        Row("  decode", source.megabytes / times[0], "MB/s", row.decodeGoal);
-        Row("  encode", source.megabytes / times[1], "MB/s", row.encodeGoal);
-    }
+struct Goals {
+    double decode; ///< megabytes per second; 0 for none
+    double encode;
+};
+
+/** Decoding and encoding of one form against a copy of the pixels. */
+void Codec(const support::TemporaryFolder &folder, const char *name, const char *input,
+           Source &source, uint32_t compression, Goals goals) {
+    const auto ds = Saved(folder, source, compression);
+    MDicomDS target(nullptr);
+    const double decodePeak = bench::PeakMegabytes([&] { Decode(*ds); });
+    const double encodePeak = bench::PeakMegabytes([&] { Store(target, source, compression); });
+    const Times times = Compare(
+        kRounds, {[&] { Decode(*ds); }, [&] { Store(target, source, compression); }, Copy(source)});
+    const auto print = [&](const char *way, size_t which, double peak, double goal) {
+        const double rate = source.megabytes / times.Of(which);
+        Row{std::string(way) + name,
+            input,
+            Text("%.0f MB/s", rate),
+            Named("memcpy", source.megabytes, times.Of(2)),
+            Text("%.2f", times.Ratio(which, 2)),
+            bench::Megabytes(peak),
+            goal > 0 ? Text(">= %.0f MB/s", goal) : "-",
+            rate >= goal}
+            .Print();
+    };
+    print("GetImage, ", 0, decodePeak, goals.decode);
+    print("SetImage, ", 1, encodePeak, goals.encode);
 }
 
-void Jpeg(const support::TemporaryFolder &folder) {
+void Codecs(const support::TemporaryFolder &folder) {
+    Source noisy(2048, 16, 16, 5);
+    Codec(folder, "RLE", "16 bits, noise of 5 bits, 2048 x 2048", noisy, IMAGE_COMPRESSION_RLE,
+          {1000, 400});
+    Source smooth(2048, 16, 16, 0);
+    Codec(folder, "RLE", "16 bits, no noise, 2048 x 2048", smooth, IMAGE_COMPRESSION_RLE, {});
     Source deep(2048, 16, 16, 7);
+    Codec(folder, "lossless JPEG", "16 bits, noise of 7 bits, 2048 x 2048", deep,
+          IMAGE_COMPRESSION_JPEG_LOSSLESS, {150, 120});
     Source twelve(2048, 16, 12, 5);
-    Source color(2048, 24, 8, 3);
-    const auto lossless = Saved(folder, deep, IMAGE_COMPRESSION_JPEG_LOSSLESS);
-    const auto extended = Saved(folder, twelve, IMAGE_COMPRESSION_JPEG_LOSSY);
-    const auto baseline = Saved(folder, color, IMAGE_COMPRESSION_JPEG_LOSSY);
-    const Bytes stream = StreamOf(*baseline);
-    Bytes rows(size_t{2048} * 2048 * 3);
-    const auto times = Least({[&] { Decode(*lossless); }, [&] { Decode(*extended); },
-                              [&] { Decode(*baseline); }, [&] { bare::DecodeJpeg(stream, rows); }});
-    Row("JPEG lossless, 16 bits", deep.megabytes / times[0], "MB/s", "> 150");
-    Row("JPEG, 12 bits", twelve.megabytes / times[1], "MB/s", "> 130");
-    Row("JPEG, colour", color.megabytes / times[2], "MB/s", "-");
-    Row("  part of libjpeg-turbo's speed", times[3] / times[2], "", ">= 0.9");
+    Codec(folder, "lossy JPEG", "12 bits, noise of 5 bits, 2048 x 2048", twelve,
+          IMAGE_COMPRESSION_JPEG_LOSSY, {130, 80});
 }
 
-void Jpeg2000(const support::TemporaryFolder &folder) {
+/** Against the library that does the work inside, alone. */
+void AgainstBare(const char *operation, const char *input, const char *library, double megabytes,
+                 const bench::Work &ours, const bench::Work &bare) {
+    const double peak = bench::PeakMegabytes(ours);
+    const Times times = Compare(kRounds, {ours, bare});
+    const double ratio = times.Ratio(0, 1);
+    Row{operation,
+        input,
+        bench::Rate(megabytes, times.Of(0)),
+        Named(library, megabytes, times.Of(1)),
+        Text("%.2f", ratio),
+        bench::Megabytes(peak),
+        ">= 0.9",
+        ratio >= 0.9}
+        .Print();
+}
+
+void BareCodecs(const support::TemporaryFolder &folder) {
+    Source color(2048, 24, 8, 3);
+    const auto baseline = Saved(folder, color, IMAGE_COMPRESSION_JPEG_LOSSY);
+    const Bytes jpeg = StreamOf(*baseline);
+    Bytes rows(size_t{2048} * 2048 * 3);
+    AgainstBare(
+        "GetImage, baseline JPEG", "8 bits, colour, 2048 x 2048", "libjpeg-turbo alone",
+        color.megabytes, [&] { Decode(*baseline); }, [&] { bare::DecodeJpeg(jpeg, rows); });
     Source twelve(2048, 16, 12, 3);
-    const auto ds = Saved(folder, twelve, IMAGE_COMPRESSION_J2K_LOSSLESS);
-    Bytes stream = StreamOf(*ds);
-    const auto times =
-        Least({[&] { Decode(*ds); }, [&] { opj_image_destroy(bare::DecodeJ2k(stream)); }});
-    Row("JPEG 2000 lossless, 12 of 16 bits", twelve.megabytes / times[0], "MB/s", "-");
-    Row("  part of OpenJPEG's speed, as many threads", times[1] / times[0], "", ">= 0.9");
+    const auto lossless = Saved(folder, twelve, IMAGE_COMPRESSION_J2K_LOSSLESS);
+    Bytes j2k = StreamOf(*lossless);
+    AgainstBare(
+        "GetImage, lossless JPEG 2000", "12 bits, 2048 x 2048", "OpenJPEG alone, all cores",
+        twelve.megabytes, [&] { Decode(*lossless); },
+        [&] { opj_image_destroy(bare::DecodeJ2k(j2k)); });
 }
 
 /** Work that nothing but the processor has a part in. */
 void Spin() {
     uint32_t random = 1;
-    for (int i = 0; i < 40'000'000; ++i) {
+    for (int i = 0; i < 20'000'000; ++i) {
         random = random * 1664525 + 1013904223;
         asm volatile("" : "+r"(random));
     }
+}
+
+void Twice(const std::function<void(int)> &work) {
+    std::thread other([&] { work(1); });
+    work(0);
+    other.join();
 }
 
 void Threads(const support::TemporaryFolder &folder) {
@@ -201,37 +242,40 @@ void Threads(const support::TemporaryFolder &folder) {
         const char *name;
         uint32_t compression;
     } const kForms[] = {{"RLE", IMAGE_COMPRESSION_RLE},
-                        {"JPEG lossless", IMAGE_COMPRESSION_JPEG_LOSSLESS}};
+                        {"lossless JPEG", IMAGE_COMPRESSION_JPEG_LOSSLESS}};
     for (const auto &form : kForms) {
         Source source(512, 16, 16, 5);
         const std::unique_ptr<MDicomDS> sets[] = {Saved(folder, source, form.compression),
                                                   Saved(folder, source, form.compression)};
-        const auto many = [](MDicomDS &ds) {
-            for (int i = 0; i < 40; ++i) Decode(ds);
+        const auto many = [&](int which) {
+            for (int i = 0; i < 100; ++i) Decode(*sets[which]);
         };
-        const auto twice = [](const std::function<void(int)> &work) {
-            std::thread other([&] { work(1); });
-            work(0);
-            other.join();
-        };
-        const auto times =
-            Least({[&] { many(*sets[0]); }, [&] { twice([&](int i) { many(*sets[i]); }); },
-                   [] { Spin(); }, [&] { twice([](int) { Spin(); }); }});
-        Row((std::string("two threads of two data sets against one, ") + form.name).c_str(),
-            2 * times[0] / times[1], "", ">= 1.7");
-        Row("  what the machine gives to arithmetic alone", 2 * times[2] / times[3], "", "-");
+        const Times times = Compare(kRounds, {[&] { many(0); }, [&] { Twice(many); }, Spin,
+                                              [] { Twice([](int) { Spin(); }); }});
+        const double ours = 2 * times.Ratio(1, 0);
+        const double machine = 2 * times.Ratio(3, 2);
+        Row{std::string("two threads against one, ") + form.name,
+            "frames of 16 bits, 512 x 512",
+            Text("%.2f times as many", ours),
+            "arithmetic alone: " + Text("%.2f", machine),
+            Text("%.2f", ours / machine),
+            "-",
+            ">= 1.7",
+            ours >= 1.7}
+            .Print();
     }
 }
 
 } // namespace
 
-int main() {
+int main(int count, char **arguments) {
+    bench::Start(count, arguments);
     const support::TemporaryFolder folder;
     const MDicomDS keepsCodecsLoaded(nullptr);
     Native(folder, 512);
     Native(folder, 2048);
-    RunLength(folder);
-    Jpeg(folder);
-    Jpeg2000(folder);
-    Threads(folder);
+    Codecs(folder);
+    BareCodecs(folder);
+    if (!bench::countsProcessor) Threads(folder);
+    return 0;
 }

@@ -1,58 +1,13 @@
 // JPEG 2000 frames through the library's host of the codec, beside OpenJPEG alone in the same run
 // with as many threads.
 
-#include <time.h>
-
-#include <cstdio>
-#include <functional>
 #include <random>
-#include <thread>
 
 #include "BareJ2k.h"
+#include "Measure.h"
 #include "j2k_codec/Codec.h"
 
 namespace {
-
-/** Seconds by the clock, and of work on all cores, which a busy machine disturbs less. */
-struct Times {
-    double wall = 1e9;
-    double work = 1e9;
-
-    void Keep(const Times &other) {
-        wall = std::min(wall, other.wall);
-        work = std::min(work, other.work);
-    }
-};
-
-double Now(clockid_t clock) {
-    timespec time{};
-    clock_gettime(clock, &time);
-    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
-}
-
-Times Measured(const std::function<void()> &work) {
-    const Times start{Now(CLOCK_MONOTONIC), Now(CLOCK_PROCESS_CPUTIME_ID)};
-    work();
-    return {Now(CLOCK_MONOTONIC) - start.wall, Now(CLOCK_PROCESS_CPUTIME_ID) - start.work};
-}
-
-struct Pair {
-    Times ours;
-    Times bare;
-};
-
-/** The best of several runs in turns, so that both meet the same machine. What bare needs is made
- *  outside the time that counts. */
-Pair Best(int runs, const std::function<void()> &ours, const std::function<void()> &prepare,
-          const std::function<void()> &bare) {
-    Pair best;
-    for (int i = 0; i < runs; ++i) {
-        best.ours.Keep(Measured(ours));
-        prepare();
-        best.bare.Keep(Measured(bare));
-    }
-    return best;
-}
 
 /** From planes that are there, which it uses up. */
 size_t BareEncode(opj_image_t *image) {
@@ -75,14 +30,6 @@ size_t BareEncode(opj_image_t *image) {
     return bytes.size();
 }
 
-void Row(const char *what, double megabytes, const Pair &pair) {
-    std::printf(
-        "%-34s %6.1f MB/s  OpenJPEG alone %6.1f MB/s  ratio %5.3f, of work %5.3f  "
-        "wanted: 0.90\n",
-        what, megabytes / pair.ours.wall, megabytes / pair.bare.wall,
-        pair.bare.wall / pair.ours.wall, pair.bare.work / pair.ours.work);
-}
-
 /** Noise in the low bits, as pictures of the body have it. */
 void AddNoise(Bitmap &bitmap) {
     std::mt19937 random(1);
@@ -94,41 +41,62 @@ void AddNoise(Bitmap &bitmap) {
     }
 }
 
-void Measure(const char *name, int32_t size, int32_t depth) {
-    Bitmap source(size, size, depth);
-    if (depth == 16) source.record.nHighBit = 11;
-    source.Paint(depth == 16 ? 12 : 8);
+struct Form {
+    const char *input;
+    int32_t size;
+    int32_t depth;
+    int rounds;
+};
+
+void Print(const char *way, const Form &form, const bench::Work &ours, const bench::Work &bare) {
+    const double megabytes = static_cast<double>(form.size) * form.size * form.depth / 8 / 1e6;
+    const double peak = bench::PeakMegabytes(ours);
+    const bench::Times times = bench::Compare(form.rounds, {ours, bare});
+    const double ratio = times.Ratio(0, 1);
+    bench::Row{std::string("JPEG 2000 filter, ") + way,
+               form.input,
+               bench::Rate(megabytes, times.Of(0)),
+               "OpenJPEG alone, all cores: " + bench::Rate(megabytes, times.Of(1)),
+               bench::Text("%.2f", ratio),
+               bench::Megabytes(peak),
+               ">= 0.9",
+               ratio >= 0.9}
+        .Print();
+}
+
+void Measure(const Form &form) {
+    Bitmap source(form.size, form.size, form.depth);
+    if (form.depth == 16) source.record.nHighBit = 11;
+    source.Paint(form.depth == 16 ? 12 : 8);
     AddNoise(source);
     _FILEJ2KOPTIONS options = DefaultOptions();
-    options.nXTsiz = options.nYTsiz = static_cast<uint32_t>(size);
+    options.nXTsiz = options.nYTsiz = static_cast<uint32_t>(form.size);
     Bytes stream = Encode(source, 0, options);
-    Bitmap target(size, size, depth);
-    const int32_t bits = depth == 16 ? 12 : depth;
-    const double megabytes = static_cast<double>(size) * size * depth / 8 / 1e6;
-    const int runs = size > 1000 ? 7 : 25;
-    const Pair decode = Best(
-        runs,
+    Bitmap target(form.size, form.size, form.depth);
+    const int32_t bits = form.depth == 16 ? 12 : form.depth;
+    Print(
+        "decode", form, [&] { bench::Check(Decode(stream, target, bits) == 1); },
+        [&] { opj_image_destroy(bare::DecodeJ2k(stream)); });
+    // Bare encoding uses planes up; they are made outside the time that counts.
+    std::vector<opj_image_t *> planes;
+    for (int i = 0; i <= form.rounds; ++i) planes.push_back(bare::DecodeJ2k(stream));
+    Print(
+        "encode", form, [&] { Encode(source, 0, options); },
         [&] {
-            if (Decode(stream, target, bits) != 1) std::puts("decoding failed");
-        },
-        [] {}, [&] { opj_image_destroy(bare::DecodeJ2k(stream)); });
-    Row((std::string("decode ") + name).c_str(), megabytes, decode);
-    opj_image_t *planes = nullptr;
-    const Pair encode = Best(
-        runs, [&] { Encode(source, 0, options); }, [&] { planes = bare::DecodeJ2k(stream); },
-        [&] {
-            if (BareEncode(planes) != stream.size()) std::puts("streams differ");
-            opj_image_destroy(planes);
+            bench::Check(BareEncode(planes.back()) == stream.size());
+            opj_image_destroy(planes.back());
+            planes.pop_back();
         });
-    Row((std::string("encode ") + name).c_str(), megabytes, encode);
+    for (opj_image_t *image : planes) opj_image_destroy(image);
 }
 
 } // namespace
 
-int main() {
-    std::printf("threads: %d\n", bare::Threads());
+int main(int count, char **arguments) {
+    bench::Start(count, arguments);
     const MDicomDS keepsCodecLoaded(nullptr);
-    Measure("512 x 512, 8 bits", 512, 8);
-    Measure("2048 x 2048, 12 of 16 bits", 2048, 16);
-    Measure("1024 x 1024, colour", 1024, 24);
+    Measure({"8 bits, 512 x 512", 512, 8, 25});
+    Measure({"12 bits, 2048 x 2048", 2048, 16, 7});
+    Measure({"8 bits, colour, 1024 x 1024", 1024, 24, 9});
+    return 0;
 }
