@@ -31,15 +31,13 @@ TEST_F(FileComments, HaveDefaults) {
     const std::time_t now = std::time(nullptr);
     std::strftime(today.data(), today.size(), "%Y%m%d", std::localtime(&now));
     ASSERT_EQ(Save(), FILTER_SUCCESS);
-    EXPECT_EQ(CommentOf(m_Name, 10), "John^Doe");
-    EXPECT_EQ(CommentOf(m_Name, 11), "123-45-6789");
-    EXPECT_EQ(CommentOf(m_Name, 12), "19970112");
-    EXPECT_EQ(CommentOf(m_Name, 13), "M");
-    EXPECT_EQ(CommentOf(m_Name, 15), today.data()) << "unless midnight passed just now";
+    const std::pair<uint32_t, const char *> defaults[] = {
+        {10, "John^Doe"},      {11, "123-45-6789"}, {12, "19970112"}, {13, "M"},
+        {15, today.data()}, // unless midnight passed just now
+        {17, "Reffering^Doe"}, {18, "OT"},          {20, "1"},
+    };
+    for (const auto &[id, text] : defaults) EXPECT_EQ(CommentOf(m_Name, id), text) << id;
     EXPECT_TRUE(std::regex_match(CommentOf(m_Name, 16), std::regex("[0-9]{6}\\.[0-9]{3}")));
-    EXPECT_EQ(CommentOf(m_Name, 17), "Reffering^Doe");
-    EXPECT_EQ(CommentOf(m_Name, 18), "OT");
-    EXPECT_EQ(CommentOf(m_Name, 20), "1");
     EXPECT_EQ(Stored(0x00080016), "1.2.840.10008.5.1.4.1.1.7");
     EXPECT_EQ(Stored(0x00080018), Stored(0x00020003));
     EXPECT_EQ(CommentOf(m_Name, 19) + ".1", Stored(0x00080018));
@@ -61,41 +59,33 @@ TEST_F(FileComments, NameEachFileAnew) {
 
 TEST_F(FileComments, OfTheTableGoBeforeDefaultsAndAreCut) {
     const std::string longName = std::string(70, 'A') + "=" + std::string(70, 'B');
-    const Comments comments = {{10, longName.c_str()}, {11, ""},        {12, "20010203 and so on"},
-                               {17, "M\xC3\xBCller"},  {19, "1.2.3.4"}, {20, "-17 apples"}};
-    ASSERT_EQ(Save(&comments), FILTER_SUCCESS);
-    EXPECT_EQ(CommentOf(m_Name, 10), std::string(64, 'A') + "=" + std::string(64, 'B'));
-    EXPECT_EQ(CommentOf(m_Name, 11), "");
-    EXPECT_EQ(CommentOf(m_Name, 12), "20010203");
-    EXPECT_EQ(CommentOf(m_Name, 13), "M");
-    EXPECT_EQ(CommentOf(m_Name, 17), "M\xC3\xBCller");
+    const Comments given = {{10, longName.c_str()}, {11, ""},        {12, "20010203 and so on"},
+                            {17, "M\xC3\xBCller"},  {19, "1.2.3.4"}, {20, "-17 apples"}};
+    const std::string cutName = std::string(64, 'A') + "=" + std::string(64, 'B');
+    const Comments expected = {{10, cutName.c_str()}, {11, ""},        {12, "20010203"}, {13, "M"},
+                               {17, "M\xC3\xBCller"}, {19, "1.2.3.4"}, {20, "-17"}};
+    ASSERT_EQ(Save(&given), FILTER_SUCCESS);
+    for (const auto &[id, text] : expected) EXPECT_EQ(CommentOf(m_Name, id), text) << id;
     EXPECT_EQ(Stored(0x00080005), "ISO_IR 192");
-    EXPECT_EQ(CommentOf(m_Name, 19), "1.2.3.4");
-    EXPECT_EQ(CommentOf(m_Name, 20), "-17");
 }
 
 TEST_F(FileComments, FitTheBuffer) {
     const Comments comments = {{10, "Abcde"}, {20, "123"}};
     ASSERT_EQ(Save(&comments), FILTER_SUCCESS);
-    struct Case {
+    struct {
         uint32_t id;
         uint32_t room;
         int32_t result;
         const char *text;
+    } const kCases[] = {
+        {10, 0, 6, "#"},        {10, 6, 6, "Abcde"},     {10, 4, 4, "Abc"}, {10, 1, 1, ""},
+        {20, 0, 4, "#"},        {20, 4, 4, "123"},       {20, 3, 3, "12"},  {20, 1, 1, ""},
+        {9, 8, 0, "#########"}, {21, 8, 0, "#########"},
     };
-    for (const Case &c : std::initializer_list<Case>{{10, 0, 6, "#"},
-                                                     {10, 6, 6, "Abcde"},
-                                                     {10, 4, 4, "Abc"},
-                                                     {10, 1, 1, ""},
-                                                     {20, 0, 4, "#"},
-                                                     {20, 4, 4, "123"},
-                                                     {20, 3, 3, "12"},
-                                                     {20, 1, 1, ""},
-                                                     {9, 8, 0, "#########"},
-                                                     {21, 8, 0, "#########"}}) {
-        std::string text;
-        EXPECT_EQ(ReadComment(m_Name, c.id, c.room, &text), c.result) << c.id << " in " << c.room;
-        EXPECT_EQ(text, c.text);
+    for (const auto &[id, room, result, text] : kCases) {
+        std::string got;
+        EXPECT_EQ(ReadComment(m_Name, id, room, &got), result) << id << " in " << room;
+        EXPECT_EQ(got, text);
     }
 }
 

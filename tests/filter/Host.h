@@ -2,44 +2,27 @@
 
 #pragma once
 
-#include <cstdlib>
 #include <cstring>
 #include <map>
 
 #include "MDicom.h"
 #include "MDicomFlat.h"
 #include "Mvkrnx.h"
+#include "support/Bitmaps.h"
 #include "support/TestFiles.h"
 
-/** A bitmap with a pattern that no codec may take for another. */
-class Picture {
-  public:
+/** A bitmap with a wave. */
+struct Picture {
     Picture(int32_t width, int32_t height, int32_t depth, int32_t order) {
         KernelCreateBitmap(&record, sizeof record, KERNEL_MEMORY_OWN, width, height, depth, order,
                            nullptr, 1, nullptr, 0);
-        for (int32_t y = 0; y < height; ++y) Paint(y);
+        DrawWave(record, static_cast<uint32_t>(SampleBits(static_cast<size_t>(depth))));
     }
     ~Picture() { KernelFreeBitmap(&record); }
     Picture(const Picture &) = delete;
     Picture &operator=(const Picture &) = delete;
 
     _BITMAPHANDLE record{};
-
-  private:
-    void Paint(int32_t y) {
-        uint8_t *row = KernelLendBitmapRow(&record, y);
-        const int32_t bytes = (record.nWidth * record.nBitsPerPixel + 7) / 8;
-        for (int32_t i = 0; i < bytes; ++i) row[i] = Sample(i, y);
-    }
-    /** Slow waves; the low byte of words runs through all values. */
-    uint8_t Sample(int32_t i, int32_t y) const {
-        const bool isWord = record.nBitsPerPixel == 16;
-        if (isWord && i % 2 == 0) return static_cast<uint8_t>(i * 3 + y);
-        if (isWord) return static_cast<uint8_t>(8 + y % 4);
-        const int32_t channel = record.nBitsPerPixel == 24 ? i % 3 : 0;
-        const int32_t x = record.nBitsPerPixel == 24 ? i / 3 : i;
-        return static_cast<uint8_t>(40 + channel * 60 + x + y);
-    }
 };
 
 /** What a page was loaded to. */

@@ -6,21 +6,20 @@ namespace {
 
 using support::Bytes;
 
-/** Frames that are told apart by their rows: frame i is i + 2 pixels of the value i. */
-void AddFrame(MDicomDS &ds, uint8_t value) {
-    Picture picture(4, 3, 8, KERNEL_ORDER_RGB);
-    for (int32_t y = 0; y < 3; ++y) std::memset(KernelLendBitmapRow(&picture.record, y), value, 4);
-    const uint16_t status = ds.InsertImage(nullptr, &picture.record, 0xFFFFFFFF, 0,
-                                           PHOTOMETRIC_MONOCHROME2, 8, 0, 0, nullptr, nullptr);
-    ASSERT_EQ(status, DICOM_SUCCESS);
-}
-
 class FilePages : public testing::Test {
   protected:
     FilePages() {
         MDicomDS ds(nullptr);
         ds.InitDS(0xFFFF, DS_LITTLE_ENDIAN | DS_EXPLICIT_VR);
-        for (uint8_t value = 1; value <= 3; ++value) AddFrame(ds, value);
+        for (uint8_t value = 1; value <= 3; ++value) { // of all pixels of a frame
+            Picture picture(4, 3, 8, KERNEL_ORDER_RGB);
+            for (int32_t y = 0; y < 3; ++y) {
+                std::memset(KernelLendBitmapRow(&picture.record, y), value, 4);
+            }
+            EXPECT_EQ(ds.InsertImage(nullptr, &picture.record, 0xFFFFFFFF, 0,
+                                     PHOTOMETRIC_MONOCHROME2, 8, 0, 0, nullptr, nullptr),
+                      DICOM_SUCCESS);
+        }
         EXPECT_EQ(ds.SaveDS(m_Name.c_str(), DS_METAHEADER_PRESENT), DICOM_SUCCESS);
     }
 
@@ -51,12 +50,10 @@ TEST_F(FilePages, RunThroughIconsFirst) {
     _DICOMELEMENT *icons = ds.InsertElement(nullptr, 0, 0x00880200, 'S' << 8 | 'Q', 1, 0);
     _DICOMELEMENT *item = ds.InsertElement(icons, 1, TAG_ITEM, 0, 1, 0);
     _DICOMELEMENT *pixels = ds.InsertElement(item, 1, TAG_PIXEL_DATA, 'O' << 8 | 'W', 0, 0);
-    for (const uint32_t tag : {0x00280010u, 0x00280011u}) {
-        const uint32_t two = 2;
-        ds.FindSetValue(pixels, tag, &two, 1, VALUE_ARRAY_DWORD);
+    for (const auto &[tag, number] :
+         {std::pair{0x00280010u, 2u}, {0x00280011u, 2u}, {0x00280008u, 1u}}) {
+        ds.FindSetValue(pixels, tag, &number, 1, VALUE_ARRAY_DWORD);
     }
-    const uint32_t one = 1;
-    ds.FindSetValue(pixels, 0x00280008, &one, 1, VALUE_ARRAY_DWORD);
     ASSERT_TRUE(ds.SetBinaryValue(pixels, Bytes(4, 77).data(), 4));
     ASSERT_EQ(ds.SaveDS(m_Name.c_str(), 0), DICOM_SUCCESS);
 
@@ -96,15 +93,15 @@ TEST_F(FilePages, LoadWithTheDepthOfTheTarget) {
 TEST_F(FilePages, BringPaletteWindowAndSignAlong) {
     MDicomDS ds(nullptr);
     ASSERT_EQ(ds.LoadDS(m_Name.c_str(), DS_LOAD_CLOSE), DICOM_SUCCESS);
-    const auto set = [&](uint32_t tag, int32_t number) {
+    for (const auto &[tag, number] : {std::pair{0x00280100u, 16},
+                                      {0x00280101u, 16},
+                                      {0x00280102u, 15},
+                                      {0x00280103u, 1},
+                                      {0x00280011u, 2},
+                                      {0x00281050u, 100},
+                                      {0x00281051u, 200}}) {
         ds.FindSetValue(nullptr, tag, &number, 1, VALUE_ARRAY_DWORD);
-    };
-    for (const uint32_t tag : {0x00280100u, 0x00280101u}) set(tag, 16);
-    set(0x00280102, 15);
-    set(0x00280103, 1);
-    set(0x00280011, 2);
-    set(0x00281050, 100);
-    set(0x00281051, 200);
+    }
     for (const uint32_t tag : {0x00280106u, 0x00280107u}) {
         if (_DICOMELEMENT *extreme = ds.FindFirstElement(nullptr, tag, 1))
             ds.DeleteElement(extreme);
