@@ -26,44 +26,36 @@ struct DataSetAccess {
 
 } // namespace mdicom
 
-namespace mdicom_test {
-
-/** Reverses the bytes of each unit. */
-void Turn(support::Bytes &bytes, size_t unit) {
-    for (size_t i = 0; i + unit <= bytes.size(); i += unit) {
-        std::reverse(bytes.begin() + static_cast<long>(i),
-                     bytes.begin() + static_cast<long>(i + unit));
-    }
-}
-
-} // namespace mdicom_test
-
 namespace {
 
 using mdicom::DataSetAccess;
-using mdicom_test::Turn;
 using support::Bytes;
 
 constexpr uint32_t kTag = 0x00091010;
 
 _DICOMELEMENT *Insert(MDicomDS &ds, const char *vr) {
     const auto code = static_cast<uint16_t>(vr[0] << 8 | vr[1]);
-    return ds.InsertElement(nullptr, 0, 0x00090000u | 0x1010, code, 0, 0);
+    return ds.InsertElement(nullptr, 0, kTag, code, 0, 0);
+}
+
+/** Reverses the bytes of each unit. */
+void Turn(Bytes &bytes, size_t unit) {
+    for (auto at = bytes.begin(); at != bytes.end(); at += static_cast<long>(unit)) {
+        std::reverse(at, at + static_cast<long>(unit));
+    }
 }
 
 TEST(BinaryValue, PadsToEvenLengthByVr) {
-    const struct {
-        const char *vr;
-        uint8_t pad;
-    } cases[] = {{"LO", ' '}, {"UI", 0}, {"OB", 0}, {"OW", 0}, {"UN", ' '}};
-    for (const auto &row : cases) {
+    const std::pair<const char *, uint8_t> cases[] = {
+        {"LO", ' '}, {"UI", 0}, {"OB", 0}, {"OW", 0}, {"UN", ' '}};
+    for (const auto &[vr, pad] : cases) {
         MDicomDS ds(nullptr);
-        _DICOMELEMENT *element = Insert(ds, row.vr);
+        _DICOMELEMENT *element = Insert(ds, vr);
         char text[] = "abc";
         ASSERT_NE(ds.SetBinaryValue(element, text, 3), 0);
         EXPECT_EQ(element->nLength, 4u);
         EXPECT_EQ(element->nBlockCount, 2u);
-        EXPECT_EQ(support::ValueOf(ds, element), Bytes({'a', 'b', 'c', row.pad})) << row.vr;
+        EXPECT_EQ(support::ValueOf(ds, element), Bytes({'a', 'b', 'c', pad})) << vr;
         EXPECT_NE(ds.InsertBinaryValue(element, text, 0xFFFFFFFF, 1), 0);
         EXPECT_EQ(element->nLength, 5u); // insertion does not pad
     }
@@ -86,45 +78,33 @@ TEST(BinaryValue, RefusesWhatHasNoBytes) {
 }
 
 TEST(BinaryValue, StoresUnitsInTheOrderOfTheDataSet) {
-    MDicomDS ds(nullptr);
-    ds.m_nFlags = DS_BIG_ENDIAN | DS_EXPLICIT_VR;
-    const auto stored = [&ds](_DICOMELEMENT *element) {
-        Bytes bytes(element->nLength);
-        ds.m_TempFile.Seek(element->pBlockOffsets[0], 0);
-        ds.m_TempFile.Read(bytes.data(), element->nLength);
-        return bytes;
+    const std::tuple<uint32_t, uint16_t, Bytes> cases[] = {
+        {0x00280010, 0x5553, {1, 2, 3, 4}},
+        {0x00280009, 0x4154, {1, 2, 3, 4}},
+        {0x00091010, 0x554C, {3, 4, 1, 2}},
+        {0x00020102, 0x5553, {2, 1, 4, 3}}, // the meta header is always little endian
     };
-    _DICOMELEMENT *us = ds.InsertElement(nullptr, 0, 0x00280010, 0, 0, 0);
-    uint16_t number = 0x0102;
-    ASSERT_NE(ds.SetBinaryValue(us, &number, 2), 0);
-    EXPECT_EQ(number, 0x0102); // the caller's bytes are as they were
-    EXPECT_EQ(stored(us), Bytes({1, 2}));
-    _DICOMELEMENT *at = ds.InsertElement(nullptr, 0, 0x00280009, 0, 0, 0);
-    uint16_t tag[] = {0x0028, 0x0010};
-    ASSERT_NE(ds.SetBinaryValue(at, tag, 4), 0);
-    EXPECT_EQ(stored(at), Bytes({0x00, 0x28, 0x00, 0x10}));
-    _DICOMELEMENT *meta = ds.InsertElement(nullptr, 0, 0x00020102, 0x5553, 0, 0);
-    ASSERT_NE(ds.SetBinaryValue(meta, &number, 2), 0);
-    EXPECT_EQ(stored(meta), Bytes({2, 1}));
+    for (const auto &[tag, vr, expected] : cases) {
+        MDicomDS ds(nullptr);
+        ds.m_nFlags = DS_BIG_ENDIAN | DS_EXPLICIT_VR;
+        _DICOMELEMENT *element = ds.InsertElement(nullptr, 0, tag, vr, 0, 0);
+        uint16_t numbers[] = {0x0102, 0x0304};
+        ASSERT_NE(ds.SetBinaryValue(element, numbers, 4), 0);
+        EXPECT_EQ(numbers[0], 0x0102) << "the caller's bytes are as they were";
+        Bytes stored(4);
+        ds.m_TempFile.Seek(element->pBlockOffsets[0], 0);
+        ds.m_TempFile.Read(stored.data(), 4);
+        EXPECT_EQ(stored, expected) << std::hex << tag;
+    }
 }
 
-TEST(BinaryValue, SplitsBlocksAsEditsDemand) {
+TEST(BinaryValue, InsertsZerosWithoutData) {
     MDicomDS ds(nullptr);
     _DICOMELEMENT *element = Insert(ds, "OB");
-    char text[] = "0123456789";
-    ASSERT_NE(ds.SetBinaryValue(element, text, 10), 0);
-    ASSERT_NE(DataSetAccess::Delete(ds, element, 3, 2), 0);
-    EXPECT_EQ(element->nBlockCount, 2u);
-    EXPECT_EQ(element->nLength, 8u);
-    ASSERT_NE(DataSetAccess::Insert(ds, element, text, 5, 2), 0);
-    EXPECT_EQ(support::ValueOf(ds, element),
-              Bytes({'0', '1', '2', '5', '6', '0', '1', '7', '8', '9'}));
+    ASSERT_NE(DataSetAccess::Insert(ds, element, nullptr, 0xFFFFFFFF, 100000), 0);
+    EXPECT_EQ(support::ValueOf(ds, element), Bytes(100000, 0));
     ASSERT_NE(DataSetAccess::Delete(ds, element, 0, 0xFFFFFFFF), 0);
     EXPECT_EQ(element->nBlockCount, 0u);
-    EXPECT_EQ(element->nLength, 0u);
-    ASSERT_NE(DataSetAccess::Insert(ds, element, nullptr, 0xFFFFFFFF, 100000), 0);
-    EXPECT_EQ(element->nLength, 100000u);
-    EXPECT_EQ(support::ValueOf(ds, element), Bytes(100000, 0));
 }
 
 /** A plain vector that is edited as a value is. */
@@ -168,26 +148,22 @@ class RandomEdits : public testing::TestWithParam<std::tuple<uint16_t, const cha
         const Bytes given = data;
         const auto count = static_cast<uint32_t>(data.size());
         const auto at = static_cast<uint32_t>(unit * (random() % (model.bytes.size() / unit + 2)));
-        switch (random() % 10) {
+        switch (random() % 5) {
             case 0:
                 ASSERT_NE(ds.SetBinaryValue(element, data.data(), count), 0);
                 model.bytes = given;
                 model.Pad();
                 break;
             case 1:
-            case 2:
-            case 3:
                 ASSERT_NE(DataSetAccess::Set(ds, element, data.data(), at, count), 0);
                 model.Set(at, given);
                 break;
-            case 4:
-            case 5:
-            case 6:
+            case 2:
                 ASSERT_NE(DataSetAccess::Insert(ds, element, data.data(), at, count), 0);
                 model.Insert(at, given);
                 model.Pad();
                 break;
-            case 7:
+            case 3:
                 // Odd lengths stay odd here; the next edit decides where a pad byte goes.
                 ASSERT_NE(ds.InsertBinaryValue(element, data.data(), at, count & ~1u), 0);
                 model.Insert(at, Bytes(given.begin(), given.begin() + (count & ~1u)));

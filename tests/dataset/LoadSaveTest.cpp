@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include "Mvkrnx.h"
 #include "support/TestFiles.h"
 #include "support/TreeCompare.h"
 
@@ -23,6 +22,14 @@ void AddAttributes(Encoder &file) {
     file.Element(0x00100010, "PN", "Doe^Jane");
 }
 
+/** A small file in explicit little endian. */
+Encoder PlainFile() {
+    Encoder file;
+    file.Meta(kExplicitUid);
+    AddAttributes(file);
+    return file;
+}
+
 TEST(Load, FindsTheEncodingOut) {
     const struct {
         const char *uid; ///< null: no meta header
@@ -30,8 +37,15 @@ TEST(Load, FindsTheEncodingOut) {
         bool isExplicit;
         uint16_t flags;
     } cases[] = {
-        {kImplicitUid, true, false, 21}, {kExplicitUid, true, true, 37}, {kBigUid, false, true, 41},
-        {nullptr, true, false, 22},      {nullptr, true, true, 38},      {nullptr, false, true, 42},
+        {kImplicitUid, true, false, 21},
+        {kExplicitUid, true, true, 37},
+        {kBigUid, false, true, 41},
+        {nullptr, true, false, 22},
+        {nullptr, true, true, 38},
+        {nullptr, false, true, 42},
+        // Elements are believed more than a wrong meta header.
+        {kImplicitUid, true, true, 37},
+        {kExplicitUid, true, false, 21},
     };
     for (const auto &row : cases) {
         Encoder file(row.littleEndian, row.isExplicit);
@@ -40,18 +54,6 @@ TEST(Load, FindsTheEncodingOut) {
         MDicomDS ds(nullptr);
         ASSERT_EQ(LoadBytes(ds, file.bytes), DICOM_SUCCESS);
         EXPECT_EQ(ds.m_nFlags, row.flags);
-        EXPECT_EQ(StoredText(ds, 0x00100010), "Doe^Jane");
-    }
-}
-
-TEST(Load, BelievesTheElementsMoreThanAWrongMetaHeader) {
-    for (const bool isExplicit : {true, false}) {
-        Encoder file(true, isExplicit);
-        file.Meta(isExplicit ? kImplicitUid : kExplicitUid);
-        AddAttributes(file);
-        MDicomDS ds(nullptr);
-        ASSERT_EQ(LoadBytes(ds, file.bytes), DICOM_SUCCESS);
-        EXPECT_EQ(ds.m_nFlags, isExplicit ? 37 : 21);
         EXPECT_EQ(StoredText(ds, 0x00100010), "Doe^Jane");
     }
 }
@@ -76,23 +78,16 @@ TEST(Load, ReadsOldAndBrokenBeginnings) {
 }
 
 TEST(Load, TakesACutImageAsFarAsItGoes) {
-    Encoder file;
-    file.Meta(kExplicitUid);
-    AddAttributes(file);
+    Encoder file = PlainFile();
     for (uint32_t i = 0; i < 8; ++i) file.Element(0x00280010 + i, "US", "ab");
     file.Header(TAG_PIXEL_DATA, "OB", 0xFFFFFFFF).Plain(TAG_ITEM, 0).Text("\xFE\xFF");
     MDicomDS ds(nullptr);
     EXPECT_EQ(LoadBytes(ds, file.bytes), DICOM_SUCCESS);
     EXPECT_NE(ds.FindFirstElement(nullptr, TAG_PIXEL_DATA, 1), nullptr);
-    Encoder noImage;
-    noImage.Meta(kExplicitUid);
-    AddAttributes(noImage);
-    noImage.Text("\x28");
-    noImage.Text(std::string("\0\x10\0", 3));
+    Encoder noImage = PlainFile();
+    noImage.Text(std::string("\x28\0\x10\0", 4));
     EXPECT_EQ(LoadBytes(ds, noImage.bytes), DICOM_ERROR_FORMAT);
-    Encoder whole;
-    whole.Meta(kExplicitUid);
-    AddAttributes(whole);
+    Encoder whole = PlainFile();
     MDicomFile stream;
     ASSERT_EQ(stream.SetMemoryBuffer(whole.bytes.data(), whole.bytes.size(), 1), 1);
     EXPECT_EQ(ds.LoadDS(&stream, 0, 1), DICOM_ERROR_FORMAT);
@@ -135,10 +130,22 @@ TEST(Load, DuplicatesAndDisorderAreSortedOut) {
     EXPECT_EQ(StoredText(ds, 0x00080060), "MR");
 }
 
-TEST(Load, RecordsOffsetsOnRequest) {
+TEST(Load, RecordsGetTheFileThatTheyShare) {
     Encoder file;
-    file.Meta(kExplicitUid);
-    AddAttributes(file);
+    file.Meta(kExplicitUid).Header(0x00041220, "SQ", 0xFFFFFFFF).Plain(TAG_ITEM, 0xFFFFFFFF);
+    file.Element(0x00041500, "CS", "OLD ").Header(0x00041504, "UL", 4);
+    file.Put32(static_cast<uint32_t>(file.bytes.size()) + 4 + 8); // where the next item stands
+    file.Plain(TAG_ITEM_DELIMITATION, 0).Plain(TAG_ITEM, 0xFFFFFFFF);
+    file.Element(0x00041500, "CS", "IMAGES\\A").Plain(TAG_ITEM_DELIMITATION, 0);
+    file.Plain(TAG_SEQUENCE_DELIMITATION, 0);
+    MDicomDS ds(nullptr);
+    ASSERT_EQ(LoadBytes(ds, file.bytes), DICOM_SUCCESS);
+    EXPECT_EQ(StoredText(ds, 0x00041500), "IMAGES\\A");
+    EXPECT_EQ(ds.FindFirstElement(nullptr, 0x00041504, 0), nullptr);
+}
+
+TEST(Load, RecordsOffsetsOnRequest) {
+    Encoder file = PlainFile();
     MDicomDS ds(nullptr);
     ASSERT_EQ(LoadBytes(ds, file.bytes, DS_RECORD_OFFSETS), DICOM_SUCCESS);
     auto *charset = ds.FindFirstElement(nullptr, 0x00080005, 1);
@@ -150,9 +157,7 @@ TEST(Load, RecordsOffsetsOnRequest) {
 
 TEST(Load, LoadCloseLetsTheFileGo) {
     TemporaryFolder folder;
-    Encoder file;
-    file.Meta(kExplicitUid);
-    AddAttributes(file);
+    Encoder file = PlainFile();
     file.Element(0x00420011, "OB", std::string(200000, 'd'));
     support::WriteFile(folder.File("a"), file.bytes);
     MDicomDS ds(nullptr);
@@ -196,9 +201,7 @@ TEST(Save, WritesSequencesInBothForms) {
 }
 
 TEST(Save, NamesTheEncodingThatItWrites) {
-    Encoder file;
-    file.Meta(kExplicitUid);
-    AddAttributes(file);
+    Encoder file = PlainFile();
     MDicomDS ds(nullptr);
     ASSERT_EQ(LoadBytes(ds, file.bytes), DICOM_SUCCESS);
     Bytes implicit = Saved(ds, DS_IMPLICIT_VR);
@@ -243,31 +246,22 @@ TEST(Save, WritesLongValuesOfShortVrs) {
     MDicomDS ds(nullptr);
     std::string numbers;
     while (numbers.size() < 100000) numbers += "1.25\\";
-    numbers += "2 ";
-    numbers.resize(numbers.size() & ~size_t{1});
     auto *element = ds.InsertElement(nullptr, 0, 0x30060050, 0x4453, 0, 0);
+    ASSERT_NE(ds.SetBinaryValue(element, numbers.data(), 100000), 0);
     auto *units = ds.InsertElement(nullptr, 0, 0x00283006, 0x5553, 0, 0);
-    ASSERT_NE(element, nullptr);
-    ASSERT_NE(ds.SetBinaryValue(element, numbers.data(), static_cast<uint32_t>(numbers.size())), 0);
     std::vector<uint16_t> words(40000, 0x0102);
     ASSERT_NE(ds.SetBinaryValue(units, words.data(), 80000), 0);
     for (const uint16_t flags : {36, 20, 40}) {
         Bytes saved = Saved(ds, DS_METAHEADER_PRESENT | flags);
         MDicomDS again(nullptr);
         ASSERT_EQ(LoadBytes(again, saved), DICOM_SUCCESS);
-        auto *loaded = again.FindFirstElement(nullptr, 0x30060050, 1);
-        ASSERT_NE(loaded, nullptr);
-        EXPECT_EQ(support::ValueOf(again, loaded), support::ValueOf(ds, element)) << flags;
-        auto *loadedUnits = again.FindFirstElement(nullptr, 0x00283006, 1);
-        EXPECT_EQ(support::ValueOf(again, loadedUnits), support::ValueOf(ds, units)) << flags;
+        EXPECT_EQ(support::Difference(ds, again, {.compareVr = false}), "") << flags;
     }
 }
 
 TEST(Save, OntoTheLoadedFileWorks) {
     TemporaryFolder folder;
-    Encoder file;
-    file.Meta(kExplicitUid);
-    AddAttributes(file);
+    Encoder file = PlainFile();
     file.Element(0x00420011, "OB", std::string(200000, 'd'));
     support::WriteFile(folder.File("a"), file.bytes);
     ASSERT_EQ(chmod(folder.File("a").c_str(), 0640), 0);
@@ -288,36 +282,6 @@ TEST(Save, OntoTheLoadedFileWorks) {
               std::filesystem::perms(0640));
 }
 
-int writesLeft = 0;
-
-int FailLateWrites(int kind) {
-    return kind == KERNEL_FAULT_WRITE && --writesLeft < 0;
-}
-
-TEST(Save, AFailedSaveLeavesTheOldFile) {
-    TemporaryFolder folder;
-    Encoder file;
-    file.Meta(kExplicitUid);
-    AddAttributes(file);
-    file.Element(0x00420011, "OB", std::string(500000, 'd'));
-    support::WriteFile(folder.File("a"), file.bytes);
-    MDicomDS ds(nullptr);
-    ASSERT_EQ(ds.LoadDS(folder.WideFile("a").c_str(), 0), DICOM_SUCCESS);
-    uint16_t status = DICOM_ERROR_WRITE;
-    for (int allowed = 0; status != DICOM_SUCCESS && allowed < 100; ++allowed) {
-        writesLeft = allowed;
-        KernelSetFaultHook(FailLateWrites);
-        status = ds.SaveDS(folder.WideFile("a").c_str(), DS_BIG_ENDIAN);
-        KernelSetFaultHook(nullptr);
-        if (status == DICOM_SUCCESS) break;
-        EXPECT_EQ(status, DICOM_ERROR_WRITE);
-        EXPECT_EQ(support::ReadFile(folder.File("a")), file.bytes);
-        EXPECT_EQ(folder.Count(), 1u);
-    }
-    EXPECT_EQ(status, DICOM_SUCCESS);
-    EXPECT_EQ(StoredText(ds, 0x00420011), std::string(500000, 'd'));
-}
-
 TEST(Save, TakesAReferenceOfTheWrongLengthForAPlainValue) {
     Encoder file;
     file.Meta(kExplicitUid).Element(0x00041400, "UL", "12345678").Element(0x00041420, "UL", "");
@@ -328,45 +292,6 @@ TEST(Save, TakesAReferenceOfTheWrongLengthForAPlainValue) {
     ASSERT_EQ(LoadBytes(again, saved), DICOM_SUCCESS);
     EXPECT_EQ(support::Difference(ds, again), "");
     EXPECT_EQ(StoredText(again, 0x00041400), "12345678");
-}
-
-/** The offsets of directory records are those of the file that is written. */
-TEST(Save, ResolvesDirectoryReferences) {
-    for (const uint16_t flags : {0, int(DS_LENGTH_EXPLICIT), int(DS_GROUP_LENGTHS)}) {
-        MDicomDS ds(nullptr);
-        auto *first = ds.InsertElement(nullptr, 0, 0x00041200, 0, 0, 0);
-        auto *records = ds.InsertElement(nullptr, 0, 0x00041220, 0, 0, 0);
-        uint32_t zero = 0;
-        ds.SetBinaryValue(first, &zero, 4);
-        first->nRecordOffset = 1;
-        for (uint32_t i = 1; i <= 3; ++i) {
-            auto *item = ds.InsertElement(records, 1, TAG_ITEM, 0, 1, 0xFFFFFFFF);
-            item->nRecordOffset = i;
-            auto *next = ds.InsertElement(item, 1, 0x00041400, 0, 0, 0);
-            ds.SetBinaryValue(next, &zero, 4);
-            next->nRecordOffset = i < 3 ? i + 1 : 0;
-        }
-        Bytes saved = Saved(ds, DS_METAHEADER_PRESENT | flags);
-        MDicomDS again(nullptr);
-        ASSERT_EQ(LoadBytes(again, saved), DICOM_SUCCESS);
-        uint32_t offset = again.FindFirstElement(nullptr, 0x00041200, 1)->nRecordOffset;
-        int seen = 0;
-        for (; offset != 0; ++seen) {
-            ASSERT_LT(offset + 8, saved.size());
-            ASSERT_EQ(saved[offset] | saved[offset + 1] << 8, 0xFFFE);
-            auto *item = again.FindFirstElement(nullptr, TAG_ITEM, 0);
-            while (item != nullptr && item->nRecordOffset != offset) {
-                item = again.FindNextElement(item, 0);
-            }
-            ASSERT_NE(item, nullptr);
-            offset = again.GetChildElement(item, 1)->nRecordOffset;
-        }
-        EXPECT_EQ(seen, 3);
-        first->nRecordOffset = 77;
-        TemporaryFolder folder;
-        EXPECT_EQ(ds.SaveDS(folder.WideFile("x").c_str(), flags), DICOM_ERROR_WRITE);
-        EXPECT_EQ(folder.Count(), 0u);
-    }
 }
 
 } // namespace

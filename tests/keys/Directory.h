@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "MDicom.h"
+#include "MDicomFlat.h"
 #include "support/TestFiles.h"
 
 constexpr uint32_t kLabel = 0x00100020;

@@ -119,4 +119,22 @@ constexpr const char *kImplicitUid = "1.2.840.10008.1.2";
 constexpr const char *kExplicitUid = "1.2.840.10008.1.2.1";
 constexpr const char *kBigUid = "1.2.840.10008.1.2.2";
 
+struct Encoding {
+    const char *uid;
+    bool littleEndian;
+    bool isExplicit;
+};
+
+constexpr Encoding kEncodings[] = {
+    {kImplicitUid, true, false}, {kExplicitUid, true, true}, {kBigUid, false, true}};
+
+/** A sequence with an item of undefined length, and in it one with an item of defined length. */
+inline void PutNestedSequences(Encoder &file, uint32_t tag) {
+    file.Header(tag, "SQ", 0xFFFFFFFF).Plain(TAG_ITEM, 0xFFFFFFFF);
+    file.Element(0x00081150, "UI", "1.2.840.10");
+    file.Header(0x00081199, "SQ", 24).Plain(TAG_ITEM, 16);
+    file.Element(0x00081155, "UI", "1.2.3.40");
+    file.Plain(TAG_ITEM_DELIMITATION, 0).Plain(TAG_SEQUENCE_DELIMITATION, 0);
+}
+
 } // namespace support
