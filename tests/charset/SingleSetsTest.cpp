@@ -35,18 +35,6 @@ const Word kWords[] = {
      "\xD4\xCF\xC0\xDE\x5E\xC0\xDB\xB3\x7E"},
     {"ISO_IR 166", L"\u0E2A\u0E27\u0E31\u0E2A\u0E14\u0E35", "\xCA\xC7\xD1\xCA\xB4\xD5"},
     {"ISO_IR 203", L"\u0152uvre \u20AC", "\xBC\x75\x76\x72\x65\x20\xA4"},
-    {"ISO 2022 IR 100", L"J\u00E9r\u00F4me", "\x4A\xE9\x72\xF4\x6D\x65"},
-    {"ISO 2022 IR 101", L"\u0141\u00F3d\u017A", "\xA3\xF3\x64\xBC"},
-    {"ISO 2022 IR 109", L"\u0108iu\u0135", "\xC6\x69\x75\xBC"},
-    {"ISO 2022 IR 110", L"\u0160\u0137", "\xA9\xF3"},
-    {"ISO 2022 IR 144", L"\u041B\u044E", "\xBB\xEE"},
-    {"ISO 2022 IR 127", L"\u0642\u0628", "\xE2\xC8"},
-    {"ISO 2022 IR 126", L"\u0394\u03B9", "\xC4\xE9"},
-    {"ISO 2022 IR 138", L"\u05E9\u05E8", "\xF9\xF8"},
-    {"ISO 2022 IR 148", L"\u0130\u011F", "\xDD\xF0"},
-    {"ISO 2022 IR 13", L"\uFF94\uFF8F", "\xD4\xCF"},
-    {"ISO 2022 IR 166", L"\u0E2A\u0E27", "\xCA\xC7"},
-    {"ISO 2022 IR 203", L"\u0152uvre", "\xBC\x75\x76\x72\x65"},
     {"ISO 2022 IR 87", L"a\u5C71\u7530b", "a\x1B$B;3ED\x1B(Bb"},
     {"ISO 2022 IR 159", L"\u4E02\u4E04", "\x1B$(D0!0\"\x1B(B"},
     {"ISO 2022 IR 149", L"\uAE40\uD76C\uC911", "\xB1\xE8\xC8\xF1\xC1\xDF"},
@@ -73,6 +61,12 @@ TEST(SingleSets, ConvertWordsBothWays) {
     for (const Word &word : kWords) {
         EXPECT_EQ(Decode(word.set, word.bytes), word.text) << word.set;
         EXPECT_EQ(Encode(word.set, word.text), word.bytes) << word.set;
+        // Sets of one byte have a second name, for use with code extension.
+        const std::string name = word.set;
+        if (!name.starts_with("ISO_IR ") || name == "ISO_IR 192") continue;
+        const std::string second = "ISO 2022 IR " + name.substr(7);
+        EXPECT_EQ(Decode(second.c_str(), word.bytes), word.text) << second;
+        EXPECT_EQ(Encode(second.c_str(), word.text), word.bytes) << second;
     }
 }
 

@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -16,7 +15,6 @@ constexpr uint32_t kCharacterSet = 0x00080005;
 constexpr uint32_t kPatientName = 0x00100010;
 constexpr uint32_t kRequestSequence = 0x00400275;
 constexpr uint32_t kItem = 0xFFFEE000;
-constexpr char kFolder[] = "/usr/lib/python3/dist-packages/pydicom/data/charset_files/";
 
 class SpecificCharacterSet : public testing::Test {
   protected:
@@ -67,19 +65,16 @@ TEST_F(SpecificCharacterSet, TableFollowsTheDeclaration) {
     EXPECT_EQ(Table(), (Ids{0, 26, 22}));
     Declare("");
     EXPECT_EQ(Table(), Ids{0});
-}
-
-TEST_F(SpecificCharacterSet, ElevenNamesAreTooMany) {
-    Store(kCharacterSet, "\\ISO 2022 IR 87\\\\\\\\\\\\\\\\");
-    EXPECT_EQ(dataSet.UpdateSpecificCharacterSet(), 0);
+    Declare("\\ISO 2022 IR 87\\\\\\\\\\\\\\\\");
     Store(kCharacterSet, "\\ISO 2022 IR 87\\\\\\\\\\\\\\\\\\");
-    EXPECT_EQ(dataSet.UpdateSpecificCharacterSet(), DICOM_ERROR_PARAMETER);
+    EXPECT_EQ(dataSet.UpdateSpecificCharacterSet(), DICOM_ERROR_PARAMETER) << "eleven";
     EXPECT_LE(dataSet.m_nCharacterSets, 10u);
 }
 
 TEST_F(SpecificCharacterSet, SelectorDeclaresItsSetOrFitsTheDeclaredOne) {
     _DICOMELEMENT *name = dataSet.InsertElement(nullptr, 0, kPatientName, 0, 0, 0);
     EXPECT_NE(dataSet.SetStringValue(name, L"J\u00E9r\u00F4me", 1, 0), 0);
+    EXPECT_EQ(dataSet.SetStringValue(name, L"\u4E97", 1, 1), 0) << "not in ISO 8859-1";
     EXPECT_EQ(dataSet.FindFirstElement(nullptr, kCharacterSet, 1), nullptr);
     EXPECT_EQ(Text(name), L"J\u00E9r\u00F4me");
 
@@ -124,17 +119,17 @@ TEST_F(SpecificCharacterSet, ItemsMayDeclareTheirOwn) {
     EXPECT_EQ(Text(Store(0x00080104, "\xBB", inner, 1)), L"\u041B");
     EXPECT_EQ(Text(Store(0x00400007, "\xE9", plain, 1)), L"\u00E9");
     EXPECT_EQ(Text(Store(kPatientName, "\xE9")), L"\u00E9");
+    EXPECT_EQ(dataSet.SetStringValue(ownText, L"a", 1, 1), 0) << "would not be read back";
     // The item's set is not what new text of the data set can count on.
     EXPECT_EQ(dataSet.SetStringValue(Store(kPatientName, "x"), L"\u041B", 1, 5), 0);
 }
 
+/** To know the text of a declaration of VR LO asks for the declaration. */
 TEST_F(SpecificCharacterSet, DeclarationOfATextTypeEnds) {
-    _DICOMELEMENT *sequence = dataSet.InsertElement(nullptr, 0, kRequestSequence, 0, 0, 0);
-    _DICOMELEMENT *item = dataSet.InsertElement(sequence, 1, kItem, 0, 1, 0);
-    _DICOMELEMENT *names = dataSet.InsertElement(item, 1, kCharacterSet, mdicom::vr::LO, 0, 0);
-    EXPECT_NE(dataSet.SetStringValueA(names, "ISO_IR 144", 1), 0);
-    EXPECT_EQ(Text(names), L"ISO_IR 144");
-    EXPECT_EQ(Text(Store(0x00400007, "\xBB", item, 1)), L"\u041B");
+    Declare("ISO_IR 100");
+    dataSet.FindFirstElement(nullptr, kCharacterSet, 1)->nVR = mdicom::vr::LO;
+    EXPECT_EQ(Text(dataSet.FindFirstElement(nullptr, kCharacterSet, 1)), L"ISO_IR 100");
+    EXPECT_EQ(Text(Store(kPatientName, "\xE9")), L"\u00E9");
 }
 
 TEST_F(SpecificCharacterSet, ConversionKeepsToItsBuffer) {
@@ -154,50 +149,8 @@ TEST_F(SpecificCharacterSet, ConversionKeepsToItsBuffer) {
     }
 }
 
-TEST_F(SpecificCharacterSet, RealFilesReadAsTheyShould) {
-    struct File {
-        const char *name;
-        uint32_t tag;
-        std::wstring text;
-    };
-    const std::wstring yamada = L"=\u5C71\u7530^\u592A\u90CE=\u3084\u307E\u3060^\u305F\u308D\u3046";
-    const std::wstring katakana = L"\uFF94\uFF8F\uFF80\uFF9E^\uFF80\uFF9B\uFF73";
-    const std::wstring hiragana = L"\u3084\u307E\u3060^\u305F\u308D\u3046";
-    const File files[] = {
-        {"chrArab", kPatientName, L"\u0642\u0628\u0627\u0646\u064A^\u0644\u0646\u0632\u0627\u0631"},
-        {"chrFren", kPatientName, L"Buc^J\u00E9r\u00F4me"},
-        {"chrFrenMulti", 0x00101001, L"Buc^J\u00E9r\u00F4me"},
-        {"chrGerm", kPatientName, L"\u00C4neas^R\u00FCdiger"},
-        {"chrGreek", kPatientName, L"\u0394\u03B9\u03BF\u03BD\u03C5\u03C3\u03B9\u03BF\u03C2"},
-        {"chrH31", kPatientName, L"Yamada^Tarou" + yamada},
-        {"chrH32", kPatientName, katakana + yamada},
-        {"chrHbrw", kPatientName, L"\u05E9\u05E8\u05D5\u05DF^\u05D3\u05D1\u05D5\u05E8\u05D4"},
-        {"chrI2", kPatientName, L"Hong^Gildong=\u6D2A^\u5409\u6D1E=\uD64D^\uAE38\uB3D9"},
-        {"chrJapMulti", 0x00101001, hiragana},
-        {"chrJapMulti", 0x001021B0, L"\u305F\u308D\u3046"},
-        {"chrJapMultiExplicitIR6", kPatientName, hiragana},
-        {"chrKoreanMulti", 0x00081070, L"\uAE40\uD76C\uC911"},
-        {"chrKoreanMulti", 0x00101001, L"\uAE40\uD76C\uC911"},
-        {"chrRuss", kPatientName, L"\u041B\u044E\u043Ace\u043C\u0431yp\u0433"},
-        {"chrSQEncoding", kPatientName, katakana + yamada},
-        {"chrSQEncoding1", kPatientName, katakana + yamada},
-        {"chrX1", kPatientName, L"Wang^XiaoDong=\u738B^\u5C0F\u6771="},
-        {"chrX2", kPatientName, L"Wang^XiaoDong=\u738B^\u5C0F\u4E1C="},
-    };
-    if (!std::filesystem::exists(kFolder)) GTEST_SKIP() << "the sample files are not installed";
-    for (const File &file : files) {
-        const A2U_Class path((std::string(kFolder) + file.name + ".dcm").c_str());
-        ASSERT_EQ(dataSet.LoadDS(path.pszText, 0), 0) << file.name;
-        _DICOMELEMENT *element = dataSet.FindFirstElement(nullptr, file.tag, 0);
-        const uint32_t values = dataSet.GetCountValue(element);
-        EXPECT_GE(values, 1u) << file.name;
-        for (uint32_t i = 0; i < values; ++i) EXPECT_EQ(Text(element, i), file.text) << file.name;
-    }
-}
-
 TEST(TextBridges, ConvertAndKeepNull) {
     EXPECT_STREQ(U2A_Class(L"J\u00E9r\u00F4me").pszText, "J\xC3\xA9r\xC3\xB4me");
-    EXPECT_STREQ(A2U_Class("J\xC3\xA9").pszText, L"J\u00E9");
     EXPECT_STREQ(A2U_Class("J\xE9").pszText, L"J\u00E9");
     EXPECT_EQ(U2A_Class(nullptr).pszText, nullptr);
     EXPECT_EQ(A2U_Class(nullptr).pszText, nullptr);

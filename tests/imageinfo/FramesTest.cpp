@@ -55,9 +55,19 @@ struct ScanCase {
     uint32_t numberOfFrames = 0;
 };
 
+void ExpectStarts(const std::vector<ScanCase> &cases) {
+    for (const ScanCase &each : cases) {
+        Image image;
+        image.Syntax(each.syntax);
+        if (each.numberOfFrames > 0) image.Set(0x00280008, {each.numberOfFrames});
+        image.Fragments(each.items);
+        EXPECT_EQ(Starts(image), each.starts) << each.name;
+    }
+}
+
 TEST(Frames, FragmentsTellWhereAFrameBegins) {
     const std::string j2k = J2kStart(512, 508);
-    const ScanCase cases[] = {
+    ExpectStarts({
         {"two JPEG frames", kJpeg, {"", kStart, kMore, kStart}, {1, 3}},
         {"a fragment in front of the first start", kJpeg, {"", kMore, kStart, kMore}, {2}},
         {"fewer than counted", kJpeg, {"", kStart, kMore, kStart}, {1, 3}, 7},
@@ -71,18 +81,11 @@ TEST(Frames, FragmentsTellWhereAFrameBegins) {
         {"no table", kJpeg, {std::string(100, 'x')}, {0}},
         {"too short a single item", kJpeg, {"xx"}, {}},
         {"nothing", kJpeg, {}, {}},
-    };
-    for (const ScanCase &each : cases) {
-        Image image;
-        image.Syntax(each.syntax);
-        if (each.numberOfFrames > 0) image.Set(0x00280008, {each.numberOfFrames});
-        image.Fragments(each.items);
-        EXPECT_EQ(Starts(image), each.starts) << each.name;
-    }
+    });
 }
 
 TEST(Frames, APlausibleOffsetTableIsFollowed) {
-    const ScanCase cases[] = {
+    ExpectStarts({
         {"hidden starts", kJpeg, {Offsets({0, 24}), kMore, kMore, kMore}, {1, 3}},
         {"between fragments", kJpeg, {Offsets({0, 20}), kStart, kMore, kStart}, {1, 3}},
         {"not from the first", kJpeg, {Offsets({12, 24}), kStart, kMore, kStart}, {1, 3}},
@@ -90,14 +93,7 @@ TEST(Frames, APlausibleOffsetTableIsFollowed) {
         {"more than fragments", kJpeg, {Offsets({0, 12, 24, 36}), kStart, kMore, kStart}, {1, 3}},
         {"other count", kJpeg, {Offsets({0}), kStart, kMore, kStart}, {1, 3}, 2},
         {"odd table", kJpeg, {Offsets({0, 24}) + "ab", kStart, kStart}, {1, 2}},
-    };
-    for (const ScanCase &each : cases) {
-        Image image;
-        image.Syntax(each.syntax);
-        if (each.numberOfFrames > 0) image.Set(0x00280008, {each.numberOfFrames});
-        image.Fragments(each.items);
-        EXPECT_EQ(Starts(image), each.starts) << each.name;
-    }
+    });
 }
 
 TEST(Frames, ChangesOfFragmentsAreNoticed) {
@@ -132,11 +128,7 @@ TEST(Frames, ChildrenThatAreNoFragmentsHaveAStatus) {
 }
 
 TEST(Frames, NativeFramesStandBehindEachOther) {
-    struct Case {
-        uint32_t length;
-        uint32_t count;
-    };
-    for (const auto &[length, count] : {Case{40, 1}, {120, 3}, {130, 3}, {10, 1}, {0, 0}}) {
+    for (const auto &[length, count] : {std::pair{40u, 1u}, {120, 3}, {130, 3}, {10, 1}, {0, 0}}) {
         Image image;
         image.Set(0x00280008, {5});
         image.Native(length);
@@ -145,20 +137,21 @@ TEST(Frames, NativeFramesStandBehindEachOther) {
         EXPECT_EQ(image.ds.IsBadPixelData(nullptr, &good), 0) << length;
         EXPECT_EQ(good, count);
         _IMAGEINFO info;
-        if (count == 3) {
-            EXPECT_EQ(DataSetAccess::Describe(image, &info, 2, 0), 0);
-            EXPECT_EQ(info.nFrameOffset, 80u);
-            EXPECT_EQ(info.nOrder, 2u);
-        }
         EXPECT_EQ(DataSetAccess::Describe(image, &info, count, 0), DICOM_ERROR_IMAGE);
+        if (count != 3) continue;
+        EXPECT_EQ(DataSetAccess::Describe(image, &info, 2, 0), 0);
+        EXPECT_EQ(info.nFrameOffset, 80u);
+        EXPECT_EQ(info.nOrder, 2u);
     }
 }
 
 TEST(Frames, SizeCountsPlanesRowsOfBitsAndSharedChrominance) {
-    const auto sizeOf = [](Image &image) {
+    const auto expect = [](Image &image, uint32_t size, uint32_t frames) {
         _IMAGEINFO info;
         EXPECT_EQ(DataSetAccess::Describe(image, &info, 0, 0), 0);
-        return info.nFrameSize;
+        EXPECT_EQ(info.nFrameSize, size);
+        EXPECT_EQ(info.nFrameCount, frames);
+        return info;
     };
     Image planes(4, 6, 8);
     planes.Photometric("RGB");
@@ -166,21 +159,18 @@ TEST(Frames, SizeCountsPlanesRowsOfBitsAndSharedChrominance) {
     planes.Set(0x00280006, {1});
     planes.Set(0x00280103, {1});
     planes.Native(144);
-    EXPECT_EQ(sizeOf(planes), 72u);
-    EXPECT_EQ(planes.Info().nFrameCount, 2u);
-    EXPECT_EQ(planes.Info().nPixelRepresentation, 0u);
+    EXPECT_EQ(expect(planes, 72, 2).nPixelRepresentation, 0u);
     Image bits(4, 9, 1);
     bits.Native(8);
-    EXPECT_EQ(sizeOf(bits), 8u);
+    expect(bits, 8, 1);
     Image shared(4, 6, 8);
     shared.Photometric("YBR_FULL_422");
     shared.Set(0x00280002, {3});
     shared.Set(0x00280008, {3});
     shared.Native(144);
-    EXPECT_EQ(sizeOf(shared), 48u);
-    EXPECT_EQ(shared.Info().nFrameCount, 3u);
+    expect(shared, 48, 3);
     shared.Set(0x00280008, {2});
-    EXPECT_EQ(sizeOf(shared), 72u);
+    expect(shared, 72, 2);
 }
 
 TEST(Frames, CompressedValuesOfDefinedLengthAreOneFrame) {

@@ -70,10 +70,10 @@ TEST(OverlayPlane, ComesOutAndGoesBackAtItsOrigin) {
         uint16_t Bit;
         int X, Y;
     };
-    for (const Case &entry : {Case{16, 12, 1, 1}, {16, 15, -1, 0}, {8, 7, 3, -1}, {12, 11, 0, 0}}) {
+    for (const Case &entry :
+         {Case{16, 12, 1, 1}, {16, 15, -1, 0}, {8, 7, 3, -1}, {12, 11, 0, 0}, {32, 31, 0, 0}}) {
         TestBitmap bitmap(4, 2, entry.Depth);
-        const Bytes full(bitmap.nBytesPerLine, 0xFF);
-        bitmap.PutBytes(1, full);
+        bitmap.PutBytes(1, Bytes(bitmap.nBytesPerLine, 0xFF));
         const _OVERLAYATTRIBUTES given = Attributes(4, 2, entry.X, entry.Y, entry.Bit);
         ASSERT_EQ(KernelSetOverlayAttributes(&bitmap, 0, &given, 31), 1);
         ASSERT_EQ(KernelUpdateOverlayBits(&bitmap, 0, 2), 1);

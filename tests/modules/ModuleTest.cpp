@@ -28,63 +28,61 @@ constexpr uint32_t kPatientKey = 150;
 
 TEST(Modules, AreFoundByTheirElements) {
     MDicomDS ds(nullptr);
-    ds.InitDS(1, 0);
-    EXPECT_EQ(ds.GetCountModule(), MDicomIOD::GetCountModule(1));
-    const _DICOMMODULE *patient = ds.FindModule(kPatient);
+    M_DicomInitDS(&ds, 1, 0);
+    EXPECT_EQ(M_DicomGetCountModule(&ds), MDicomIOD::GetCountModule(1));
+    const _DICOMMODULE *patient = M_DicomFindModule(&ds, kPatient);
     ASSERT_EQ(patient, &ds.m_Module);
     EXPECT_EQ(patient->nModule, kPatient);
     EXPECT_TRUE(TagsOf(patient).contains(0x00100010));
-    EXPECT_EQ(TagsOf(ds.FindIndexModule(0)), TagsOf(ds.FindModule(kPatient)));
-    EXPECT_EQ(ds.FindIndexModule(ds.GetCountModule()), nullptr);
+    EXPECT_EQ(TagsOf(M_DicomFindIndexModule(&ds, 0)), TagsOf(M_DicomFindModule(&ds, kPatient)));
+    EXPECT_EQ(M_DicomFindIndexModule(&ds, M_DicomGetCountModule(&ds)), nullptr);
 
-    const std::set<uint32_t> pixel = TagsOf(ds.FindModule(kImagePixel));
+    const std::set<uint32_t> pixel = TagsOf(M_DicomFindModule(&ds, kImagePixel));
     EXPECT_TRUE(pixel.contains(0x7FE00010));
     EXPECT_FALSE(pixel.contains(0x00280010)) << "derived from the image";
-    EXPECT_EQ(ds.FindModule(kXrayAcquisition), nullptr) << "not of this class";
+    EXPECT_EQ(M_DicomFindModule(&ds, kXrayAcquisition), nullptr) << "not of this class";
 }
 
 TEST(Modules, ComeAndGoAsAWhole) {
     MDicomDS ds(nullptr);
-    ds.InitDS(1, DS_ADD_MANDATORY_MODULES_ONLY);
+    M_DicomInitDS(&ds, 1, DS_ADD_MANDATORY_MODULES_ONLY);
     const uint32_t before = CountElements(ds);
-    ASSERT_EQ(ds.FindModule(8), nullptr);
-    const _DICOMMODULE *contrast = ds.InsertModule(8, 1);
+    ASSERT_EQ(M_DicomFindModule(&ds, 8), nullptr);
+    const _DICOMMODULE *contrast = M_DicomInsertModule(&ds, 8, 1);
     ASSERT_NE(contrast, nullptr);
     EXPECT_TRUE(TagsOf(contrast).contains(0x00180010));
     const uint32_t after = CountElements(ds);
     EXPECT_GT(after, before);
-    ds.InsertModule(8, 1);
+    M_DicomInsertModule(&ds, 8, 1);
     EXPECT_EQ(CountElements(ds), after) << "what is there is kept";
-    ds.DeleteModule(8);
+    M_DicomDeleteModule(&ds, 8);
     EXPECT_EQ(CountElements(ds), before);
 
     // Without the optional elements the contrast agent's type 2 row remains.
-    ASSERT_NE(ds.InsertModule(8, 0), nullptr);
+    ASSERT_NE(M_DicomInsertModule(&ds, 8, 0), nullptr);
     EXPECT_EQ(CountElements(ds), before + 1);
 }
 
 TEST(Modules, StayOutOfWrongPlaces) {
     MDicomDS ds(nullptr);
-    ds.InitDS(16, DS_ADD_MANDATORY_MODULES_ONLY);
+    M_DicomInitDS(&ds, 16, DS_ADD_MANDATORY_MODULES_ONLY);
     const uint32_t before = CountElements(ds);
-    EXPECT_EQ(ds.InsertModule(kXrayAcquisition, 1), nullptr) << "stands in a sequence here";
-    EXPECT_EQ(ds.InsertModule(kPatientKey, 1), nullptr) << "describes directory records";
-    EXPECT_EQ(ds.InsertModule(99999, 1), nullptr);
+    EXPECT_EQ(M_DicomInsertModule(&ds, kXrayAcquisition, 1), nullptr)
+        << "stands in a sequence here";
+    EXPECT_EQ(M_DicomInsertModule(&ds, kPatientKey, 1), nullptr) << "describes directory records";
+    EXPECT_EQ(M_DicomInsertModule(&ds, 99999, 1), nullptr);
     EXPECT_EQ(CountElements(ds), before);
 
-    ds.InitDS(71, 0);
+    M_DicomInitDS(&ds, 71, 0);
     const uint32_t directory = CountElements(ds);
-    EXPECT_EQ(ds.FindModule(148), nullptr);
-    EXPECT_EQ(ds.GetCountModule(), 0u);
-    EXPECT_EQ(ds.FindIndexModule(0), nullptr);
-    ds.DeleteModule(148);
+    EXPECT_EQ(M_DicomFindModule(&ds, 148), nullptr);
+    EXPECT_EQ(M_DicomGetCountModule(&ds), 0u);
+    EXPECT_EQ(M_DicomFindIndexModule(&ds, 0), nullptr);
+    M_DicomDeleteModule(&ds, 148);
     EXPECT_EQ(CountElements(ds), directory);
 }
 
 TEST(Modules, OfProgramsMayBeOdd) {
-    struct TreeOfDefaults {
-        ~TreeOfDefaults() { MDicomIOD::Default(); }
-    } const restored;
     _DICOMIOD *own = MDicomIOD::Insert(nullptr, 0, 500, L"Own", IOD_TYPE_CLASS, 2, L"1.2.3");
     _DICOMIOD *module = MDicomIOD::Insert(own, 1, 600, L"Long", IOD_TYPE_MODULE, 0, L"");
     for (uint32_t tag = 0x00110001; tag <= 0x00110001 + 1200; ++tag) {
@@ -98,33 +96,16 @@ TEST(Modules, OfProgramsMayBeOdd) {
         MDicomIOD::Insert(row, 1, 0x00100020, L"", IOD_TYPE_ELEMENT, IOD_USAGE_3, L"");
     }
     MDicomDS ds(nullptr);
-    ds.InitDS(500, 0);
-    ASSERT_NE(ds.FindModule(600), nullptr);
+    M_DicomInitDS(&ds, 500, 0);
+    ASSERT_NE(M_DicomFindModule(&ds, 600), nullptr);
     EXPECT_EQ(ds.m_Module.nCount, 1000u);
     const uint32_t before = CountElements(ds);
-    ASSERT_NE(ds.FindModule(601), nullptr);
+    ASSERT_NE(M_DicomFindModule(&ds, 601), nullptr);
     EXPECT_EQ(ds.m_Module.nCount, 2u);
     EXPECT_EQ(ds.GetChildElement(ds.m_Module.pElement[0], 1), nullptr);
-    ds.DeleteModule(601);
+    M_DicomDeleteModule(&ds, 601);
     EXPECT_EQ(CountElements(ds), before - 1);
-}
-
-TEST(Modules, AnswerThroughTheFlatFunctions) {
-    MDicomDS ds(nullptr);
-    M_DicomInitDS(&ds, 1, DS_ADD_MANDATORY_MODULES_ONLY);
-    EXPECT_EQ(M_DicomGetCountModule(&ds), ds.GetCountModule());
-    EXPECT_EQ(M_DicomFindModule(&ds, kPatient), &ds.m_Module);
-    EXPECT_EQ(M_DicomFindIndexModule(&ds, 0), &ds.m_Module);
-    EXPECT_EQ(M_DicomInsertModule(&ds, 8, 1), &ds.m_Module);
-    M_DicomDeleteModule(&ds, 8);
-    EXPECT_EQ(ds.FindModule(8), nullptr);
-    EXPECT_EQ(M_DicomConformanceDS(&ds, nullptr, nullptr), 0);
-    M_DicomInitCS(&ds, 0x30, 0);
-    uint16_t command = 0;
-    int32_t request = 1;
-    M_DicomGetInfoCS(&ds, &command, &request);
-    EXPECT_EQ(command, 0x30);
-    EXPECT_EQ(request, 0);
+    MDicomIOD::Default();
 }
 
 } // namespace
