@@ -71,11 +71,10 @@ bool ElementWriter::OpensGroup(const Level &level, const _DICOMELEMENT *element)
 /** True for an element with children whose length is computed, so that no delimiter follows. */
 bool ElementWriter::HasWrittenLength(const _DICOMELEMENT *element) const {
     if (!m_Options.definedLengths) return false;
-    if (element->Link.pFirstChild == nullptr) return true;
     if (element->nTag == TAG_PIXEL_DATA) return !m_Options.compressed;
     if (m_Options.isExplicit || element->nTag == TAG_ITEM) return true;
     // In implicit form only the delimiter tells that an element which the dictionary does not
-    // know holds items.
+    // know is a sequence.
     const _DICOMTAG *row = MDicomTag::Find(element->nTag);
     return row != nullptr && row->nVR == vr::SQ;
 }
@@ -121,7 +120,7 @@ Status ElementWriter::Plan() {
         m_MetaTurn = meta;
         PlanLevels();
     }
-    return m_TooLong ? DICOM_ERROR_WRITE : DICOM_SUCCESS;
+    return m_Refused ? DICOM_ERROR_WRITE : DICOM_SUCCESS;
 }
 
 void ElementWriter::PlanLevels() {
@@ -133,6 +132,7 @@ void ElementWriter::PlanLevels() {
         if (IsBehindTurn(element)) return;
         const bool out = IsLeftOut(element);
         if (!out) PlanElement(element);
+        if (m_Refused) return;
         if (!out && node->pFirstChild != nullptr) {
             node = node->pFirstChild;
             continue;
@@ -154,6 +154,8 @@ void ElementWriter::PlanElement(_DICOMELEMENT *element) {
     const uint32_t header = FormOf(element).headerSize;
     m_Place += header;
     if (element->nLength != kUndefinedLength) {
+        // A program can insert elements under a value; a file has no place for both.
+        if (element->Link.pFirstChild != nullptr) m_Refused = true;
         const uint32_t length = ValueLength(element);
         m_Place += length;
         Account(level, element, uint64_t{header} + length);
@@ -195,7 +197,7 @@ void ElementWriter::Account(Level &level, const _DICOMELEMENT *element, uint64_t
     level.size += bytes;
     if (!level.groupOpen || element->nTag == TAG_ITEM) return;
     const uint64_t sum = m_Lengths[level.groupSlot] + bytes;
-    if (sum >= kUndefinedLength) m_TooLong = true;
+    if (sum >= kUndefinedLength) m_Refused = true;
     m_Lengths[level.groupSlot] = static_cast<uint32_t>(sum);
 }
 
@@ -204,7 +206,7 @@ void ElementWriter::FinishLevel() {
     m_Levels.pop_back();
     if (m_Levels.empty()) return;
     if (level.hasContentSlot) {
-        if (level.size >= kUndefinedLength) m_TooLong = true;
+        if (level.size >= kUndefinedLength) m_Refused = true;
         m_Lengths[level.contentSlot] = static_cast<uint32_t>(level.size);
     } else {
         m_Place += kDelimiterSize;

@@ -97,7 +97,7 @@ class ElementWriter {
     std::unordered_map<uint32_t, uint32_t> m_ItemPlaces; ///< by item identity
     bool m_WantsPlaces = false;
     bool m_MetaTurn = true; ///< the first turn writes group 0002, the second the rest
-    bool m_TooLong = false;
+    bool m_Refused = false;
     uint64_t m_Place = 0; ///< offset in the output during planning
     std::vector<uint8_t> m_Staged;
 };

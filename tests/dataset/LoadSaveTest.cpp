@@ -282,6 +282,15 @@ TEST(Save, OntoTheLoadedFileWorks) {
               std::filesystem::perms(0640));
 }
 
+TEST(Save, RefusesElementsBelowAValue) {
+    MDicomDS ds(nullptr);
+    _DICOMELEMENT *name = ds.InsertElement(nullptr, 0, 0x00100010, 0, 0, 0);
+    ASSERT_NE(ds.InsertElement(name, 1, 0x00100020, 0, 0, 0), nullptr);
+    MDicomFile file;
+    file.Open(nullptr, FILE_MODE_MEMORY | FILE_MODE_AUTO_CLOSE);
+    EXPECT_EQ(ds.SaveDS(&file, 0), DICOM_ERROR_WRITE);
+}
+
 TEST(Save, TakesAReferenceOfTheWrongLengthForAPlainValue) {
     Encoder file;
     file.Meta(kExplicitUid).Element(0x00041400, "UL", "12345678").Element(0x00041420, "UL", "");
