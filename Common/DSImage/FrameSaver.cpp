@@ -407,15 +407,19 @@ Status FrameSaver::Encode() {
 
 Status FrameSaver::StoreFrame() {
     if (IsCompressed()) return StoreFragment();
+    // Of items without frames only an offset table may go.
+    const bool isEncapsulated = m_PixelData->nLength == kUndefinedLength;
+    const _DICOMELEMENT *table = isEncapsulated ? FirstChildOf(m_PixelData) : nullptr;
+    if (table != nullptr && NextOf(table) != nullptr) return DICOM_ERROR_IMAGE;
     const Status counted = WriteFrameCount();
     if (counted != DICOM_SUCCESS) return counted;
-    if (m_PixelData->nLength == kUndefinedLength) BecomeNative();
+    if (isEncapsulated) BecomeNative();
     return HasPackedPixels(m_Stored) ? StorePacked() : StoreNative();
 }
 
-/** Items without frames have no place beside a value. */
+/** An offset table has no place beside a value. */
 void FrameSaver::BecomeNative() {
-    while (_DICOMELEMENT *item = FirstChildOf(m_PixelData)) m_DataSet.DeleteElement(item);
+    m_DataSet.DeleteElement(FirstChildOf(m_PixelData));
     m_PixelData->nLength = 0;
 }
 
