@@ -64,14 +64,13 @@ _DICOMELEMENT *MDicomDS::InsertUnder(_DICOMELEMENT *pParent, uint32_t nTag, uint
         *pRefusal = DS_DEBUG_BAD_TAG;
         return nullptr;
     }
-    // A leaf has a value, and no place for children.
-    if (pParent != nullptr && pParent->nLength != kUndefinedLength) {
-        *pRefusal = DS_DEBUG_BAD_ELEMENT;
-        return nullptr;
-    }
     _DICOMLINK *first = pParent != nullptr ? pParent->Link.pFirstChild : m_Tree.pFirst;
     _DICOMELEMENT *next = nullptr;
     if (first != nullptr) {
+        if (pParent != nullptr && pParent->nLength != kUndefinedLength) {
+            *pRefusal = DS_DEBUG_BAD_ELEMENT;
+            return nullptr;
+        }
         next = nTag == TAG_ITEM ? ItemPlace(first, nIndex) : PlaceOnLevel(pParent, nTag);
         if (nTag != TAG_ITEM && FindOnLevel(pParent, nTag, next) != nullptr) {
             *pRefusal = DS_DEBUG_DUPLICATE;

@@ -66,7 +66,8 @@ TEST(ElementTree, TellsWhyItRefuses) {
     heard.codes.clear();
     _DICOMELEMENT *name = Add(ds, nullptr, 0x00100010);
     EXPECT_EQ(Add(ds, nullptr, 0x00100010), nullptr);
-    EXPECT_EQ(Add(ds, name, 0x00100020), nullptr); // a leaf has no place for children
+    EXPECT_NE(Add(ds, name, 0x00100020), nullptr); // the first child of a leaf is taken
+    EXPECT_EQ(Add(ds, name, 0x00100030), nullptr);
     _DICOMELEMENT stale{};
     EXPECT_EQ(ds.GetNextElement(&stale, 1, 1), nullptr);
     EXPECT_EQ(ds.IsVolatileElement(&stale), 1);
