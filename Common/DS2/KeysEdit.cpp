@@ -114,12 +114,13 @@ _DICOMELEMENT *MDicomDS::AddKey(_DICOMELEMENT *pParent, const wchar_t *pszType, 
     return item;
 }
 
-/** An empty item at the end of (0004,1220), which is inserted if it is missing. */
+/** An empty item at the end of (0004,1220), which is inserted if it is missing. Null where a value
+ *  stands in its place. */
 _DICOMELEMENT *MDicomDS::AddRecord() {
     _DICOMELEMENT *records = FindChild(nullptr, kDirectoryRecords);
     if (records == nullptr) records = InsertElement(nullptr, 0, kDirectoryRecords, vr::SQ, 1, 0);
-    return records != nullptr ? InsertElement(records, 1, TAG_ITEM, vr::OB, 1, 0xFFFFFFFF)
-                              : nullptr;
+    const bool holdsItems = records != nullptr && records->nLength == kUndefinedLength;
+    return holdsItems ? InsertElement(records, 1, TAG_ITEM, vr::OB, 1, 0xFFFFFFFF) : nullptr;
 }
 
 /** Gives a new record the elements that every record has. */
