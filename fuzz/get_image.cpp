@@ -1,24 +1,13 @@
 // Loads any bytes and turns the first frames into bitmaps, with all options; what is edited stays
 // whole. The first byte chooses the load flags and the depth that is asked for.
 
-#include <algorithm>
-#include <cstdlib>
-
-#include "MDicom.h"
+#include "Images.h"
 
 namespace {
 
-constexpr uint64_t kMostBytes = 16 << 20;
-constexpr uint32_t kMostFrames = 3;
+using namespace fuzz;
 
-/** Bigger pictures are no other ones, and only cost time. */
-bool IsSmall(const _DICOMIMAGE &image) {
-    const uint64_t bits = std::max(image.nBitsAllocated, image.nBitsPerPixel);
-    const uint64_t samples = std::max(image.nSamplesPerPixel, 1u);
-    return uint64_t{image.nRows} * image.nColumns <=
-               kMostBytes / std::max<uint64_t>(bits, 8) * 8 / std::max<uint64_t>(samples, 3) &&
-           samples <= 4 && bits <= 64;
-}
+constexpr uint32_t kMostFrames = 3;
 
 void ReadRows(const _BITMAPHANDLE &bitmap) {
     const uint8_t *last = KernelLendBitmapRow(&bitmap, bitmap.nHeight - 1);

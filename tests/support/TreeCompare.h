@@ -16,8 +16,11 @@ struct CompareOptions {
     bool skipTransferSyntax = true; ///< (0002,0010) says how a file is encoded
 };
 
+/** Empty for a value that cannot be read; one that is not all there takes no memory. */
 inline std::vector<uint8_t> ValueOf(MDicomDS &ds, _DICOMELEMENT *element) {
+    uint8_t last;
     if (element->nLength == 0xFFFFFFFF || element->nLength == 0) return {};
+    if (!ds.GetBinaryValue(element, &last, element->nLength - 1, 1)) return {};
     std::vector<uint8_t> bytes(element->nLength);
     if (!ds.GetBinaryValue(element, bytes.data(), element->nLength)) bytes.clear();
     return bytes;
