@@ -3,6 +3,7 @@
 #include "Common/System/Companions.h"
 
 #include <array>
+#include <cstddef>
 #include <mutex>
 #include <new>
 #include <shared_mutex>
@@ -31,30 +32,31 @@ constexpr Description kDescriptions[] = {
 };
 
 struct CompanionState {
-    CompanionState() {
-        for (size_t i = 0; i < std::size(kDescriptions); ++i) {
-            for (const char *name : kDescriptions[i].functions) loaders[i].AddFunction(name);
-        }
-    }
-
     std::shared_mutex lock; ///< shared by calls, exclusive for loading and unloading
     unsigned users = 0;
     M_DllLoader loaders[std::size(kDescriptions)];
+    size_t named[std::size(kDescriptions)] = {}; ///< functions that the loaders know
     bool tried[std::size(kDescriptions)] = {};
 };
 
-/** Lives until the process ends: data sets may be static objects of the program. */
+/** Lives until the process ends: data sets may be static objects of the program. It takes no
+ *  memory that could be missing: constructors of data sets come here. */
 CompanionState &State() {
-    static auto *state = new CompanionState;
+    alignas(CompanionState) static std::byte place[sizeof(CompanionState)];
+    static auto *state = new (place) CompanionState;
     return *state;
 }
 
 /** When memory is short nothing has been tried: the next call may be luckier. */
 void Open(CompanionState &state, size_t which) {
     const Description &description = kDescriptions[which];
+    M_DllLoader &loader = state.loaders[which];
     try {
-        state.loaders[which].LoadWithPath(MDicomDS::m_hInstance, description.file, description.file,
-                                          description.component);
+        for (size_t &next = state.named[which]; next < description.functions.size(); ++next) {
+            loader.AddFunction(description.functions[next]);
+        }
+        loader.LoadWithPath(MDicomDS::m_hInstance, description.file, description.file,
+                            description.component);
         state.tried[which] = true;
     } catch (const std::bad_alloc &) {
     }
