@@ -4,13 +4,12 @@
 
 #include <cstdint>
 #include <cstring>
-#include <memory>
 #include <string>
 #include <vector>
 
 #include "MDicom.h"
 #include "imageinfo/Image.h"
-#include "kernel/Bitmap.h"
+#include "support/Bitmaps.h"
 
 constexpr const char *kExplicit = "1.2.840.10008.1.2.1";
 constexpr uint32_t kNone = IMAGE_COMPRESSION_NONE;
@@ -45,18 +44,6 @@ inline uint16_t Get(MDicomDS &ds, TestBitmap &bitmap, uint32_t frame = 0, int32_
                        nullptr);
 }
 
-/** All rows without their padding. */
-inline Bytes RowsOf(const _BITMAPHANDLE &bitmap) {
-    const auto bits =
-        static_cast<size_t>(bitmap.nWidth) * static_cast<size_t>(bitmap.nBitsPerPixel);
-    const size_t row = (bits + 7) / 8;
-    Bytes rows(row * static_cast<size_t>(bitmap.nHeight));
-    for (int32_t y = 0; y < bitmap.nHeight; ++y) {
-        KernelGetBitmapRow(&bitmap, rows.data() + static_cast<size_t>(y) * row, y, row);
-    }
-    return rows;
-}
-
 /** A frame as one fragment of RLE: planes of literals alone, or of long runs too. */
 inline Bytes RleOf(const std::vector<Bytes> &planes) {
     Bytes frame(64);
@@ -76,62 +63,6 @@ inline Bytes RleOf(const std::vector<Bytes> &planes) {
 
 inline std::string TextOf(const Bytes &bytes) {
     return {bytes.begin(), bytes.end()};
-}
-
-/** A slow wave, as samples of a number of bits; signed ones are below 0 for half of it. Numbers
- *  tell pictures apart. */
-inline uint32_t WaveSample(uint32_t x, uint32_t y, uint32_t number, uint32_t bits) {
-    const uint32_t place = (3 * x + 2 * y + 37 * number) % 256;
-    const uint32_t wave = place < 128 ? place : 255 - place;
-    const uint32_t most = (1u << bits) - 1;
-    return wave * most / 127;
-}
-
-struct Kind {
-    int depth;     ///< of the bitmap
-    uint32_t bits; ///< significant ones
-    bool isSigned = false;
-    bool isPalette = false;
-};
-
-inline std::unique_ptr<TestBitmap> MakeBitmap(int width, int height, const Kind &kind,
-                                              uint32_t number = 0) {
-    _RGBQUAD palette[256];
-    for (uint32_t i = 0; i < 256; ++i) {
-        palette[i] = {static_cast<uint8_t>(i * 7), static_cast<uint8_t>(i), 9, 0};
-    }
-    const int order = kind.depth == 24 ? KERNEL_ORDER_BGR
-                      : kind.depth > 8 ? KERNEL_ORDER_GRAY
-                                       : KERNEL_ORDER_RGB;
-    auto bitmap = std::make_unique<TestBitmap>(width, height, kind.depth, order, 1,
-                                               kind.isPalette ? palette : nullptr);
-    if (kind.depth > 8 && kind.depth < 24) {
-        bitmap->SetBits(0, static_cast<int>(kind.bits) - 1, kind.isSigned);
-    }
-    for (int32_t y = 0; y < height; ++y) {
-        uint8_t *row = KernelLendBitmapRow(bitmap.get(), y);
-        for (uint32_t x = 0; x < static_cast<uint32_t>(width); ++x) {
-            const auto sample = [&](uint32_t i) {
-                return WaveSample(x + 20 * i, static_cast<uint32_t>(y), number, kind.bits);
-            };
-            if (kind.depth == 1) {
-                row[x / 8] = static_cast<uint8_t>(row[x / 8] | sample(0) << (7 - x % 8));
-            } else if (kind.depth == 12) {
-                const uint32_t shifted = sample(0) << x % 2 * 4;
-                row[x / 2 * 3 + x % 2] = static_cast<uint8_t>(row[x / 2 * 3 + x % 2] | shifted);
-                row[x / 2 * 3 + x % 2 + 1] = static_cast<uint8_t>(shifted >> 8);
-            } else if (kind.depth == 24) {
-                for (uint32_t i = 0; i < 3; ++i) row[3 * x + i] = static_cast<uint8_t>(sample(i));
-            } else {
-                // A sign is in all bits above those that are significant.
-                const uint32_t least = kind.isSigned ? 1u << (kind.bits - 1) : 0;
-                const uint32_t value = sample(0) - least;
-                std::memcpy(row + x * static_cast<uint32_t>(kind.depth) / 8, &value,
-                            static_cast<size_t>(kind.depth) / 8);
-            }
-        }
-    }
-    return bitmap;
 }
 
 struct Encoding {

@@ -72,24 +72,25 @@ TEST(HostileFrames, CutOrFlippedTheyAreAStatusOrAPicture) {
         _DICOMELEMENT *item = FrameItem(ds);
         const Bytes whole = ValueOf(ds, item);
         const Bytes good = Decode(ds);
+        const auto expectStatusOrPicture = [&](const Bytes &damaged) {
+            SetValue(ds, item, damaged);
+            const Bytes rows = Decode(ds);
+            EXPECT_TRUE(rows.empty() || rows.size() == good.size());
+        };
         const size_t step = std::max<size_t>(1, whole.size() / 100);
         for (size_t size = 1; size < whole.size(); size += step) {
-            SetValue(ds, item, Bytes(whole.begin(), whole.begin() + static_cast<int>(size)));
-            const Bytes rows = Decode(ds);
-            ASSERT_TRUE(rows.empty() || rows.size() == good.size());
+            expectStatusOrPicture({whole.begin(), whole.begin() + static_cast<int>(size)});
         }
         std::minstd_rand random(5);
-        for (int round = 0; round < 150; ++round) {
+        for (int round = 0; round < 300; ++round) {
             Bytes bytes = whole;
-            const size_t reach =
-                round % 2 == 0 ? std::min<size_t>(bytes.size(), 700) : bytes.size();
+            const size_t most = round % 2 == 0 ? 700 : whole.size();
+            const size_t reach = std::min(most, whole.size());
             for (int flips = 1 + round % 4; flips > 0; --flips) {
                 uint8_t &byte = bytes[random() % reach];
                 byte = static_cast<uint8_t>(byte ^ 1 << random() % 8);
             }
-            SetValue(ds, item, bytes);
-            const Bytes rows = Decode(ds);
-            ASSERT_TRUE(rows.empty() || rows.size() == good.size());
+            expectStatusOrPicture(bytes);
         }
         SetValue(ds, item, whole);
         EXPECT_EQ(Decode(ds), good) << "one that is whole still comes out";
@@ -146,29 +147,6 @@ TEST(HostileFrames, AttributesAloneMakeNoLargePicture) {
         }
         TestBitmap bitmap;
         EXPECT_EQ(Get(image.ds, bitmap), DICOM_ERROR_IMAGE);
-    }
-}
-
-TEST(HostileFrames, RunLengthHeadersMayPointAnywhere) {
-    std::minstd_rand random(9);
-    Image image(4, 5, 16);
-    image.Syntax(kRle);
-    image.Fragments({""});
-    _DICOMELEMENT *item = image.Fragment("0000");
-    for (int round = 0; round < 3000; ++round) {
-        Bytes frame(random() % 160);
-        for (uint8_t &byte : frame) byte = static_cast<uint8_t>(random() >> 8);
-        if (frame.size() > 64) {
-            frame[0] = static_cast<uint8_t>(random() % 17);
-            frame[1] = frame[2] = frame[3] = 0;
-            for (size_t i = 4; i < 64; i += 4) {
-                frame[i] = static_cast<uint8_t>(random() % 180);
-                frame[i + 1] = frame[i + 2] = frame[i + 3] = random() % 8 == 0 ? 0xFF : 0;
-            }
-        }
-        if (frame.empty()) continue;
-        SetValue(image.ds, item, frame);
-        Decode(image.ds);
     }
 }
 
