@@ -69,23 +69,11 @@ TEST(J2kFilter, WorksOnFilesOfTheSystem) {
 TEST(J2kFilter, WhatTheCallbackGivesEndsLoading) {
     Bitmap source(8, 40, 8);
     const Bytes stream = Encode(source, 0, DefaultOptions());
-    Bitmap seen(8, 40, 8);
-    _FILEINFO info{};
-    info.nFormat = kFileFormatJ2k;
-    info.nWidth = 8;
-    info.nHeight = 40;
-    info.nBitsPerPixel = 8;
-    info.nViewPerspective = 1;
-    MEMORYLOADREQUEST request{};
-    request.nSize = sizeof request;
-    request.pBitmap = &source.record;
-    request.nBitmapSize = sizeof source.record;
-    request.nFlags = MEMORYLOAD_BITMAP_ALLOCATED;
-    request.pFileInfo = &info;
+    LoadRequest request(source, 8);
     request.pfnCallback = KeepRow;
+    Bitmap seen(8, 40, 8);
     request.pUserData = &seen;
-    CEmbeddedCompressionBase codec;
-    EXPECT_EQ(codec.LoadMemory(stream.data(), stream.size(), &request), 77);
+    EXPECT_EQ(CEmbeddedCompressionBase().LoadMemory(stream.data(), stream.size(), &request), 77);
 }
 
 /** 5 x 5 pixels: luminance 0, 10, 20 and so on, chrominance from 100 and from 200 on. */

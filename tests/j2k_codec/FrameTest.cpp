@@ -1,24 +1,24 @@
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-
 #include "Codec.h"
 #include "imageinfo/Image.h"
-#include "support/RealFiles.h"
 
 using mdicom::DataSetAccess;
 
 namespace {
 
-std::string Stream(uint32_t seed, uint32_t bits) {
+std::string Stream(uint32_t number, uint32_t bits) {
     Bitmap bitmap(64, 48, bits > 8 ? 16 : 8);
     if (bits > 8) bitmap.record.nHighBit = static_cast<int32_t>(bits) - 1;
-    bitmap.Paint(bits);
-    Bytes row = bitmap.Row(0);
-    row[0] = static_cast<uint8_t>(seed);
-    bitmap.SetRow(0, row);
+    bitmap.Paint(bits, number);
     const Bytes stream = Encode(bitmap, 0, DefaultOptions());
     return {stream.begin(), stream.end()};
+}
+
+Bytes Pixels(uint32_t number) {
+    Bitmap bitmap(64, 48, 8);
+    bitmap.Paint(8, number);
+    return bitmap.Rows();
 }
 
 uint16_t DecodeFrame(Image &image, uint32_t frame, Bytes &pixels, _IMAGEINFO &info) {
@@ -37,13 +37,13 @@ TEST(J2kFrame, TakesItsFragmentsUpToTheNextFrame) {
     const std::string second = Stream(8, 8);
     const std::string third = Stream(9, 8);
     // A short fragment does not begin a frame, whatever it holds.
-    image.Fragments({"", first.substr(0, 900), first.substr(900), second,
+    image.Fragments({"", first.substr(0, 400), first.substr(400), second,
                      third.substr(0, third.size() - 100), third.substr(third.size() - 100)});
     for (uint32_t frame = 0; frame < 3; ++frame) {
         Bytes pixels;
         _IMAGEINFO info{};
         ASSERT_EQ(DecodeFrame(image, frame, pixels, info), 0) << frame;
-        EXPECT_EQ(pixels[0], 7 + frame);
+        EXPECT_EQ(pixels, Pixels(7 + frame));
     }
 }
 
@@ -57,7 +57,6 @@ TEST(J2kFrame, TellsTheDepthOfItsStream) {
     ASSERT_EQ(DecodeFrame(image, 0, pixels, info), 0);
     EXPECT_EQ(info.nBitsStored, 12u);
     EXPECT_EQ(info.nHighBit, 11u);
-    EXPECT_EQ(pixels[0], 7);
 }
 
 TEST(J2kFrame, ColourHasNoDepthOfItsOwn) {
@@ -98,51 +97,6 @@ TEST(J2kFrame, EncodesWithTheOptionsOfItsDataSet) {
     options.nCodeBlockWidth = 5;
     EXPECT_EQ(DataSetAccess::Encode(ds, &data, &source.record, 25, &size, false), 10);
     EXPECT_EQ(data, nullptr);
-}
-
-/** In a process of its own, where the loader does not know the folder of the codec. */
-void UseWithoutCodec() {
-    MDicomDS ds(nullptr);
-    Bitmap source(8, 8, 8);
-    uint8_t *data = nullptr;
-    uint32_t size = 0;
-    int32_t saved = 0;
-    Encode(source, 0, DefaultOptions(), &saved);
-    const int32_t loaded = Decode({1}, source, 8);
-    const uint16_t status = DataSetAccess::Encode(ds, &data, &source.record, 0, &size, true);
-    std::_Exit(saved == -541 && loaded == -541 && status == 232 ? 0 : 1);
-}
-
-TEST(J2kFrameDeathTest, WithoutTheCodecHasAStatusOfItsOwn) {
-    ::testing::FLAGS_gtest_death_test_style = "threadsafe";
-    const char *path = std::getenv("LD_LIBRARY_PATH");
-    const std::string old = path != nullptr ? path : "";
-    unsetenv("LD_LIBRARY_PATH");
-    EXPECT_EXIT(UseWithoutCodec(), testing::ExitedWithCode(0), "");
-    setenv("LD_LIBRARY_PATH", old.c_str(), 1);
-}
-
-TEST(J2kFrame, RealFilesDecode) {
-    size_t frames = 0;
-    for (const auto &path : support::RealFiles()) {
-        SCOPED_TRACE(path);
-        Image image;
-        if (image.ds.LoadDS(path.wstring().c_str(), 0) != 0) continue;
-        image.pixels = image.ds.FindFirstElement(nullptr, TAG_PIXEL_DATA, 0);
-        _IMAGEINFO info{};
-        if (image.pixels == nullptr) continue;
-        if (DataSetAccess::Locate(image.ds, image.pixels, &info, 0) != 0) continue;
-        if (info.nCompression != IMAGE_COMPRESSION_J2K_LOSSLESS &&
-            info.nCompression != IMAGE_COMPRESSION_J2K_LOSSY) {
-            continue;
-        }
-        // One has a head that was made to look like the end of its data.
-        const bool damaged = path.filename() == "JPEG2000-embedded-sequence-delimiter.dcm";
-        Bytes pixels;
-        EXPECT_EQ(DecodeFrame(image, info.nFrameCount - 1, pixels, info), damaged ? 10 : 0);
-        ++frames;
-    }
-    if (frames == 0) GTEST_SKIP() << "no files";
 }
 
 } // namespace
