@@ -1,30 +1,26 @@
 #!/usr/bin/env python3
 """Changes images to every transfer syntax and lets independent programs read the results.
 
-Usage: check_transcoded.py [--list] TRANSCODE_FILES FILE_OR_FOLDER...
-pydicom reads native frames and RLE, dcmdrle RLE, dcmdjpeg JPEG, gdcmconv JPEG without loss and JPEG
-2000. Frames without loss have to equal those of the source, lossy ones to be near them; attributes
-have to stay but for those that tell of the frames, and those have to fit. Prints one line per
-difference that EXPLAINED does not hold, then counts; exits 1 if anything is unexplained.
+Its program is transcode_files; see peers.py. pydicom reads native frames and RLE, dcmdrle RLE,
+dcmdjpeg JPEG, gdcmconv JPEG without loss and JPEG 2000. Frames without loss have to equal those of
+the source, lossy ones to be near them; attributes have to stay but for those that tell of the
+frames, and those have to fit.
 """
 
 import collections
 import concurrent.futures
 import math
 import os
-import shutil
 import subprocess
 import sys
 import tempfile
 
 import compare_pixels as pixels
+import peers
 from check_with_dcmdump import complaints
-from compare_with_pydicom import Reference, files_below
+from compare_with_pydicom import Reference
+from peers import J2K, NATIVE, PREFIX, RLE, numpy, pydicom, syntax_of
 
-numpy, pydicom = pixels.numpy, pixels.pydicom
-
-PREFIX = "1.2.840.10008.1.2"
-NATIVE, RLE, J2K = pixels.NATIVE, pixels.RLE, pixels.J2K
 LOSSY_JPEG = (PREFIX + ".4.50", PREFIX + ".4.51")
 LOSSLESS_JPEG = (PREFIX + ".4.57", PREFIX + ".4.70")
 LOSSY = (*LOSSY_JPEG, J2K[1])
@@ -39,28 +35,25 @@ COLORS = {**{uid: ("RGB", "YBR_FULL") for uid in (*NATIVE, RLE, *LOSSLESS_JPEG)}
           J2K[0]: ("YBR_RCT", "RGB", "YBR_FULL"), J2K[1]: ("YBR_ICT", "RGB")}
 
 PIXEL_DATA = 0x7FE00010
-COLOR_TAGS = {0x00280002: "SamplesPerPixel", 0x00280004: "PhotometricInterpretation",
-              0x00280006: "PlanarConfiguration"}
-BIT_TAGS = {0x00280100: "BitsAllocated", 0x00280101: "BitsStored", 0x00280102: "HighBit"}
-LOSSY_TAGS = {0x00282110: "01", 0x00282112: None, 0x00282114: None}
-FRAMES = 0x00280008
+COLOR_TAGS = (0x00280002, 0x00280004, 0x00280006)
+BIT_TAGS = (0x00280100, 0x00280101, 0x00280102)
+LOSSY_TAGS = (0x00282110, 0x00282112, 0x00282114)
 
 LEAST_DECIBELS = 40
 
-# File name, syntax behind the common prefix ("*": all): what differs first, and why.
 EXPLAINED = {
-    ("GH340.dcm", "*"): (("dcmdjpeg does not", "dcmdrle does not"),
-                         "dcmtk's programs need Samples per Pixel, which is not there"),
-    ("JPEG2000-embedded-sequence-delimiter.dcm", "*"): (
+    "GH340.dcm": (("dcmdjpeg does not", "dcmdrle does not"),
+                  "dcmtk's programs need Samples per Pixel, which is not there"),
+    "JPEG2000-embedded-sequence-delimiter.dcm": (
         "refused with status 10", "a code stream that describes no picture"),
-    ("MR_truncated.dcm", "*"): (("refused with status 4", "refused with status 5", "saving has"),
-                                "the file ends within its only frame"),
+    "MR_truncated.dcm": (("refused with status 4", "refused with status 5", "saving has"),
+                         "the file ends within its only frame"),
     **{("SC_rgb_rle_16bit_2frame.dcm", uid): (
         "gdcmconv does not", "gdcmconv does not read what dcmcjpeg makes of it, either")
        for uid in (".4.57", ".4.70")},
-    ("ovly_p01.dcm", "*"): (
+    "ovly_p01.dcm": (
         "gdcmconv does not", "gdcmconv does not take overlays next to others in unused bits"),
-    ("SC_rgb_jpeg_lossy_gdcm.dcm", "*"): (
+    "SC_rgb_jpeg_lossy_gdcm.dcm": (
         ("pydicom: frame 0", "dcmconv: frame 0", "dcmrle: frame 0", "dcmdrle: frame 0",
          "dcmdjpeg: frame 0", "gdcmconv: frame 0", "lossy frame 0", "YBR_"),
         "halved chrominance under the name of RGB, which the source's reader takes for RGB"),
@@ -75,31 +68,19 @@ EXPLAINED = {
 Pictures = collections.namedtuple("Pictures", "frames ds")
 
 
-class Checker:
+class Checker(peers.Report):
     """What one file's results are like."""
 
     def __init__(self, path, folder):
+        super().__init__(EXPLAINED)
         self.path, self.folder = path, folder
-        self.counts = collections.Counter()
-        self.lines = []
-        self.unexplained = 0
 
     def report(self, uid, found):
-        if not found:
-            return
-        name, text = os.path.basename(self.path), "; ".join(found[:3])
-        syntax = uid[len(PREFIX):] or "implicit"
-        expected, reason = EXPLAINED.get((name, syntax), EXPLAINED.get((name, "*"), (None, None)))
-        if expected and all(line.startswith(expected) for line in found):
-            self.counts["results with an explained difference"] += 1
-            if pixels.LIST:
-                self.lines.append(f"  {self.path} as {syntax}: {text}: {reason}")
-            return
-        self.unexplained += 1
-        self.lines.append(f"  {self.path} as {syntax}: {text}")
+        self.tell(self.path, found, uid[len(PREFIX):] or "implicit")
 
-    def check(self, program):
-        run = subprocess.run([program, self.path, self.folder], stdout=subprocess.PIPE, check=False)
+    def check(self):
+        run = subprocess.run([peers.PROGRAM, self.path, self.folder], stdout=subprocess.PIPE,
+                             check=False)
         rows = [line.split() for line in run.stdout.decode().splitlines()]
         if run.returncode:
             self.counts["files not loaded"] += run.returncode == 1
@@ -113,7 +94,7 @@ class Checker:
         self.counts["files"] += 1
         self.words = complaints(self.path)
         self.elements = elements_of(self.path)
-        self.syntax, self.source = pixels.syntax_of(ds), None
+        self.syntax, self.source = syntax_of(ds), None
         self.photometric = ds.get("PhotometricInterpretation")
         for uid, changed, saved in rows:
             if changed != "0":
@@ -137,7 +118,7 @@ class Checker:
         found = self.check_attributes(uid, ds, path)
         new = complaints(path) - self.words
         found += [f"dcmdump: {word}" for word in sorted(new)]
-        if pixels.syntax_of(ds) == self.syntax:
+        if syntax_of(ds) == self.syntax:
             data = pydicom.dcmread(self.path, force=True).PixelData
             same = ds.PixelData[:len(data)] == data and len(ds.PixelData) - len(data) < 2
             return found if same else [*found, "Pixel Data does not stay as it was"]
@@ -171,7 +152,7 @@ class Checker:
         found = [f"({tag[-1][0] >> 16:04X},{tag[-1][0] & 0xFFFF:04X}) differs"
                  for tag in sorted(before.keys() | after.keys())
                  if before.get(tag) != after.get(tag) and not self.may_change(uid, tag, ds)]
-        if pixels.syntax_of(ds) == self.syntax:
+        if syntax_of(ds) == self.syntax:
             self.counts["results whose frames stay as they are"] += 1
             return found
         return found + photometric_faults(ds, self.photometric, self.syntax)
@@ -192,7 +173,7 @@ def bits_fit(source, ds, uid):
     """Stored bits move to the low end of the fewest bytes for lossy JPEG; packed ones get words."""
     if source.BitsAllocated == 12:
         return ds.BitsAllocated == 16 and ds.BitsStored == 12
-    if pixels.syntax_of(source) in J2K and ds.BitsStored > source.BitsStored:
+    if syntax_of(source) in J2K and ds.BitsStored > source.BitsStored:
         # The attributes told of fewer bits than the codestream has.
         size = dict(segments(first_stream(source)))[0x51]
         return ds.BitsStored == (size[36] & 127) + 1 == ds.HighBit + 1
@@ -219,7 +200,7 @@ def elements_of(path):
 def readers_of(ds):
     """The programs that read a result. No one but this script reads single bits in RLE, and pydicom
     knows only words of 16 bits in big endian."""
-    uid = pixels.syntax_of(ds)
+    uid = syntax_of(ds)
     if uid == RLE and ds.BitsAllocated == 1:
         return (None,)
     is_misread = uid == NATIVE[2] and ds["PixelData"].VR == "OW" and ds.BitsAllocated != 16
@@ -244,7 +225,7 @@ def complete(ds):
 def pictures(path, reader, ds):
     """The frames of a file as one program has them, pydicom if none is named."""
     complete(ds)
-    if reader is None and pixels.syntax_of(ds) == RLE and ds.BitsAllocated == 1:
+    if reader is None and syntax_of(ds) == RLE and ds.BitsAllocated == 1:
         return Pictures(list(pixels.packed_rle(ds)), ds)
     if reader:
         ds = pixels.converted(reader, path)
@@ -260,10 +241,7 @@ def pictures(path, reader, ds):
 def source_pictures(path, frames):
     """The frames of a source as an independent decoder has them, or why there are none."""
     try:
-        ds = pydicom.dcmread(path, force=True)
-        if "TransferSyntaxUID" not in ds.get("file_meta", ()):
-            ds.file_meta = pydicom.dataset.FileMetaDataset()
-            ds.file_meta.TransferSyntaxUID = NATIVE[0] if ds.is_implicit_VR else NATIVE[1]
+        ds = peers.read(path)
         complete(ds)
         decoded = pixels.decoded(ds, path, frames)
         decoded.LossyTolerance = pixels.tolerance(ds)
@@ -314,7 +292,7 @@ def compare_frame(source, result, index, ds):
     worst = int(distance.max())
     if worst == 0:
         return "equal in their stored bits", None
-    if pixels.syntax_of(ds) in LOSSY:
+    if syntax_of(ds) in LOSSY:
         return compare_lossy(distance, second, ds)
     allowed = getattr(source.ds, "LossyTolerance", 0)
     if ours.ndim == 3 and is_ybr(result.ds) != is_ybr(source.ds):
@@ -326,7 +304,7 @@ def compare_lossy(distance, original, ds):
     """Words mostly fill a small part of their range, which is what counts in JPEG 2000; JPEG
     rounds by the range."""
     span = (1 << ds.BitsStored) - 1
-    if ds.BitsStored > 8 and pixels.syntax_of(ds) in J2K:
+    if ds.BitsStored > 8 and syntax_of(ds) in J2K:
         span = max(1, int(original.max()) - int(original.min()))
     decibels = 20 * math.log10(span) - 10 * math.log10((distance.astype("f8") ** 2).mean())
     mean = distance.mean() / span
@@ -351,13 +329,12 @@ def first_stream(ds):
 
 def colors_of_stream(ds):
     """The photometric interpretations that a colour stream can stand under."""
-    uid = pixels.syntax_of(ds)
+    uid = syntax_of(ds)
     markers = dict(reversed(list(segments(first_stream(ds)))))
     if uid in J2K:
         if markers[0x52][4] == 0:
             return ("RGB", "YBR_FULL")
         return ("YBR_RCT",) if markers[0x52][9] == 1 else ("YBR_ICT",)
-    frame = next(content for marker, content in markers.items() if marker in (0xC0, 0xC1))
     frame = next(content for marker, content in markers.items() if marker in (0xC0, 0xC1))
     if 0xEE in markers and markers[0xEE][11] == 0 or frame[6:13:3] == b"RGB":
         return ("RGB",)
@@ -365,7 +342,7 @@ def colors_of_stream(ds):
 
 
 def photometric_faults(ds, before, syntax):
-    photometric, uid = ds.get("PhotometricInterpretation"), pixels.syntax_of(ds)
+    photometric, uid = ds.get("PhotometricInterpretation"), syntax_of(ds)
     if ds.get("SamplesPerPixel", 1) != 3:
         return []
     if uid in NATIVE and syntax in NATIVE:
@@ -382,7 +359,7 @@ def reason_of_refusal(status, uid, ds):
     is_color, is_palette = (ds.get("SamplesPerPixel", 1) == 3,
                             ds.get("PhotometricInterpretation") == "PALETTE COLOR")
     reasons = ((8, is_color and allocated == 32, "colour of 32 bits is not decoded"),
-               (11, pixels.syntax_of(ds) in pixels.SKIPPED, "JPEG-LS is not decoded"),
+               (11, syntax_of(ds) in pixels.SKIPPED, "JPEG-LS is not decoded"),
                (11, allocated == 1, "JPEG and JPEG 2000 are not taken for single bits"),
                (12, is_palette and uid in LOSSY, "indices of a palette cannot be near"),
                (14, "Rows" not in ds, "there are no Rows and no Columns"),
@@ -396,36 +373,25 @@ def reason_of_refusal(status, uid, ds):
     return next((text for code, holds, text in reasons if holds and code == status), None)
 
 
-def check(arguments):
-    program, path = arguments
+def check(path):
     with tempfile.TemporaryDirectory() as folder:
         checker = Checker(path, folder)
         try:
-            checker.check(program)
+            checker.check()
         except Exception as error:
             checker.report("", [f"cannot be checked: {error!r}"])
-    return checker.counts, checker.lines, checker.unexplained
+    result = peers.Report()
+    result.add(checker)
+    return result
 
 
 def main():
-    programs = ("dcmdump", "dcmconv", "dcmdjpeg", "dcmdrle", "gdcmconv")
-    missing = [program for program in programs if not shutil.which(program)]
-    if missing:
-        print(f"not installed: {', '.join(missing)}")
-        return 77
-    arguments = [argument for argument in sys.argv[1:] if argument != "--list"]
-    counts, unexplained = collections.Counter(), 0
+    peers.need("dcmdump", "dcmconv", "dcmdjpeg", "dcmdrle", "gdcmconv")
+    report = peers.Report()
     with concurrent.futures.ProcessPoolExecutor(2) as pool:
-        work = [(arguments[0], path) for path in files_below(arguments[1:])]
-        for part, lines, number in pool.map(check, work):
-            counts.update(part)
-            unexplained += number
-            for line in lines:
-                print(line)
-    for count, number in sorted(counts.items()):
-        print(f"  {number:6} {count}")
-    print(f"{unexplained} results with a difference that nothing explains")
-    return 1 if unexplained or not counts["results"] else 0
+        for part in pool.map(check, peers.files()):
+            report.add(part)
+    return report.end("results")
 
 
 if __name__ == "__main__":

@@ -1,33 +1,13 @@
 #!/usr/bin/env python3
-"""Compares the record trees that list_keys prints with those that pydicom reads.
-
-Usage: compare_directories.py LIST_KEYS FILE_OR_FOLDER...
-The files are those with a directory record sequence. Exits 1 at a difference, 77 without pydicom.
-"""
+"""Compares the record trees of directories with those that pydicom reads. Its program is show; see
+peers.py."""
 
 import os
-import subprocess
 import sys
-import warnings
 
-try:
-    import pydicom
-    from pydicom.fileset import FileSet
-except ImportError:
-    print("pydicom is not installed")
-    sys.exit(77)
-
-warnings.simplefilter("ignore")
-
-
-def files_below(paths):
-    for path in paths:
-        if os.path.isfile(path):
-            yield path
-        for folder, _, names in sorted(os.walk(path)):
-            for name in sorted(names):
-                if name.startswith("DICOMDIR"):
-                    yield os.path.join(folder, name)
+import peers
+from peers import pydicom
+from pydicom.fileset import FileSet
 
 
 def walk(path):
@@ -64,33 +44,26 @@ def without_bare_leaves(lines, records):
             if records[line[1]].get(lower, 0) or "ReferencedFileID" in records[line[1]]]
 
 
-def parse(lines):
-    for line in lines:
-        depth, offset, kind = line.split(" ", 2)
-        yield int(depth), int(offset), kind
-
-
 def main():
-    paths = list(files_below(sys.argv[2:]))
+    report = peers.Report()
+    paths = [path for path in peers.files() if os.path.basename(path).startswith("DICOMDIR")]
     if not paths:
-        print("no directories found")
-        return 77
-    output = subprocess.run([sys.argv[1], *paths], stdout=subprocess.PIPE, check=True).stdout
-    failures = count = trees = 0
-    for path, block in zip(paths, output.decode().split("file ")[1:]):
-        lines = block.splitlines()
-        ours = list(parse(lines[1:]))
+        peers.skip("files with directories")
+    for status, path, lines in peers.shown("keys", paths):
+        report.counts["directories"] += 1
+        if status:
+            continue
+        ours = [(int(words[0]), int(words[1]), " ".join(words[2:])) for words, _ in lines]
         theirs, records = walk(path)
-        count += len(ours)
-        same = not lines[0].startswith("0") or ours == theirs
+        report.counts["records"] += len(ours)
+        found = [] if ours == theirs else [f"{len(ours)} of {len(records)} records"]
         nodes = node_tree(path)
         if nodes is not None:
-            trees += 1
-            same = same and without_bare_leaves(ours, records) == nodes
-        print(f"{'same' if same else 'DIFFERENT'} {len(ours)} of {len(records)} records: {path}")
-        failures += not same
-    print(f"{len(paths)} directories, {count} records, {trees} compared with record trees")
-    return 1 if failures or not count else 0
+            report.counts["record trees"] += 1
+            if without_bare_leaves(ours, records) != nodes:
+                found.append("another tree")
+        report.tell(path, found)
+    return report.end("records")
 
 
 if __name__ == "__main__":

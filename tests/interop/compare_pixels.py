@@ -1,61 +1,40 @@
 #!/usr/bin/env python3
-"""Compares the frames that show_pixels decodes with those of independent decoders.
+"""Compares frames with those of independent decoders. Its program is show; see peers.py.
 
-Usage: compare_pixels.py [--list] SHOW_PIXELS FILE_OR_FOLDER...
 The others are pydicom for native and RLE frames, dcmdjpeg for JPEG and gdcmconv for JPEG 2000, and
 for JPEG that dcmdjpeg does not decode. Next to the files, images made here are compared, and what
-dcmtk and gdcmconv compress one native image of each format to. Prints one line per difference that
-EXPLAINED does not hold, then counts; exits 1 if anything is unexplained.
+dcmtk and gdcmconv compress one native image of each format to.
 """
 
 import collections
 import copy
 import os
-import shutil
-import subprocess
 import sys
 import tempfile
-import warnings
 
-from compare_with_pydicom import files_below
+import peers
+from peers import J2K, NATIVE, PREFIX, RLE, numpy, pydicom, run, syntax_of
+from pydicom.pixel_data_handlers.util import apply_color_lut, convert_color_space
 
-try:
-    import numpy
-    import pydicom
-    import pydicom.data
-    from pydicom.pixel_data_handlers.util import apply_color_lut, convert_color_space
-except ImportError:
-    print("pydicom or numpy is not installed")
-    sys.exit(77)
+JPEG = tuple(f"{PREFIX}.4.{n}" for n in (50, 51, 53, 55, 57, 70))
+LOSSY = (*JPEG[:4], J2K[1])
+SKIPPED = {PREFIX + ".4.80": "JPEG-LS", PREFIX + ".4.81": "JPEG-LS", PREFIX + ".1.99": "deflated",
+           PREFIX + ".4.100": "MPEG", PREFIX + ".4.101": "MPEG"}
 
-warnings.simplefilter("ignore")
-pydicom.config.settings.reading_validation_mode = pydicom.config.IGNORE
-
-LIST = "--list" in sys.argv
-NATIVE = ("1.2.840.10008.1.2", "1.2.840.10008.1.2.1", "1.2.840.10008.1.2.2")
-RLE = "1.2.840.10008.1.2.5"
-JPEG = tuple(f"1.2.840.10008.1.2.4.{n}" for n in (50, 51, 53, 55, 57, 70))
-J2K = ("1.2.840.10008.1.2.4.90", "1.2.840.10008.1.2.4.91")
-LOSSY = tuple(f"1.2.840.10008.1.2.4.{n}" for n in (50, 51, 53, 55, 91))
-SKIPPED = {"1.2.840.10008.1.2.4.80": "JPEG-LS", "1.2.840.10008.1.2.4.81": "JPEG-LS",
-           "1.2.840.10008.1.2.1.99": "deflated", "1.2.840.10008.1.2.4.100": "MPEG",
-           "1.2.840.10008.1.2.4.101": "MPEG"}
-
-# File name: what differs, and why.
+# File name: how each difference begins, and why it is there.
 EXPLAINED = {
     "JPEG2000-embedded-sequence-delimiter.dcm": (
         "frame 0 has status 10",
         "a code stream made of bytes that look like a delimiter; gdcmconv fails, too"),
     "MR_truncated.dcm": ("frame 0 has status 5", "the file ends within its only frame"),
-    "SC_rgb_rle_32bit.dcm": (
-        "frame 0 has status 8", "no bitmap has colour of 32 bits a component"),
-    "SC_rgb_rle_32bit_2frame.dcm": (
-        "frame 0 has status 8", "no bitmap has colour of 32 bits a component"),
+    **{name: (("frame 0 has status 8", "frame 1 has status 8"),
+              "no bitmap has colour of 32 bits a component")
+       for name in ("SC_rgb_rle_32bit.dcm", "SC_rgb_rle_32bit_2frame.dcm")},
     "SC_rgb_jpeg_lossy_gdcm.dcm": (
         "frame 0 differs: 255",
         "chrominance of half the size under the name of RGB, which dcmdjpeg takes for RGB"),
-    "meta_missing_tsyntax.dcm": ("frame 0 has status 14", "there are no Rows and no Columns"),
-    "nested_priv_SQ.dcm": ("frame 0 has status 14", "there are no Rows and no Columns"),
+    **{name: ("frame 0 has status 14", "there are no Rows and no Columns")
+       for name in ("meta_missing_tsyntax.dcm", "nested_priv_SQ.dcm")},
     "emri_small_jpeg_2k_lossless_too_short.dcm": (
         "10 frames without Pixel Data", "pydicom leaves Pixel Data without an end out"),
 }
@@ -67,33 +46,34 @@ ENCODERS = {"rle": ("dcmcrle",), "lossless": ("dcmcjpeg", "+e1"), "any": ("dcmcj
             "gdcm-jpeg": ("gdcmconv", "--jpeg"), "j2k": ("gdcmconv", "--j2k"),
             "j2k-lossy": ("gdcmconv", "--j2k", "--lossy", "-r", "10")}
 
-Frame = collections.namedtuple("Frame", "number index status kind width height bytes first samples")
-counts = collections.Counter()
+Frame = collections.namedtuple("Frame", "number index status depth palette samples")
+report = peers.Report(EXPLAINED)
+counts = report.counts
 
 
-def read_frames(stream):
-    """The files of show_pixels' output as (status, path, frames)."""
-    status, path, frames = None, None, []
-    while line := stream.readline():
-        words = line.decode().rstrip("\n").split(" ")
-        if words[0] == "file":
-            if path:
-                yield status, path, frames
-            status, path, frames = int(words[1]), " ".join(words[2:]), []
-            continue
-        number, index, frame_status, kind, width, height, size, first = words[1:]
-        width, height, size = int(width), int(height), int(size)
-        channels = 3 if kind == "color" else 1
-        bytes_ = stream.read(width * height * size * channels)
-        samples = numpy.frombuffer(bytes_, f"<u{size}" if size else "u1")
-        if kind == "color":
-            samples = samples.reshape(height, width, 3)
-        elif kind == "gray":
-            samples = samples.reshape(height, width)
-        frames.append(Frame(int(number), int(index), int(frame_status), kind, width, height, size,
-                            int(first), samples))
-    if path:
-        yield status, path, frames
+def words_of_12_bits(packed):
+    """Samples of 12 bits, of which two share three bytes."""
+    bits = numpy.unpackbits(packed, axis=-1, bitorder="little")
+    bits = bits[..., :bits.shape[-1] // 12 * 12].reshape(*bits.shape[:-1], -1, 12)
+    return (bits.astype("<u2") << numpy.arange(12)).sum(-1).astype("<u2")
+
+
+def frame_of(words, data):
+    """A frame as show prints it; its samples are gray, or red, green and blue."""
+    number, index, status, width, height, depth, colors, is_palette = map(int, words)
+    if status:
+        return Frame(number, index, status, 0, None, None)
+    rows, palette = numpy.split(numpy.frombuffer(data, "u1"), [len(data) - colors * 4])
+    rows, palette = rows.reshape(height, -1), palette.reshape(-1, 4)[:, 2::-1]
+    if depth == 1:
+        samples = numpy.unpackbits(rows, axis=1)[:, :width]
+    elif depth == 12:
+        samples = words_of_12_bits(rows)[:, :width]
+    elif depth == 24:
+        samples = rows.reshape(height, width, 3)[..., ::-1]
+    else:
+        samples = rows.view(f"<u{depth // 8}")
+    return Frame(number, index, status, depth, palette, palette[samples] if is_palette and colors else samples)
 
 
 def images_within(ds):
@@ -110,13 +90,6 @@ def images_within(ds):
             yield ds
 
 
-def run(program, path, target):
-    """True if a program makes a file of another one."""
-    result = subprocess.run([*program, path, target], stdout=subprocess.DEVNULL,
-                            stderr=subprocess.DEVNULL, check=False)
-    return result.returncode == 0 and os.path.exists(target)
-
-
 def converted(program, path):
     """What a program that unpacks compressed pixels makes of a file."""
     with tempfile.TemporaryDirectory() as folder:
@@ -129,13 +102,9 @@ def converted(program, path):
 
 
 def packed_words(ds):
-    """The samples of 12 allocated bits, of which two share three bytes."""
-    packed = numpy.frombuffer(ds.PixelData, "u1")
-    triples = packed[:len(packed) // 3 * 3].reshape(-1, 3).astype("<u2")
-    low = triples[:, 0] | (triples[:, 1] & 15) << 8
-    high = triples[:, 1] >> 4 | triples[:, 2] << 4
-    samples = numpy.stack((low, high), 1).ravel()
-    yield samples[:ds.Rows * ds.Columns].reshape(ds.Rows, ds.Columns)
+    """The one frame of an image of 12 allocated bits."""
+    words = words_of_12_bits(numpy.frombuffer(ds.PixelData, "u1"))
+    yield words[:ds.Rows * ds.Columns].reshape(ds.Rows, ds.Columns)
 
 
 def packed_rle(ds):
@@ -164,10 +133,6 @@ def decoded(ds, path, frames):
         ds = copy.deepcopy(ds)
         ds.NumberOfFrames = frames
     return ds
-
-
-def syntax_of(ds):
-    return str(ds.file_meta.get("TransferSyntaxUID", NATIVE[0]))
 
 
 def reference_frames(ds, path, frames):
@@ -217,11 +182,11 @@ def values(words, ds):
 def difference(frame, other, ds):
     """None if equal, a text, or the greatest distance."""
     if frame.samples.shape != other.shape:
-        return f"{frame.kind} {frame.samples.shape}, {other.shape}"
+        return f"{frame.samples.shape}, {other.shape}"
     if numpy.array_equal(frame.samples, other):
         return None
     ours, theirs = frame.samples.astype("i8"), other.astype("i8")
-    if frame.kind == "gray" and syntax_of(ds) in JPEG + J2K:
+    if frame.samples.ndim == 2 and syntax_of(ds) in JPEG + J2K:
         ours, theirs = values(ours, ds), values(theirs, ds)
         if numpy.array_equal(ours, theirs):
             counts["frames equal but for what stands above the stored bits"] += 1
@@ -231,10 +196,10 @@ def difference(frame, other, ds):
 
 def palette_fault(frame, ds):
     """The gray palette runs from white to black where the least value is white."""
-    if frame.kind != "gray" or frame.bytes != 1 or ds.BitsAllocated == 1:
+    if frame.samples.ndim == 3 or frame.depth != 8:
         return None
-    wanted = 255 if ds.PhotometricInterpretation == "MONOCHROME1" else 0
-    return None if frame.first == wanted else f"the gray palette begins with {frame.first}"
+    wanted, first = 255 * (ds.PhotometricInterpretation == "MONOCHROME1"), frame.palette[0, 0]
+    return None if first == wanted else f"the gray palette begins with {first}"
 
 
 def compare_image(ds, path, frames):
@@ -265,7 +230,7 @@ def compare_image(ds, path, frames):
 
 
 def compare(path, frames):
-    ds = pydicom.dcmread(path, force=True)
+    ds = peers.read(path)
     images = list(images_within(ds))
     syntax = syntax_of(ds)
     if not images:
@@ -283,9 +248,6 @@ def compare(path, frames):
             image.file_meta.TransferSyntaxUID = NATIVE[1] if ds.is_little_endian else NATIVE[2]
             image.is_little_endian = ds.is_little_endian
             image.is_implicit_VR = ds.is_implicit_VR
-        elif "TransferSyntaxUID" not in ds.get("file_meta", ()):
-            image.file_meta = pydicom.dataset.FileMetaDataset()
-            image.file_meta.TransferSyntaxUID = NATIVE[0] if ds.is_implicit_VR else NATIVE[1]
         found += compare_image(image, path, [f for f in frames if f.number == number])
     return found
 
@@ -374,52 +336,28 @@ def compress(paths, folder):
                 yield target
 
 
-def report(path, found):
-    """Number of differences that nothing explains."""
-    text = "; ".join(found[:3])
-    expected, reason = EXPLAINED.get(os.path.basename(path), (None, None))
-    if expected and found and found[0] == expected:
-        counts["files explained"] += 1
-        if LIST:
-            print(f"  {path}: {text}: {reason}")
-        return 0
-    if expected or found:
-        print(f"  {path}: {text or 'does not differ as it should'}")
-    return max(len(found), 1 if expected else 0)
-
-
-def compare_all(program, paths):
-    unexplained = 0
-    process = subprocess.Popen([program, *paths], stdout=subprocess.PIPE)
-    for status, path, frames in read_frames(process.stdout):
+def compare_all(title, paths):
+    for status, path, lines in peers.shown("pixels", list(paths)):
         if status:
             counts["files not loaded"] += 1
-        else:
-            unexplained += report(path, compare(path, frames))
-    return unexplained + (1 if process.wait() else 0)
+            continue
+        found = compare(path, [frame_of(words, data) for words, data in lines])
+        if not found and os.path.basename(path) in EXPLAINED:
+            found = ["does not differ as it should"]
+        report.tell(path, found)
+    empty = not counts["frames"]
+    report.show(title)
+    return empty
 
 
 def main():
-    programs = ("dcmdjpeg", "dcmcjpeg", "dcmcrle", "gdcmconv")
-    missing = [program for program in programs if not shutil.which(program)]
-    if missing:
-        print(f"not installed: {', '.join(missing)}")
-        return 77
-    arguments = [argument for argument in sys.argv[1:] if argument != "--list"]
-    paths = list(files_below(arguments[1:]))
-    unexplained = 0
+    peers.need("dcmdjpeg", "dcmcjpeg", "dcmcrle", "gdcmconv")
+    paths = list(peers.files())
     with tempfile.TemporaryDirectory() as folder:
         made = [make(row, os.path.join(folder, f"made{i}.dcm")) for i, row in enumerate(MADE)]
-        compressed = compress([*made, *paths], folder)
-        for title, files in (("files", paths), ("made here", made),
-                             ("compressed here", compressed)):
-            counts.clear()
-            unexplained += compare_all(arguments[0], list(files))
-            print(f"{title}:")
-            for count, number in sorted(counts.items()):
-                print(f"  {number:6} {count}")
-    print(f"{unexplained} differences without an explanation")
-    return 1 if unexplained or not counts["frames"] else 0
+        empty = [compare_all("files", paths), compare_all("made here", made),
+                 compare_all("compressed here", compress([*made, *paths], folder))]
+    return report.end() or any(empty)
 
 
 if __name__ == "__main__":
