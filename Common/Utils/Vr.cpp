@@ -46,8 +46,11 @@ unsigned SwapUnitOf(uint16_t code) {
             return 8;
         case vr::OL:
             return 4;
-        default:
-            return UnitSizeOf(code);
+        default: {
+            const uint16_t unit = UnitSizeOf(code);
+            return unit == 2 || unit == 4 || unit == 8 ? unit
+                                                       : 1; // rows can be added with any size
+        }
     }
 }
 

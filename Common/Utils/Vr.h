@@ -81,7 +81,8 @@ constexpr bool IsVrLetters(uint16_t code) {
 /** True for the two letters of a VR of the standard. */
 bool IsVrCode(uint16_t code);
 
-/** Bytes that change places together when the byte order changes; 1 for text and raw bytes. */
+/** Bytes that change places together when the byte order changes: 2, 4 or 8, and 1 for text and
+ *  raw bytes. */
 unsigned SwapUnitOf(uint16_t code);
 
 /** Bytes of one unit by the VR table; 1 for a VR that it does not know. */

@@ -98,6 +98,25 @@ TEST(BinaryValue, StoresUnitsInTheOrderOfTheDataSet) {
     }
 }
 
+/** Programs may give a VR units of any size. */
+TEST(BinaryValue, TurnsNoUnitsOfForeignSizes) {
+    constexpr uint16_t kForeign = 0x5151;
+    MDicomDS ds(nullptr);
+    ds.m_nFlags = DS_BIG_ENDIAN | DS_EXPLICIT_VR;
+    for (const uint16_t unit : {0, 3, 16}) {
+        _DICOMVR *row = MDicomVR::Insert(kForeign, L"foreign", 0, VR_BINARY, unit);
+        _DICOMELEMENT *element = ds.InsertElement(nullptr, 0, kTag, kForeign, 0, 0);
+        Bytes bytes(32);
+        for (uint8_t &byte : bytes) byte = static_cast<uint8_t>(&byte - bytes.data());
+        ASSERT_NE(ds.SetBinaryValue(element, bytes.data(), 32), 0);
+        Bytes read(20);
+        ASSERT_NE(ds.GetBinaryValue(element, read.data(), 3, 20), 0);
+        EXPECT_TRUE(std::equal(read.begin(), read.end(), bytes.begin() + 3)) << unit;
+        ds.DeleteElement(element);
+        MDicomVR::Delete(row);
+    }
+}
+
 TEST(BinaryValue, InsertsZerosWithoutData) {
     MDicomDS ds(nullptr);
     _DICOMELEMENT *element = Insert(ds, "OB");
