@@ -95,7 +95,7 @@ void MDicomDS::ForgetOffset(_DICOMELEMENT *pElement) {
 }
 
 uint32_t MDicomDS::GetElementOffset(_DICOMELEMENT *pElement) {
-    if (m_pIndex == nullptr || pElement == nullptr) return 0;
+    if (m_pIndex == nullptr || pElement == nullptr || !CheckElement(pElement)) return 0;
     _DICOMLINK *node = m_pIndex->KnownOffset(pElement);
     return node != nullptr ? AsOffset(node)->offset : 0;
 }

@@ -98,7 +98,7 @@ _DICOMELEMENT *MDicomDS::FindNextPrivateCreatorDataElement(_DICOMELEMENT *pEleme
 }
 
 _DICOMELEMENT *MDicomDS::FindFirstPrivateElement(_DICOMELEMENT *pCreator) {
-    if (!IsCreator(pCreator)) return nullptr;
+    if (!CheckElement(pCreator) || !IsCreator(pCreator)) return nullptr;
     if (FindFirstElement(pCreator, pCreator->nTag, 1) == nullptr) return nullptr;
     const uint32_t block = BlockOf(pCreator);
     for (uint32_t i = 0; i < kBlockSize; ++i) {
@@ -109,7 +109,8 @@ _DICOMELEMENT *MDicomDS::FindFirstPrivateElement(_DICOMELEMENT *pCreator) {
 }
 
 _DICOMELEMENT *MDicomDS::FindNextPrivateElement(_DICOMELEMENT *pElement, _DICOMELEMENT *pCreator) {
-    if (pElement == nullptr || !IsCreator(pCreator)) return nullptr;
+    if (pElement == nullptr || !CheckElement(pElement)) return nullptr;
+    if (!CheckElement(pCreator) || !IsCreator(pCreator)) return nullptr;
     if (FindFirstElement(pElement, pCreator->nTag, 1) == nullptr) return nullptr;
     const uint32_t block = BlockOf(pCreator);
     _DICOMELEMENT *next = NextOf(pElement);
@@ -120,7 +121,8 @@ _DICOMELEMENT *MDicomDS::FindNextPrivateElement(_DICOMELEMENT *pElement, _DICOME
 }
 
 uint16_t MDicomDS::GetNextUnusedPrivateTag(_DICOMELEMENT *pCreator, uint32_t *pTag) {
-    if (!IsCreator(pCreator) || pTag == nullptr) return DICOM_ERROR_PARAMETER;
+    if (!CheckElement(pCreator) || !IsCreator(pCreator)) return DICOM_ERROR_PARAMETER;
+    if (pTag == nullptr) return DICOM_ERROR_PARAMETER;
     if (FindFirstElement(pCreator, pCreator->nTag, 1) == nullptr) {
         return DICOM_ERROR_PRIVATE_CREATOR_MISSING;
     }
@@ -152,6 +154,7 @@ uint16_t MDicomDS::ChooseCreator(_DICOMELEMENT *pElement, uint16_t nGroup, uint1
 uint16_t MDicomDS::CreatePrivateCreatorDataElement(_DICOMELEMENT *pElement, uint16_t nGroup,
                                                    uint16_t nElement, const wchar_t *pszCreator,
                                                    _DICOMELEMENT **ppCreator) {
+    if (!CheckElement(pElement)) return DICOM_ERROR_PARAMETER;
     if (!IsPrivateGroup(nGroup)) return DICOM_ERROR_PRIVATE_GROUP;
     const uint16_t status = ChooseCreator(pElement, nGroup, &nElement);
     if (status != DICOM_SUCCESS) return status;

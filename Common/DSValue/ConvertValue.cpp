@@ -303,7 +303,7 @@ int32_t MDicomDS::SetConvertValueA(_DICOMELEMENT *pElement, const char *pszText,
 
 int32_t MDicomDS::SetConvertValue(_DICOMELEMENT *pElement, const wchar_t *pszText,
                                   uint32_t nCount) {
-    if (pElement == nullptr || pszText == nullptr) return 0;
+    if (pElement == nullptr || pszText == nullptr || !CheckElement(pElement)) return 0;
     return Guarded(0, [&] {
         const bool encoded = IsPlainText(pElement->nVR) && nCount != 0 && *pszText != L'\0';
         if (!encoded) return SetConvertValueA(pElement, NarrowUtf8(pszText).c_str(), nCount);

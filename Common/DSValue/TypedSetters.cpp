@@ -105,7 +105,7 @@ bool IsAgeReference(char reference) {
 
 template <typename Range>
 bool AreRanges(const Range *array, uint32_t count) {
-    if (array == nullptr) return false;
+    if (array == nullptr || IsAllValues(count)) return false;
     return std::all_of(array, array + count,
                        [](const Range &range) { return range.Type <= VALUE_RANGE_BOTH; });
 }
@@ -158,10 +158,10 @@ int32_t MDicomDS::SetStringValueA(_DICOMELEMENT *pElement, const char *pszText, 
 
 int32_t MDicomDS::SetAgeValue(_DICOMELEMENT *pElement, const _VALUEAGE *pArray, uint32_t nCount) {
     if (!CheckElement(pElement) || !VerifyVR(pElement, VALUE_KIND_AGE)) return 0;
-    const bool valid =
-        pArray == nullptr || std::all_of(pArray, pArray + nCount, [](const _VALUEAGE &age) {
-            return IsAgeReference(age.Reference);
-        });
+    if (pArray == nullptr || IsAllValues(nCount)) return SetTypeValue(pElement, pArray, nCount, 0);
+    const bool valid = std::all_of(pArray, pArray + nCount, [](const _VALUEAGE &age) {
+        return IsAgeReference(age.Reference);
+    });
     return valid ? SetTypeValue(pElement, pArray, nCount, 0) : DICOM_ERROR_PARAMETER;
 }
 

@@ -251,6 +251,10 @@ TEST(TypedValue, RefusesWhatDoesNotFit) {
     EXPECT_FALSE(v.ds.SetShortValue(shorts, nullptr, 2));
     EXPECT_FALSE(v.ds.SetShortValue(shorts, reinterpret_cast<int16_t *>(bytes), 0x80000000u));
     EXPECT_EQ(v.Bytes(shorts), std::string("\1\0\2\0", 4));
+    const _VALUEAGE age{5, 'Y'};
+    const _VALUEDATERANGE range{};
+    EXPECT_FALSE(v.ds.SetAgeValue(v.Add("AS"), &age, 0xFFFFFFFF)); // arrays have an end
+    EXPECT_FALSE(v.ds.SetDateRangeValue(v.Add("DA"), &range, 0xFFFFFFFF));
     EXPECT_EQ(v.ds.GetLongValue(shorts, 0, 1), nullptr);
     EXPECT_EQ(v.ds.GetShortValue(shorts, 1, 2), nullptr);
     EXPECT_EQ(v.ds.GetShortValue(shorts, 3, 0), nullptr);
@@ -353,4 +357,15 @@ TEST(TypedValue, DebugHookHearsOfStrangersAndRanges) {
     EXPECT_EQ(calls, 5);
     EXPECT_EQ(v.ds.GetDateValue(v.Add("DA", "19970815-"), 0, 1), nullptr);
     EXPECT_EQ(calls, 6);
+    // A handle that is not in the tree is not looked at: it may lead nowhere.
+    auto *nowhere = reinterpret_cast<_DICOMELEMENT *>(uintptr_t{0x1000});
+    uint32_t tag = 0;
+    EXPECT_FALSE(v.ds.SetConvertValue(nowhere, L"1", 1));
+    EXPECT_EQ(v.ds.FindFirstPrivateElement(nowhere), nullptr);
+    EXPECT_EQ(v.ds.FindNextPrivateElement(nowhere, nowhere), nullptr);
+    EXPECT_EQ(v.ds.GetNextUnusedPrivateTag(nowhere, &tag), DICOM_ERROR_PARAMETER);
+    EXPECT_EQ(v.ds.CreatePrivateCreatorDataElement(nowhere, 9, 0x10, L"x", nullptr),
+              DICOM_ERROR_PARAMETER);
+    EXPECT_EQ(v.ds.GetElementOffset(nowhere), 0u);
+    EXPECT_EQ(calls, 12);
 }
