@@ -2,6 +2,7 @@
 
 #include "Common/Utils/NumberText.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <limits>
@@ -25,6 +26,17 @@ size_t SkipSpaces(std::string_view text) {
     size_t place = 0;
     while (place < text.size() && IsSpace(text[place])) ++place;
     return place;
+}
+
+/** True for the text of a number too small for a double, false for one too large. */
+bool IsTiny(std::string_view number) {
+    const size_t mark = std::min(number.find_first_of("eE"), number.size());
+    const std::string_view digits = number.substr(0, mark);
+    const auto point = static_cast<int64_t>(std::min(digits.find('.'), mark));
+    const auto first = static_cast<int64_t>(std::min(digits.find_first_of("123456789"), mark));
+    const int64_t exponent = mark < number.size() ? ParseInteger(number.substr(mark + 1)).value : 0;
+    constexpr int64_t kFar = 1'000'000'000'000;
+    return point - first + std::clamp(exponent, -kFar, kFar) < 0;
 }
 
 std::string FormatGeneral(double value, int digits) {
@@ -73,9 +85,7 @@ ParsedNumber<double> ParseDecimal(std::string_view text) {
     if (error == std::errc::invalid_argument) return {0.0, 0};
     const size_t length = static_cast<size_t>(end - text.data());
     if (error == std::errc::result_out_of_range) {
-        const std::string_view taken = text.substr(start, length - start);
-        const size_t exponent = taken.find_first_of("eE");
-        const bool tiny = exponent != std::string_view::npos && taken[exponent + 1] == '-';
+        const bool tiny = IsTiny(text.substr(start, length - start));
         value = tiny ? 0.0 : std::numeric_limits<double>::infinity();
         if (text[start] == '-') value = -value;
     }

@@ -67,7 +67,12 @@ TEST(NumberText, ParsesDecimals) {
         EXPECT_EQ(parsed.value, value) << text;
         EXPECT_EQ(parsed.length, length) << text;
     }
-    EXPECT_EQ(ParseDecimal("-1e999").value, -std::numeric_limits<double>::infinity());
+    const std::string zeros(400, '0');
+    EXPECT_EQ(ParseDecimal("0." + zeros + "1").value, 0);
+    for (const std::string &large :
+         {std::string("-1e999"), "-1" + zeros, "-0.1" + zeros + "e+999"}) {
+        EXPECT_EQ(ParseDecimal(large).value, -std::numeric_limits<double>::infinity()) << large;
+    }
 }
 
 TEST(NumberText, DecimalStringsFitAndKeepTheirMagnitude) {
