@@ -14,6 +14,9 @@
 #include <string>
 #include <string_view>
 
+class MDicomDS;
+struct _DICOMELEMENT;
+
 namespace mdicom {
 
 namespace charset {
@@ -52,5 +55,9 @@ std::optional<std::string> EncodeText(std::wstring_view text, std::span<const ui
 /** Place of the first backslash that separates values, and is not the second byte of a
  *  character; npos when there is none. */
 size_t FindValueEnd(std::string_view bytes, std::span<const uint32_t> sets);
+
+/** The Specific Character Set of the innermost item around an element that declares one; null
+ *  where that of the data set holds. */
+_DICOMELEMENT *FindNestedDeclaration(MDicomDS &dataSet, _DICOMELEMENT *element);
 
 } // namespace mdicom

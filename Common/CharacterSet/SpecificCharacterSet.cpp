@@ -44,20 +44,19 @@ Status ReadNames(MDicomDS &dataSet, _DICOMELEMENT *element, std::span<uint32_t> 
     return 0;
 }
 
-/** The Specific Character Set of the innermost item around an element that declares one. */
-_DICOMELEMENT *FindNestedDeclaration(MDicomDS &dataSet, _DICOMELEMENT *element) {
+} // namespace
+
+_DICOMELEMENT *mdicom::FindNestedDeclaration(MDicomDS &dataSet, _DICOMELEMENT *element) {
     while (element->Link.pParent != nullptr) {
         // Among the items of a sequence there is nothing to find.
         _DICOMELEMENT *found = element->nTag != TAG_ITEM
                                    ? dataSet.FindFirstElement(element, kTagSpecificCharacterSet, 1)
                                    : nullptr;
         if (HasValue(found)) return found;
-        element = mdicom::ParentOf(element);
+        element = ParentOf(element);
     }
     return nullptr;
 }
-
-} // namespace
 
 int32_t MDicomDS::IsElementAffectedByCharacterSet(_DICOMELEMENT *pElement) {
     if (pElement == nullptr) return 0;
@@ -115,9 +114,17 @@ uint16_t MDicomDS::ApplyCharacterSet(uint32_t nCharacterSet) {
         if (!included) return DICOM_ERROR_CHARACTER_SET;
         return RefreshCharacterSet();
     }
-    if (element != nullptr) DeleteElement(element);
-    element = InsertElement(nullptr, 0, kTagSpecificCharacterSet, mdicom::vr::CS, 0, 0);
-    if (element == nullptr || !SetStringValueA(element, name.data(), 1)) return DICOM_ERROR_MEMORY;
+    const bool isNew =
+        !VerifyVR(element, VALUE_KIND_STRING) || element->nLength == mdicom::kUndefinedLength;
+    if (isNew) {
+        DeleteElement(element);
+        element = InsertElement(nullptr, 0, kTagSpecificCharacterSet, mdicom::vr::CS, 0, 0);
+    }
+    if (element == nullptr || !SetStringValueA(element, name.data(), 1)) {
+        if (isNew) DeleteElement(element);
+        return DICOM_ERROR_MEMORY;
+    }
+    element->nVR = mdicom::vr::CS;
     return RefreshCharacterSet();
 }
 
@@ -125,7 +132,8 @@ CharacterSetList MDicomDS::CharacterSetsOf(_DICOMELEMENT *pElement) {
     CharacterSetList list;
     // Its own text is in no set, and to look for one would not end.
     if (pElement != nullptr && pElement->nTag == kTagSpecificCharacterSet) return list;
-    _DICOMELEMENT *nested = pElement != nullptr ? FindNestedDeclaration(*this, pElement) : nullptr;
+    _DICOMELEMENT *nested =
+        pElement != nullptr ? mdicom::FindNestedDeclaration(*this, pElement) : nullptr;
     if (nested != nullptr) {
         ReadNames(*this, nested, list.ids, list.count);
     } else if (m_pCharacterSets != nullptr) {

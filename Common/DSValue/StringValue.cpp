@@ -114,12 +114,15 @@ bool MDicomDS::EncodeStrings(_DICOMELEMENT *pElement, const wchar_t *pszText, ui
     bool affected = IsElementAffectedByCharacterSet(pElement) != 0;
     if (nCharacterSet != charset::Default) {
         affected = true;
-        // A set is not declared for text that it cannot hold.
-        const TextConverter alone(true, OneSet(nCharacterSet));
-        if (!HasCharacterSet(*this) && !EncodeTexts(pszText, nCount, alone)) return false;
-        if (ApplyCharacterSet(nCharacterSet) != 0) return false;
+        // What the item around the element declares holds, whatever the data set would.
+        if (FindNestedDeclaration(*this, pElement) == nullptr) {
+            // A set is not declared for text that it cannot hold.
+            const TextConverter alone(true, OneSet(nCharacterSet));
+            if (!HasCharacterSet(*this) && !EncodeTexts(pszText, nCount, alone)) return false;
+            if (ApplyCharacterSet(nCharacterSet) != 0) return false;
+        }
         sets = CharacterSetsOf(pElement);
-        if (!Contains(sets, nCharacterSet)) return false; // an item declares another one
+        if (!Contains(sets, nCharacterSet)) return false;
     }
     auto bytes = EncodeTexts(pszText, nCount, TextConverter(affected, sets));
     if (bytes) *pBytes = std::move(*bytes);

@@ -103,6 +103,11 @@ TEST(StringValue, ItemHasItsOwnSet) {
     EXPECT_EQ(v.Bytes(name), "\xE4 ");
     EXPECT_FALSE(v.ds.SetStringValue(name, L"\u00E4", 1, 13)); // would not be read back
     EXPECT_EQ(Text(v.ds.GetStringValue(name, 0, 1)), L"\u00E4");
+    // Neither a refusal nor a text in the item's own set declares anything for the data set.
+    v.ds.DeleteElement(v.ds.FindFirstElement(nullptr, kSpecificCharacterSet, 1));
+    EXPECT_FALSE(v.ds.SetStringValue(name, L"\u00E4", 1, 13));
+    EXPECT_TRUE(v.ds.SetStringValue(name, L"\u00F6", 1, 1));
+    EXPECT_EQ(v.ds.FindFirstElement(nullptr, kSpecificCharacterSet, 1), nullptr);
 }
 
 TEST(StringValue, TextMayLieInTheCacheOfItsElement) {
