@@ -14,12 +14,12 @@ namespace fs = std::filesystem;
 
 namespace {
 
-std::string RandomSuffix() {
+std::string RandomName() {
     static constexpr char kLetters[] = "abcdefghijklmnopqrstuvwxyz0123456789";
     thread_local std::minstd_rand random(std::random_device{}());
-    std::string suffix = ".DIC";
-    for (int i = 0; i < 12; ++i) suffix += kLetters[random() % (sizeof kLetters - 1)];
-    return suffix;
+    std::string name = ".DIC";
+    for (int i = 0; i < 12; ++i) name += kLetters[random() % (sizeof kLetters - 1)];
+    return name;
 }
 
 } // namespace
@@ -36,12 +36,14 @@ bool ReplacementFile::Create(const wchar_t *path) {
     m_Path = NarrowUtf8(path);
     const fs::file_status status = fs::status(m_Path, error);
     const bool exists = fs::exists(status);
-    if (exists && !fs::is_regular_file(status)) return false;
+    // A name that cannot be is refused before anything is written.
+    if (!fs::status_known(status) || (exists && !fs::is_regular_file(status))) return false;
     if (exists) {
         const fs::path real = fs::canonical(m_Path, error);
         if (!error) m_Path = real.string();
     }
-    m_Temporary = m_Path + RandomSuffix();
+    // Not the name and more: it may be as long as names can be.
+    m_Temporary = fs::path(m_Path).replace_filename(RandomName()).string();
     const int flags =
         KERNEL_OPEN_READ | KERNEL_OPEN_WRITE | KERNEL_OPEN_CREATE | KERNEL_OPEN_EXCLUSIVE;
     M_HFILE__ *file = KernelFileOpen(m_Temporary.c_str(), flags, exists ? 0600 : 0666);

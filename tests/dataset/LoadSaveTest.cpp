@@ -259,6 +259,14 @@ TEST(Save, WritesLongValuesOfShortVrs) {
     }
 }
 
+TEST(Save, ToANameAsLongAsNamesCanBe) {
+    TemporaryFolder folder;
+    MDicomDS ds(nullptr);
+    EXPECT_EQ(ds.SaveDS(folder.WideFile(std::string(255, 'n')).c_str(), 0), DICOM_SUCCESS);
+    EXPECT_EQ(ds.SaveDS(folder.WideFile(std::string(256, 'n')).c_str(), 0), DICOM_ERROR_OPEN);
+    EXPECT_EQ(folder.Count(), 1u);
+}
+
 TEST(Save, OntoTheLoadedFileWorks) {
     TemporaryFolder folder;
     Encoder file = PlainFile();
