@@ -24,6 +24,33 @@ M_HFILE__ *KernelHandle(void *file) {
     return static_cast<M_HFILE__ *>(file);
 }
 
+/** Where in a block pieces go. Copies are slow between addresses that lie almost alike in their
+ *  pages, as the processor takes what it reads next for what it has just written: the place is far
+ *  from that of the target, which is the beginning of a page, and from that of the source. */
+uint32_t PlaceOfPiece(const uint8_t *block, uint64_t sourceAhead) {
+    const uint64_t source = sourceAhead % kPage;
+    const uint64_t wanted = source / 2 + (source < kPage / 2 ? kPage / 2 : 0);
+    return static_cast<uint32_t>((wanted - reinterpret_cast<uintptr_t>(block)) % kPage);
+}
+
+/** Copies by pieces that end with pages of the target. */
+int32_t CopyPieces(MDicomFile &source, uint64_t offset, MDicomFile &target, uint64_t bytes) {
+    const auto size = static_cast<uint32_t>(std::min<uint64_t>(bytes, kCopyPiece));
+    auto *block = static_cast<uint8_t *>(KernelHeapAlloc(1, size + kPage, __LINE__, nullptr));
+    if (block == nullptr) return 0;
+    uint8_t *piece = block + PlaceOfPiece(block, offset - target.nPosition);
+    auto untilPage = static_cast<uint32_t>(target.nPosition % kPage); // of the first piece
+    int32_t result = source.Seek(static_cast<int64_t>(offset), 0);
+    while (result && bytes > 0) {
+        const auto count = static_cast<uint32_t>(std::min<uint64_t>(bytes, kCopyPiece - untilPage));
+        result = source.Read(piece, count) && target.Write(piece, count);
+        bytes -= count;
+        untilPage = 0;
+    }
+    KernelHeapFree(block, __LINE__, nullptr);
+    return result;
+}
+
 } // namespace
 
 int32_t MDicomFile::EnsureBuffer(uint32_t nBytes) {
@@ -215,19 +242,5 @@ int32_t MDicomFile::CopyFrom(MDicomFile &Source, uint64_t nOffset, uint64_t nByt
         }
     }
     // What the system could not copy goes through a block of memory.
-    const auto size = static_cast<uint32_t>(std::min<uint64_t>(nBytes, kCopyPiece));
-    if (size == 0) return 1;
-    auto untilPage = static_cast<uint32_t>(nPosition % kPage); // of the first piece
-    void *piece = KernelHeapAlloc(1, size, __LINE__, nullptr);
-    if (piece == nullptr) return 0;
-    int32_t result = Source.Seek(static_cast<int64_t>(nOffset), 0);
-    while (result && nBytes > 0) {
-        const auto count =
-            static_cast<uint32_t>(std::min<uint64_t>(nBytes, kCopyPiece - untilPage));
-        result = Source.Read(piece, count) && Write(piece, count);
-        nBytes -= count;
-        untilPage = 0;
-    }
-    KernelHeapFree(piece, __LINE__, nullptr);
-    return result;
+    return nBytes == 0 ? 1 : CopyPieces(Source, nOffset, *this, nBytes);
 }
