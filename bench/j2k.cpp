@@ -33,11 +33,11 @@ size_t BareEncode(opj_image_t *image) {
 /** Noise in the low bits, as pictures of the body have it. */
 void AddNoise(Bitmap &bitmap) {
     std::mt19937 random(1);
-    const size_t step = bitmap.record.nBitsPerPixel == 16 ? 2 : 1;
+    const int32_t step = bitmap.record.nBitsPerPixel == 16 ? 2 : 1;
+    const int32_t bytes = bitmap.record.nWidth * bitmap.record.nBitsPerPixel / 8;
     for (int32_t y = 0; y < bitmap.record.nHeight; ++y) {
-        Bytes row = bitmap.Row(y);
-        for (size_t i = 0; i < row.size(); i += step) row[i] ^= random() & 7;
-        bitmap.SetRow(y, row);
+        uint8_t *row = KernelLendBitmapRow(&bitmap.record, y);
+        for (int32_t i = 0; i < bytes; i += step) row[i] ^= random() & 7;
     }
 }
 
