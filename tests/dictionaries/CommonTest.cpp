@@ -6,6 +6,7 @@
 #include <string>
 
 #include "DataFile.h"
+#include "MDicomFlat.h"
 #include "MDicomTag.h"
 #include "MDicomUID.h"
 #include "MDicomVR.h"
@@ -25,7 +26,24 @@ uint32_t CodeOf(const std::string &letters) {
     return static_cast<uint32_t>(letters[0] << 8 | letters[1]);
 }
 
-struct Vr : MDicomVR {
+/** The flat functions of a dictionary, by the names of its class. */
+#define DICTIONARY(Kind)                                      \
+    static constexpr auto Default = M_DicomDefault##Kind;     \
+    static constexpr auto Reset = M_DicomReset##Kind;         \
+    static constexpr auto Insert = M_DicomInsert##Kind;       \
+    static constexpr auto Delete = M_DicomDelete##Kind;       \
+    static constexpr auto SetName = M_DicomSetName##Kind;     \
+    static constexpr auto Find = M_DicomFind##Kind;           \
+    static constexpr auto FindIndex = M_DicomFindIndex##Kind; \
+    static constexpr auto Exists = M_DicomExists##Kind;       \
+    static constexpr auto GetFirst = M_DicomGetFirst##Kind;   \
+    static constexpr auto GetLast = M_DicomGetLast##Kind;     \
+    static constexpr auto GetNext = M_DicomGetNext##Kind;     \
+    static constexpr auto GetPrev = M_DicomGetPrev##Kind;     \
+    static constexpr auto GetCount = M_DicomGetCount##Kind
+
+struct Vr {
+    DICTIONARY(VR);
     using Row = _DICOMVR;
     static constexpr const char *kFile = "vrs.tsv";
     static Row *Add(const wchar_t *name) { return Insert(0x5A5A, name, 1, VR_BINARY, 1); }
@@ -40,7 +58,8 @@ struct Vr : MDicomVR {
     }
 };
 
-struct Tag : MDicomTag {
+struct Tag {
+    DICTIONARY(Tag);
     using Row = _DICOMTAG;
     static constexpr const char *kFile = "tags.tsv";
     static Row *Add(const wchar_t *name) {
@@ -60,7 +79,8 @@ struct Tag : MDicomTag {
     }
 };
 
-struct Uid : MDicomUID {
+struct Uid {
+    DICTIONARY(UID);
     using Row = _DICOMUID;
     static constexpr const char *kFile = "uids.tsv";
     static Row *Add(const wchar_t *name) { return Insert(L"1.2.3.4", name, UID_TYPE_OTHER); }
