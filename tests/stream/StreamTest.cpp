@@ -36,10 +36,8 @@ TEST_P(EachBackEnd, BehavesLikeAVector) {
     uint64_t place = 0;
     for (int step = 0; step < 4000; ++step) {
         const uint32_t size = random() % (step % 97 == 0 ? 150000 : 600);
-        switch (random() % 8) {
-            case 0:
-            case 1:
-            case 2: {
+        switch (random() % 4) {
+            case 0: {
                 Bytes data(size + 1);
                 for (uint8_t &byte : data) byte = static_cast<uint8_t>(random());
                 ASSERT_EQ(stream.Write(data.data(), static_cast<uint32_t>(data.size())), 1);
@@ -48,28 +46,24 @@ TEST_P(EachBackEnd, BehavesLikeAVector) {
                 place += data.size();
                 break;
             }
-            case 3:
-            case 4:
-            case 5: {
+            case 1: {
                 Bytes data(size + 1);
                 const uint64_t left = place < model.size() ? model.size() - place : 0;
                 const uint64_t count = std::min<uint64_t>(left, data.size());
                 ASSERT_EQ(stream.Read(data.data(), static_cast<uint32_t>(data.size())),
                           count == data.size() ? 1 : 0);
-                ASSERT_TRUE(std::equal(
-                    data.begin(), data.begin() + static_cast<long>(count),
-                    model.begin() + static_cast<long>(std::min<uint64_t>(place, model.size()))));
+                ASSERT_TRUE(std::equal(data.begin(), data.begin() + count, model.end() - left));
                 place += count;
                 break;
             }
-            case 6:
-                if (random() % 30 == 0 && place > 0) {
-                    ASSERT_EQ(stream.Write(nullptr, 0), 1);
-                    model.resize(place);
-                }
+            case 2: // now and then
+                if (random() % 30 != 0 || place == 0 || place > model.size()) break;
+                ASSERT_EQ(stream.Write(nullptr, 0), 1);
+                model.resize(place);
                 break;
             default:
-                place = model.empty() ? 0 : random() % (model.size() + 1);
+                // A gap is filled with zeros.
+                place = model.empty() ? 0 : random() % (model.size() + 600);
                 ASSERT_EQ(stream.Seek(static_cast<int64_t>(place), 0), 1);
         }
         ASSERT_EQ(stream.Tell(), place);
@@ -81,20 +75,16 @@ TEST_P(EachBackEnd, BehavesLikeAVector) {
     EXPECT_EQ(all, model);
 }
 
-TEST_P(EachBackEnd, ReadsAcrossTheEndDeliverWhatIsThere) {
+TEST_P(EachBackEnd, SeeksToNoPlaceFail) {
     ASSERT_EQ(stream.Write("abcdef", 6), 1);
-    ASSERT_EQ(stream.Seek(-4, 2), 1);
-    char text[11] = {};
-    EXPECT_EQ(stream.Read(text, 10), 0);
-    EXPECT_STREQ(text, "cdef");
-    EXPECT_EQ(stream.Tell(), 6u);
-    EXPECT_EQ(stream.Read(text, 1), 0);
-    EXPECT_EQ(stream.Tell(), 6u);
     EXPECT_EQ(stream.Seek(-7, 2), 0);
     EXPECT_EQ(stream.Seek(0, 3), 0);
     EXPECT_EQ(stream.Tell(), 6u);
+    EXPECT_EQ(stream.Seek(-4, 2), 1);
+    EXPECT_EQ(stream.Tell(), 2u);
+    char byte;
     EXPECT_EQ(stream.Seek(9, 0), 1);
-    EXPECT_EQ(stream.Read(text, 1), 0);
+    EXPECT_EQ(stream.Read(&byte, 1), 0);
 }
 
 INSTANTIATE_TEST_SUITE_P(Stream, EachBackEnd,
@@ -104,7 +94,7 @@ INSTANTIATE_TEST_SUITE_P(Stream, EachBackEnd,
 TEST(Stream, OpensRegularFilesOnly) {
     TemporaryFolder folder;
     MDicomFile stream;
-    EXPECT_EQ(stream.Open(folder.Path().c_str() ? folder.Path().wstring().c_str() : L"", 98), 0);
+    EXPECT_EQ(stream.Open(folder.Path().wstring().c_str(), 98), 0);
     EXPECT_EQ(stream.Open(folder.WideFile("absent").c_str(), 98), 0);
     EXPECT_EQ(stream.Open(nullptr, 98), 0);
     EXPECT_EQ(stream.Open(folder.WideFile("absent/folder").c_str(), kStore), 0);
@@ -134,31 +124,19 @@ TEST(Stream, ClosesByForceWithoutAutoClose) {
     EXPECT_EQ(stream.Seek(0, 0), 0);
 }
 
-TEST(Stream, StoreLeavesNoFileBehind) {
+TEST(Stream, TemporaryFilesStayIfTheyHaveAName) {
+    constexpr uint16_t kNamed = kCreate | FILE_MODE_TEMPORARY | FILE_MODE_AUTO_CLOSE;
+    const Bytes large(200000, 7);
     TemporaryFolder folder;
-    {
+    for (const uint16_t mode : {kStore, kNamed}) {
         MDicomFile stream;
-        ASSERT_EQ(stream.Open(folder.Path().wstring().c_str(), kStore), 1);
-        ASSERT_EQ(stream.Write("abc", 3), 1);
-        EXPECT_EQ(folder.Count(), 0u);
-        const Bytes large(200000, 7);
-        ASSERT_EQ(stream.Write(large.data(), 200000), 1);
-    }
-    EXPECT_EQ(folder.Count(), 0u);
-}
-
-TEST(Stream, NamedTemporaryFilesStay) {
-    TemporaryFolder folder;
-    {
-        MDicomFile stream;
-        const uint16_t mode = kCreate | FILE_MODE_TEMPORARY | FILE_MODE_AUTO_CLOSE;
         ASSERT_EQ(stream.Open(folder.Path().wstring().c_str(), mode), 1);
-        ASSERT_EQ(stream.Write("abc", 3), 1);
+        ASSERT_EQ(stream.Write(large.data(), 200000), 1);
     }
     ASSERT_EQ(folder.Count(), 1u);
     const auto entry = *std::filesystem::directory_iterator(folder.Path());
     EXPECT_EQ(entry.path().filename().string().substr(0, 3), "DIC");
-    EXPECT_EQ(support::ReadFile(entry.path().string()).size(), 3u);
+    EXPECT_EQ(support::ReadFile(entry.path().string()), large);
 }
 
 TEST(Stream, ExternalBlocksAreNeitherResizedNorCut) {
@@ -188,13 +166,16 @@ TEST(Stream, CopiesShareTheirFile) {
     MDicomFile first;
     ASSERT_EQ(first.Open(folder.Path().wstring().c_str(), kStore), 1);
     ASSERT_EQ(first.Write("shared", 6), 1);
-    MDicomFile second;
-    second = first;
+    MDicomFile second(first);
+    MDicomFile third;
+    third = first;
     first.Close(0);
-    char text[7] = {};
-    ASSERT_EQ(second.Seek(0, 0), 1);
-    EXPECT_EQ(second.Read(text, 6), 1);
-    EXPECT_STREQ(text, "shared");
+    for (MDicomFile *copy : {&second, &third}) {
+        char text[7] = {};
+        ASSERT_EQ(copy->Seek(0, 0), 1);
+        EXPECT_EQ(copy->Read(text, 6), 1);
+        EXPECT_STREQ(text, "shared");
+    }
 }
 
 TEST(Stream, CopiesRangesBetweenStreams) {

