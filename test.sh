@@ -4,8 +4,7 @@ set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")"
 
 .ci/packages g++ cmake ninja-build pkgconf libjpeg62-turbo-dev libopenjp2-7-dev libpng-dev \
-    libgtest-dev libbenchmark-dev dcmtk dicom3tools libgdcm-tools python3-pydicom python3-numpy \
-    python3-pil doxygen
+    libgtest-dev dcmtk dicom3tools libgdcm-tools python3-pydicom python3-numpy python3-pil doxygen
 
 launcher=()
 if command -v ccache >/dev/null; then
