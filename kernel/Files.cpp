@@ -111,6 +111,7 @@ int64_t KernelFileCopy(M_HFILE__ *hSource, uint64_t nSourceOffset, M_HFILE__ *hT
 }
 
 int64_t KernelFileLength(M_HFILE__ *hFile) {
+    if (kernel::FaultWanted(KERNEL_FAULT_SEEK)) return -1;
     if (kernel::IsRedirected()) return kernel::RedirectedLength(hFile);
     struct stat info;
     if (fstat(DescriptorOf(hFile), &info) != 0) return -1;
@@ -123,10 +124,16 @@ int KernelFileTruncate(M_HFILE__ *hFile, uint64_t nLength) {
     return ftruncate(DescriptorOf(hFile), static_cast<off_t>(nLength)) == 0 ? 1 : 0;
 }
 
-void KernelFileClose(M_HFILE__ *hFile) {
-    if (hFile == KERNEL_NO_FILE) return;
-    if (kernel::IsRedirected()) return kernel::RedirectedClose(hFile);
-    close(DescriptorOf(hFile));
+int KernelFileClose(M_HFILE__ *hFile) {
+    if (hFile == KERNEL_NO_FILE) return 1;
+    const bool fault = kernel::FaultWanted(KERNEL_FAULT_CLOSE);
+    if (kernel::IsRedirected()) {
+        kernel::RedirectedClose(hFile);
+        return fault ? 0 : 1;
+    }
+    // An interrupted close has closed the descriptor: another one would hit that of someone else.
+    const bool closed = close(DescriptorOf(hFile)) == 0 || errno == EINTR;
+    return closed && !fault ? 1 : 0;
 }
 
 int KernelFolderIsWritable(const char *pszFolder) {

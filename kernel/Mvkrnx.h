@@ -83,8 +83,9 @@ MVKRNX_API int64_t KernelFileCopy(M_HFILE__ *hSource, uint64_t nSourceOffset, M_
 MVKRNX_API int64_t KernelFileLength(M_HFILE__ *hFile);
 /** Cuts or extends the file; 1, or 0 on failure. */
 MVKRNX_API int KernelFileTruncate(M_HFILE__ *hFile, uint64_t nLength);
-/** Closes a file; KERNEL_NO_FILE is allowed. */
-MVKRNX_API void KernelFileClose(M_HFILE__ *hFile);
+/** Closes a file; KERNEL_NO_FILE is allowed. 1, or 0 when bytes that were written may be lost: some
+ *  file systems find out that late. The handle is gone in both cases. */
+MVKRNX_API int KernelFileClose(M_HFILE__ *hFile);
 /** 1 if the folder exists and files can be made in it. */
 MVKRNX_API int KernelFolderIsWritable(const char *pszFolder);
 /** Removes a file; 1, or 0 on failure. */
@@ -143,11 +144,13 @@ MVKRNX_API int32_t KernelRedirectIO(KERNEL_IO *pIo);
 ///@{
 /** Kinds of operations that a fault hook is asked about. */
 enum {
-    KERNEL_FAULT_ALLOCATE = 0, ///< both families of allocation
+    KERNEL_FAULT_ALLOCATE = 0, ///< memory of both families, bitmaps included
     KERNEL_FAULT_OPEN = 1,     ///< opening a file, named or not
     KERNEL_FAULT_READ = 2,     ///< reading from a file
     KERNEL_FAULT_WRITE = 3,    ///< writing, copying between files, truncation
-    KERNEL_FAULT_RENAME = 4    ///< giving a file another name
+    KERNEL_FAULT_RENAME = 4,   ///< giving a file another name
+    KERNEL_FAULT_SEEK = 5,     ///< asking for a length: I/O is positional, nothing else seeks
+    KERNEL_FAULT_CLOSE = 6     ///< closing a file, which is closed all the same
 };
 /** A function that is asked before each operation and makes it fail by a nonzero result. It is
  *  called from every thread. */

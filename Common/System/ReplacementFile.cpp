@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <random>
+#include <utility>
 
 #include "Common/Utils/Text.h"
 #include "Mvkrnx.h"
@@ -58,7 +59,8 @@ bool ReplacementFile::Create(const wchar_t *path) {
 
 bool ReplacementFile::Commit() {
     if (m_Temporary.empty() || !m_Stream.Flush()) return false;
-    m_Stream.Close(1);
+    auto *file = static_cast<M_HFILE__ *>(std::exchange(m_Stream.hFile, KERNEL_NO_FILE));
+    if (!KernelFileClose(file)) return false;
     if (!KernelFileRename(m_Temporary.c_str(), m_Path.c_str())) return false;
     m_Temporary.clear();
     return true;

@@ -2,10 +2,10 @@
 
 #include "MDicomTree.h"
 
-#include <cstdlib>
 #include <cstring>
 
 #include "Common/Utils/Memory.h"
+#include "Mvkrnx.h"
 
 _DICOMLINK *MDicomTree::Insert(_DICOMLINK *pLink, uint32_t nSize, uint32_t nPosition) {
     if (nSize < sizeof(_DICOMLINK)) return nullptr;
@@ -158,10 +158,11 @@ _DICOMLINK *MDicomTree::Verify() {
 
 _DICOMLINK *MDicomTreeEx::Insert(_DICOMLINK *pLink, uint32_t nSize, uint32_t nPosition) {
     if (nSize < sizeof(_DICOMLINK)) return nullptr;
-    auto *node = static_cast<_DICOMLINK *>(std::calloc(1, nSize));
+    auto *node = static_cast<_DICOMLINK *>(KernelHeapAlloc(1, nSize, __LINE__, nullptr));
     if (node == nullptr) return nullptr;
+    std::memset(node, 0, nSize);
     if (Link(node, pLink, nPosition)) return node;
-    std::free(node);
+    KernelHeapFree(node, __LINE__, nullptr);
     return nullptr;
 }
 
@@ -170,7 +171,7 @@ void MDicomTreeEx::Delete(_DICOMLINK *pLink) {
     Unlink(pLink);
     const uintptr_t offset =
         reinterpret_cast<uintptr_t>(pLink) - reinterpret_cast<uintptr_t>(m_pBlock);
-    if (offset >= m_nBlockSize) std::free(pLink);
+    if (offset >= m_nBlockSize) KernelHeapFree(pLink, __LINE__, nullptr);
 }
 
 void MDicomTreeEx::SetBlock(const void *pBlock, size_t nSize) {
