@@ -104,6 +104,7 @@ void ElementIndex::Clear() noexcept {
     ++m_FragmentChanges;
     m_Samples.clear();
     m_Unordered.clear();
+    m_AllUnordered = false;
     m_Offsets.clear();
     m_StepsWithoutOrder = 0;
 }
@@ -141,8 +142,7 @@ void ElementIndex::MarkUnordered(const _DICOMELEMENT *parent) noexcept {
     try {
         m_Unordered.insert(parent);
     } catch (const std::bad_alloc &) {
-        // Without the mark a search could stop too early; an index without counts and samples
-        // would not help. Levels without order come from broken input alone.
+        m_AllUnordered = true; // without the mark a search could stop too early
     }
 }
 

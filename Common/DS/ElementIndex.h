@@ -77,7 +77,7 @@ class ElementIndex {
 
     /** True if the siblings under parent are known to ascend by tag. */
     bool HasOrder(const _DICOMELEMENT *parent) const noexcept {
-        return m_Unordered.empty() || !m_Unordered.contains(parent);
+        return !m_AllUnordered && (m_Unordered.empty() || !m_Unordered.contains(parent));
     }
 
     /** Notes the node that records the file offset of an element. */
@@ -123,6 +123,7 @@ class ElementIndex {
     std::shared_ptr<FrameIndex> m_Frames;
     std::unordered_map<const _DICOMELEMENT *, Samples> m_Samples; ///< by parent
     std::unordered_set<const _DICOMELEMENT *> m_Unordered;        ///< parents of such levels
+    bool m_AllUnordered = false; ///< memory was short for one of them: any level may be such
     std::unordered_map<const _DICOMELEMENT *, _DICOMLINK *> m_Offsets;
     uint64_t m_StepsWithoutOrder = 0;
 };
