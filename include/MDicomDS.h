@@ -157,10 +157,10 @@ class MDICOM_API MDicomDS {
      * the data set until ResetDS, unless DS_LOAD_CLOSE is given.
      * @param nFlags DS_ flags; byte order, VR encoding and preamble that are not given are found
      *               out by trial
-     * @return 0; 2 no memory, 3 not opened, 4 shorter than the preamble that nFlags demand, 5 or 6
-     *         value store failure under DS_LOAD_CLOSE, 8 no DICOM, deflated, beyond a limit, or
-     *         with DS_LOAD_CLOSE a value that is cut off. The data set is empty after a failure.
-     *         9 while ConformanceDS tests the data set, which then stays.
+     * @return 0; 2 no memory, 3 not opened, 4 not readable or shorter than the preamble that nFlags
+     *         demand, 5 or 6 value store failure under DS_LOAD_CLOSE, 8 no DICOM, deflated, beyond a
+     *         limit, or with DS_LOAD_CLOSE a value that is cut off. The data set is empty after a
+     *         failure. 9 while ConformanceDS tests the data set, which then stays.
      */
     uint16_t LoadDS(const wchar_t *pszName, uint16_t nFlags);
     /** As LoadDS, from a block of memory that has to outlive its use by the data set. 9 for a null
@@ -729,8 +729,8 @@ class MDICOM_API MDicomDS {
     int32_t GetClass(uint32_t *pClass, const char *pszUID);
     uint16_t GetDefaultVR(_DICOMELEMENT *pElement, uint32_t nTag, int32_t bChild);
     uint16_t FixBadElements();
-    void RefreshKeys();
-    void CopyFileReference(_DICOMELEMENT *pRecord, _DICOMELEMENT *pSource);
+    uint16_t RefreshKeys();
+    bool CopyFileReference(_DICOMELEMENT *pRecord, _DICOMELEMENT *pSource);
 
     // Typed values
     int32_t GetTypeValue(_DICOMELEMENT *pElement);

@@ -73,6 +73,8 @@ class MDICOM_API MDicomFile {
      * next operation on the stream. The position does not change.
      */
     std::span<const uint8_t> Peek(uint64_t nOffset, uint32_t nWanted);
+    /** Nonzero if, since the last call, bytes that the stream has could not be read. */
+    int32_t TakeReadFailure();
 
     /** Copies nBytes at nOffset of Source to the position of this stream, inside the operating
      *  system where it can. The position of Source is unspecified afterwards. */
@@ -83,6 +85,7 @@ class MDICOM_API MDicomFile {
     int32_t OpenTemporary(const char *pszFolder);
     int32_t MaterializeTemporary();
     int32_t EnsureBuffer(uint32_t nBytes);
+    std::span<const uint8_t> PeekFile(uint64_t nOffset, uint32_t nWanted);
     int32_t ReadFile(uint8_t *pTarget, uint32_t nBytes, uint32_t *pRead);
     int32_t WriteFile(const uint8_t *pSource, uint32_t nBytes);
     int32_t WriteMemory(const void *pBuffer, uint32_t nBytes);
@@ -95,6 +98,7 @@ class MDICOM_API MDicomFile {
 
     mdicom::StreamBuffer *m_pBuffer = nullptr;
     mdicom::StreamShare *m_pShare = nullptr;
+    int32_t m_bReadFailed = 0;
 };
 
 #endif

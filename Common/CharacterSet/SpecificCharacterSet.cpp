@@ -3,9 +3,11 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <new>
 
 #include "Common/CharacterSet/CharacterSets.h"
 #include "Common/DS/ElementNode.h"
+#include "Common/DSValue/ValueStore.h"
 #include "Common/Utils/Memory.h"
 #include "Common/Utils/Status.h"
 #include "Common/Utils/Vr.h"
@@ -25,12 +27,19 @@ bool HasValue(const _DICOMELEMENT *element) {
            element->nLength != mdicom::kUndefinedLength;
 }
 
+/** True for a value that is there, but could not be read. */
+bool IsUnreadable(const _DICOMELEMENT *element) {
+    return HasValue(element) && element->nVR == mdicom::vr::CS &&
+           element->nValueCount == mdicom::kUnparsed && mdicom::ValueIsPresent(element);
+}
+
 /** Identifiers of the names in an element, the default repertoire if it names none. */
 Status ReadNames(MDicomDS &dataSet, _DICOMELEMENT *element, std::span<uint32_t> table,
                  uint32_t &count) {
     std::ranges::fill(table, mdicom::charset::Default);
     count = 0;
     const uint32_t values = HasValue(element) ? dataSet.GetCountValue(element) : 0;
+    if (IsUnreadable(element)) return DICOM_ERROR_MEMORY;
     for (uint32_t i = 0; i < values; ++i) {
         const char *name = dataSet.GetStringValueA(element, i, 1);
         if (name == nullptr && i != 0) continue;
@@ -135,7 +144,9 @@ CharacterSetList MDicomDS::CharacterSetsOf(_DICOMELEMENT *pElement) {
     _DICOMELEMENT *nested =
         pElement != nullptr ? mdicom::FindNestedDeclaration(*this, pElement) : nullptr;
     if (nested != nullptr) {
-        ReadNames(*this, nested, list.ids, list.count);
+        // To take the text for another one would be worse than none.
+        const Status status = ReadNames(*this, nested, list.ids, list.count);
+        if (status == DICOM_ERROR_MEMORY) throw std::bad_alloc();
     } else if (m_pCharacterSets != nullptr) {
         list.count = std::min(m_nCharacterSets, mdicom::kMaxCharacterSets);
         std::copy_n(m_pCharacterSets, list.count, list.ids.begin());

@@ -24,11 +24,11 @@ bool HasValue(const _DICOMELEMENT *element) {
 } // namespace
 
 /** Gives each record that names a multi-referenced record the file reference itself. */
-void MDicomDS::RefreshKeys() {
+uint16_t MDicomDS::RefreshKeys() {
     if (m_pIndex != nullptr) m_pIndex->RecordsChanged();
-    if (FindFirstElement(nullptr, kReferencedRecord, 0) == nullptr) return;
+    if (FindFirstElement(nullptr, kReferencedRecord, 0) == nullptr) return DICOM_SUCCESS;
     _DICOMELEMENT *records = FindFirstElement(nullptr, kDirectoryRecords, 1);
-    if (records == nullptr) return;
+    if (records == nullptr) return DICOM_SUCCESS;
     try {
         std::unordered_map<uint32_t, _DICOMELEMENT *> byIdentity;
         for (_DICOMELEMENT *item = FirstChildOf(records); item != nullptr; item = NextOf(item)) {
@@ -39,25 +39,27 @@ void MDicomDS::RefreshKeys() {
                 FindOnLevel(item, kReferencedRecord, PlaceOnLevel(item, kReferencedRecord));
             if (reference == nullptr) continue;
             const auto target = byIdentity.find(reference->nRecordOffset);
+            if (target != byIdentity.end() && !CopyFileReference(item, target->second)) {
+                return DICOM_ERROR_MEMORY;
+            }
             DeleteElement(reference);
-            if (target != byIdentity.end()) CopyFileReference(item, target->second);
         }
     } catch (const std::bad_alloc &) {
-        // The references stay as the file has them.
+        return DICOM_ERROR_MEMORY;
     }
+    return DICOM_SUCCESS;
 }
 
-void MDicomDS::CopyFileReference(_DICOMELEMENT *pRecord, _DICOMELEMENT *pSource) {
+/** False when a reference that is there could not be copied. */
+bool MDicomDS::CopyFileReference(_DICOMELEMENT *pRecord, _DICOMELEMENT *pSource) {
     _DICOMELEMENT *source =
         FindOnLevel(pSource, kReferencedFile, PlaceOnLevel(pSource, kReferencedFile));
-    if (!HasValue(source) || !ValueIsPresent(source)) return;
+    if (!HasValue(source) || !ValueIsPresent(source)) return true;
     _DICOMELEMENT *target =
         FindOnLevel(pRecord, kReferencedFile, PlaceOnLevel(pRecord, kReferencedFile));
-    if (target == source) return;
-    if (target == nullptr) target = InsertElement(pRecord, 1, kReferencedFile, 0, 0, 0);
+    if (target == source) return true;
     const DataBlock<uint8_t> bytes = MakeDataBlock<uint8_t>(source->nLength);
-    if (target == nullptr || !bytes) return;
-    if (GetBinaryValue(source, bytes.get(), 0, source->nLength)) {
-        SetBinaryValue(target, bytes.get(), source->nLength);
-    }
+    if (!bytes || !GetBinaryValue(source, bytes.get(), 0, source->nLength)) return false;
+    if (target == nullptr) target = InsertElement(pRecord, 1, kReferencedFile, 0, 0, 0);
+    return target != nullptr && SetBinaryValue(target, bytes.get(), source->nLength) != 0;
 }

@@ -42,7 +42,10 @@ Status ElementReader::Read(uint64_t offset) {
     m_Position = offset;
     m_Levels.clear();
     m_Levels.push_back({nullptr, nullptr, kUndefinedLength, 0, 0, m_Explicit});
-    return ReadLevels();
+    m_File.TakeReadFailure();
+    const Status status = ReadLevels();
+    // What cannot be read now must not pass for the end of the stream.
+    return m_File.TakeReadFailure() ? Refuse(DICOM_ERROR_READ) : status;
 }
 
 Status ElementReader::ReadLevels() {

@@ -92,27 +92,32 @@ uint16_t MDicomDS::LoadDS(MDicomFile *pFile, uint16_t nFlags, int32_t bRequireIm
     m_pFile = pFile;
     const bool demanded = (nFlags & DS_METAHEADER_PRESENT) != 0;
     const bool look = demanded || (nFlags & DS_METAHEADER_ABSENT) == 0;
+    pFile->TakeReadFailure();
     const Beginning beginning = look ? LookAtBeginning(*pFile) : Beginning();
-    if (demanded && !beginning.hasPreamble) {
+    const bool unreadable = pFile->TakeReadFailure() != 0;
+    if (unreadable || (demanded && !beginning.hasPreamble)) {
         ResetDS(1);
         return beginning.complete ? DICOM_ERROR_FORMAT : DICOM_ERROR_READ;
     }
     uint16_t base = beginning.hasPreamble ? DS_METAHEADER_PRESENT : DS_METAHEADER_ABSENT;
     base |= nFlags & (DS_LOAD_CLOSE | DS_RECORD_OFFSETS);
     const uint64_t offset = beginning.hasPreamble ? kDataSetOffset : beginning.prefixAlone ? 4 : 0;
-    const uint16_t status = LoadByTrial(*pFile, offset, base, TrialsOf(nFlags), bRequireImage);
+    uint16_t status = LoadByTrial(*pFile, offset, base, TrialsOf(nFlags), bRequireImage);
+    if (status == DICOM_SUCCESS) status = RefreshKeys();
+    // A declaration of too many character sets does not keep a file from being loaded.
+    if (status == DICOM_SUCCESS && UpdateSpecificCharacterSet() == DICOM_ERROR_MEMORY) {
+        status = DICOM_ERROR_MEMORY;
+    }
     if (status != DICOM_SUCCESS) {
         ResetDS(1);
         UpdateSpecificCharacterSet();
         return status;
     }
     if (beginning.hasPreamble) SetPreamble(beginning.preamble, kPreambleLength);
-    RefreshKeys();
     if (nFlags & DS_LOAD_CLOSE) {
         pFile->Close(0);
         m_pFile = &m_File;
     }
-    UpdateSpecificCharacterSet();
     if (nFlags & DS_KEEP_PIXEL_DATA_INTACT) m_nFlags |= DS_KEEP_PIXEL_DATA_INTACT;
     return DICOM_SUCCESS;
 }
@@ -170,10 +175,9 @@ uint16_t MDicomDS::FixBadElements() {
         const uint32_t length = element->nLength;
         const DataBlock<uint8_t> bytes = MakeDataBlock<uint8_t>(size_t{length} + 1);
         if (!bytes) return DICOM_ERROR_MEMORY;
-        if (GetBinaryValue(element, bytes.get(), 0, length)) {
-            SetBinaryValue(element, bytes.get(), length);
-            FreeValue(element);
-        }
+        if (!GetBinaryValue(element, bytes.get(), 0, length)) return DICOM_ERROR_READ;
+        if (!SetBinaryValue(element, bytes.get(), length)) return DICOM_ERROR_WRITE;
+        FreeValue(element);
     }
     m_pExtra->nBadElements = 0;
     return DICOM_SUCCESS;

@@ -4,6 +4,7 @@
 
 #include "Common/DS/ElementNode.h"
 #include "Common/DS/ElementWriter.h"
+#include "Common/DSValue/ValueStore.h"
 #include "Common/System/ReplacementFile.h"
 #include "Common/Utils/Vr.h"
 #include "MDicomDS.h"
@@ -76,7 +77,10 @@ uint16_t MDicomDS::SaveDS(MDicomFile *pFile, uint16_t nFlags) {
 uint16_t MDicomDS::WriteDS(MDicomFile &file, uint16_t nFlags) {
     uint16_t syntaxFlags = 0;
     uint32_t compression = 0;
-    GetTS(&syntaxFlags, &compression, nullptr);
+    const bool known = GetTS(&syntaxFlags, &compression, nullptr) != 0;
+    const auto *syntax = known ? nullptr : FindFirstElement(nullptr, kTagTransferSyntax, 1);
+    const bool unreadable = syntax != nullptr && syntax->nLength > 0 && ValueIsPresent(syntax);
+    if (unreadable) return DICOM_ERROR_WRITE; // compressed pixels must not be called native
     const bool compressed = compression != IMAGE_COMPRESSION_NONE;
     nFlags = CompleteFlags(nFlags, m_nFlags, compressed);
     if ((nFlags & DS_BIG_ENDIAN) && (nFlags & DS_IMPLICIT_VR)) return DICOM_ERROR_PARAMETER;

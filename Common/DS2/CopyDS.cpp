@@ -66,9 +66,9 @@ uint16_t MDicomDS::CopyDS(_DICOMELEMENT *pTarget, MDicomDS *pSourceDS, _DICOMELE
     const Status copied = Guarded(Status{DICOM_ERROR_MEMORY}, [&] {
         return CopyTreeDS(pTarget, pSourceDS, pSource, pfnCallback, pUserData);
     });
-    RefreshKeys();
-    const Status refreshed = RefreshCharacterSet();
-    return copied != DICOM_SUCCESS ? copied : refreshed;
+    const Status keys = RefreshKeys();
+    const Status sets = RefreshCharacterSet();
+    return copied != DICOM_SUCCESS ? copied : keys != DICOM_SUCCESS ? keys : sets;
 }
 
 uint16_t MDicomDS::CopyTreeDS(_DICOMELEMENT *pTarget, MDicomDS *pSourceDS, _DICOMELEMENT *pSource,

@@ -5,6 +5,7 @@
 #include <bit>
 #include <cstring>
 #include <new>
+#include <utility>
 
 #include "Common/System/StreamBuffer.h"
 #include "MDicomFile.h"
@@ -136,6 +137,16 @@ int32_t MDicomFile::ReadFile(uint8_t *pTarget, uint32_t nBytes, uint32_t *pRead)
 std::span<const uint8_t> MDicomFile::Peek(uint64_t nOffset, uint32_t nWanted) {
     if (nOffset >= nLength) return {};
     if (nFlags & FILE_MODE_MEMORY) return {pData + nOffset, nLength - nOffset};
+    const std::span<const uint8_t> window = PeekFile(nOffset, nWanted);
+    if (window.empty()) m_bReadFailed = 1;
+    return window;
+}
+
+int32_t MDicomFile::TakeReadFailure() {
+    return std::exchange(m_bReadFailed, 0);
+}
+
+std::span<const uint8_t> MDicomFile::PeekFile(uint64_t nOffset, uint32_t nWanted) {
     const uint64_t wanted = std::min<uint64_t>({nWanted, nLength - nOffset, kWindow});
     if (m_pBuffer != nullptr && nOffset >= m_pBuffer->start) {
         const uint64_t skip = nOffset - m_pBuffer->start;
