@@ -158,8 +158,8 @@ class MDICOM_API MDicomDS {
      * @param nFlags DS_ flags; byte order, VR encoding and preamble that are not given are found
      *               out by trial
      * @return 0; 2 no memory, 3 not opened, 4 not readable or shorter than the preamble that nFlags
-     *         demand, 5 or 6 value store failure under DS_LOAD_CLOSE, 8 no DICOM, deflated, beyond a
-     *         limit, or with DS_LOAD_CLOSE a value that is cut off. The data set is empty after a
+     *         demand, 5 or 6 value store failure under DS_LOAD_CLOSE, 8 no DICOM, deflated, beyond
+     * a limit, or with DS_LOAD_CLOSE a value that is cut off. The data set is empty after a
      *         failure. 9 while ConformanceDS tests the data set, which then stays.
      */
     uint16_t LoadDS(const wchar_t *pszName, uint16_t nFlags);

@@ -63,8 +63,9 @@ std::string_view CompressionName(uint32_t compression) {
     return compression < std::size(kCompressionNames) ? kCompressionNames[compression] : "Unknown";
 }
 
-/** Result of a kernel operation as a status: its low 16 bits, as callers have always seen it. */
+/** Result of a kernel operation as a status: its low 16 bits where no status says it. */
 Status StatusOfKernel(int32_t result) {
+    if (result == KERNEL_ERROR_MEMORY) return DICOM_ERROR_MEMORY;
     return result == KERNEL_SUCCESS ? Status{DICOM_SUCCESS} : static_cast<Status>(result);
 }
 
