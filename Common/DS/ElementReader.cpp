@@ -87,7 +87,8 @@ Status ElementReader::ReadHeader(Header *header) {
     ByteCursor cursor(bytes.first(std::min<size_t>(bytes.size(), kLongestHeader)), m_LittleEndian);
     uint16_t group = cursor.Read16();
     if (cursor.Failed()) return DICOM_ERROR_END_OF_STREAM;
-    if (m_SyntaxKnown && !m_FormSettled && group > 0x0002) SettleForm(bytes);
+    const bool tellsForm = group > 0x0002 && group != GroupOf(TAG_ITEM);
+    if (m_SyntaxKnown && !m_FormSettled && tellsForm) SettleForm(bytes);
     bool isExplicit = m_Levels.back().isExplicit;
     // The meta header is explicit little endian, whatever follows it (PS 3.10, 7.1).
     if (group == 0x0002 || (!m_LittleEndian && group == 0x0200)) {
@@ -169,6 +170,7 @@ Status ElementReader::PlaceElement(Level &level, const Header &header) {
         if (refusal == DS_DEBUG_NO_MEMORY) return Refuse(DICOM_ERROR_MEMORY);
         if (!IsDelimiter(header.tag)) m_DS.ReportDebug(level.parent, refusal);
     } else {
+        if (m_Position > kLargestOffset) return Refuse(DICOM_ERROR_FORMAT);
         level.previous = element;
         if (header.tag == TAG_ITEM) element->nRecordOffset = static_cast<uint32_t>(start);
         if (m_Record) m_DS.RecordOffset(element, static_cast<uint32_t>(start));
@@ -250,7 +252,6 @@ Status ElementReader::OpenLevel(_DICOMELEMENT *element, const Level &level, cons
 
 /** Notes where the value of an element lies; the position stays before the value. */
 Status ElementReader::ReadLeaf(_DICOMELEMENT *element, const Header &header, bool topLevel) {
-    if (m_Position > kLargestOffset) return Refuse(DICOM_ERROR_FORMAT);
     // The dictionary knows a sequence by this tag, but the value does not begin as one.
     if (element->nVR == vr::SQ) element->nVR = vr::UN;
     if (m_Position + header.length > m_File.nLength) m_CutOff = true;

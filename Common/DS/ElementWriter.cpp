@@ -55,9 +55,10 @@ bool ElementWriter::IsLeftOut(const _DICOMELEMENT *element) const {
     return ParentOf(element) == nullptr && meta != m_MetaTurn;
 }
 
-/** True if nothing that belongs to this turn can follow. */
+/** True if nothing that belongs to this turn can follow. Items stand anywhere. */
 bool ElementWriter::IsBehindTurn(const _DICOMELEMENT *element) const {
-    return m_MetaTurn && ParentOf(element) == nullptr && GroupOf(element->nTag) > 0x0002;
+    if (!m_MetaTurn || ParentOf(element) != nullptr) return false;
+    return GroupOf(element->nTag) > 0x0002 && element->nTag != TAG_ITEM;
 }
 
 /** True if a group length element stands before this element. */
@@ -83,14 +84,13 @@ EncodedForm ElementWriter::FormOf(const _DICOMELEMENT *element) const {
     const bool meta = GroupOf(element->nTag) == 0x0002;
     EncodedForm form{m_Options.littleEndian || meta, m_Options.isExplicit || meta, element->nVR, 8};
     if (IsItemOrDelimiter(element->nTag) || !form.isExplicit) return form;
-    // What the short header cannot hold: content without a length, and long values (PS 3.5,
-    // 6.2.2). An element without a VR has none that could be written.
-    if (!HasLongHeader(form.vr)) {
-        if (element->nLength == kUndefinedLength) {
-            form.vr = vr::SQ;
-        } else if (!IsVrLetters(form.vr) || ValueLength(element) > kLongestShortValue) {
-            form.vr = vr::UN;
-        }
+    const bool isLong = HasLongHeader(form.vr);
+    if (element->nLength == kUndefinedLength) {
+        // Readers look for items under SQ alone; fragments are those of Pixel Data.
+        if (element->nTag != TAG_PIXEL_DATA || !isLong) form.vr = vr::SQ;
+    } else if (!isLong && (!IsVrLetters(form.vr) || ValueLength(element) > kLongestShortValue)) {
+        // What the short header cannot hold (PS 3.5, 6.2.2), and what has no VR to be written.
+        form.vr = vr::UN;
     }
     form.headerSize = HasLongHeader(form.vr) ? 12 : 8;
     return form;
@@ -265,7 +265,7 @@ Status ElementWriter::WriteOne(Level &level, _DICOMELEMENT *element) {
 /** Closes an element that was written without a length. */
 Status ElementWriter::WriteDelimiter(const _DICOMELEMENT *element) {
     if (HasWrittenLength(element)) return DICOM_SUCCESS;
-    const bool littleEndian = FormOf(element).littleEndian;
+    const bool littleEndian = m_Options.littleEndian; // no delimiter is of group 0002
     const uint32_t tag = DelimiterOf(element);
     const bool done = Put16(GroupOf(tag), littleEndian) && Put16(ElementOf(tag), littleEndian) &&
                       Put32(0, littleEndian);
@@ -347,7 +347,7 @@ Status ElementWriter::CopyBlocks(const _DICOMELEMENT *element) {
 /** Copies a value in the other byte order. */
 Status ElementWriter::CopyTurned(_DICOMELEMENT *element, unsigned unit) {
     const bool toNative = m_DS.IsStoredLittleEndian(element);
-    for (uint32_t offset = 0; offset < element->nLength; offset += kTurnedPiece) {
+    for (uint32_t offset = 0; offset < element->nLength;) {
         const uint32_t count = std::min(kTurnedPiece, element->nLength - offset);
         if (m_Staged.size() + count > kStageSize && !PutStaged()) return DICOM_ERROR_WRITE;
         const size_t place = m_Staged.size();
@@ -357,6 +357,7 @@ Status ElementWriter::CopyTurned(_DICOMELEMENT *element, unsigned unit) {
         // set come out turned already.
         if (!m_DS.GetFileBinaryValue(element, bytes, offset, count)) return DICOM_ERROR_WRITE;
         if (toNative) ReverseUnits({bytes, count}, unit);
+        offset += count;
     }
     return DICOM_SUCCESS;
 }

@@ -259,6 +259,26 @@ TEST(Save, WritesLongValuesOfShortVrs) {
     }
 }
 
+TEST(Save, KeepsTreesOfOddShape) {
+    MDicomDS ds(nullptr);
+    auto *content = ds.InsertElement(nullptr, 0, 0x00091010, 0x554E, 1, 0); // UN
+    auto *item = ds.InsertElement(content, 1, TAG_ITEM, 0, 1, 0);
+    ds.InsertElement(item, 1, 0x00100020, 0, 0, 0);
+    ds.InsertElement(nullptr, 0, TAG_ITEM, 0, 1, 0); // before all others
+    ds.InsertElement(ds.InsertElement(nullptr, 0, 0x00020102, 0, 1, 0), 1, TAG_ITEM, 0, 1, 0);
+    constexpr int kFile = DS_METAHEADER_PRESENT | DS_EXPLICIT_VR;
+    for (const int encoding : {DS_LITTLE_ENDIAN, DS_BIG_ENDIAN}) {
+        for (const int flags : {0, int{DS_LENGTH_EXPLICIT}}) {
+            Bytes saved = Saved(ds, static_cast<uint16_t>(kFile | encoding | flags));
+            MDicomDS again(nullptr);
+            ASSERT_EQ(LoadBytes(again, saved), DICOM_SUCCESS);
+            EXPECT_EQ(again.FindFirstElement(nullptr, 0x00091010, 1)->nVR, 0x5351);
+            EXPECT_EQ(again.m_Tree.GetCount(nullptr, 0), ds.m_Tree.GetCount(nullptr, 0) + 1);
+            EXPECT_EQ(again.GetLevelElement(again.FindFirstElement(nullptr, 0x00100020, 0)), 2u);
+        }
+    }
+}
+
 TEST(Save, ToANameAsLongAsNamesCanBe) {
     TemporaryFolder folder;
     MDicomDS ds(nullptr);
