@@ -47,9 +47,7 @@ MDicomFile::MDicomFile() : hFile(KERNEL_NO_FILE) {
 
 MDicomFile::~MDicomFile() {
     Close(0);
-    Flush();
-    DropBuffer();
-    if (m_pShare != nullptr && --m_pShare->owners == 0) delete m_pShare;
+    Forget();
 }
 
 MDicomFile::MDicomFile(const MDicomFile &Source) : MDicomFile() {
@@ -59,10 +57,7 @@ MDicomFile::MDicomFile(const MDicomFile &Source) : MDicomFile() {
 MDicomFile &MDicomFile::operator=(const MDicomFile &Source) {
     if (this == &Source) return *this;
     Close(0);
-    Flush();
-    DropBuffer();
-    if (m_pShare != nullptr && --m_pShare->owners == 0) delete m_pShare;
-    m_pShare = nullptr;
+    Forget();
     ShareFrom(Source);
     return *this;
 }
@@ -164,7 +159,7 @@ void MDicomFile::Close(int32_t bForce) {
 void MDicomFile::Forget() {
     Flush();
     DropBuffer();
-    if (m_pShare != nullptr) LastOwner();
+    LastOwner();
     hFile = KERNEL_NO_FILE;
     pData = nullptr;
     nLength = 0;
