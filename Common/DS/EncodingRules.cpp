@@ -1,6 +1,6 @@
 // What a data set's own attributes say about its encoding: transfer syntax, class, default VRs.
 
-#include <string>
+#include <string_view>
 
 #include "Common/DS/ElementNode.h"
 #include "Common/Utils/Text.h"

@@ -3,7 +3,6 @@
 #include "MDicomDS.h"
 
 #include <algorithm>
-#include <cstring>
 #include <new>
 
 #include "Common/DS/ElementIndex.h"

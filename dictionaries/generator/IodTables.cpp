@@ -1,7 +1,5 @@
 // The tables of the IOD tree: classes, modules and attributes, tied together by table numbers.
 
-#include <algorithm>
-#include <iterator>
 #include <map>
 #include <set>
 #include <stdexcept>
