@@ -5,7 +5,7 @@
 #include <random>
 
 #include "support/TestFiles.h"
-#include "support/TreeCompare.h"
+#include "support/TreeModel.h"
 
 namespace {
 
@@ -109,68 +109,164 @@ TEST(ElementTree, WalksHideVolatileElements) {
     EXPECT_EQ(ds.IsVolatileElement(nullptr), 0);
 }
 
-/** Finds by walking alone. */
-_DICOMELEMENT *WalkTo(MDicomDS &ds, _DICOMELEMENT *from, uint32_t tag, int32_t sameLevel) {
-    auto *e = ds.GetFirstElement(from, sameLevel, 1);
-    while (e != nullptr && e->nTag != tag) e = ds.GetNextElement(e, sameLevel, 1);
-    return e;
-}
+using Model = support::TreeModel<_DICOMELEMENT>;
 
-/** Random insertions and deletions at every depth: what the searches find with their index is
- *  what a walk finds, levels stay sorted, and the tree stays sound. */
-TEST(ElementTree, SearchesFindWhatWalksFind) {
-    std::mt19937 random(3);
-    MDicomDS ds(nullptr);
-    std::vector<_DICOMELEMENT *> alive;
-    const auto anyTag = [&] {
-        return (0x0008u + 2 * (random() % 4)) << 16 | (0x1000 + random() % 300);
-    };
-    for (int step = 0; step < 12000; ++step) {
-        _DICOMELEMENT *near = alive.empty() ? nullptr : alive[random() % alive.size()];
-        if (random() % 4 == 0) near = nullptr;
-        const bool asItem = near != nullptr && near->nVR == 0x5351;
-        if (random() % 9 == 0 && near != nullptr) {
-            ds.DeleteElement(near);
-            alive.clear();
-            for (auto *e = ds.GetFirstElement(nullptr, 0, 1); e != nullptr;
-                 e = ds.GetNextElement(e, 0, 1)) {
-                alive.push_back(e);
-            }
-        } else if (asItem) {
-            alive.push_back(ds.InsertElement(near, 1, TAG_ITEM, 0, 1, random() % 5));
+struct Shape {
+    unsigned seed;
+    size_t elements; ///< at most
+    uint32_t tags;   ///< to choose from: few make duplicates
+    uint32_t deep;   ///< one in so many steps stays near the last element
+    bool isLoaded;   ///< begins with a file whose levels do not ascend
+};
+
+/** A data set that changes at random, and the lists that it has to be like. */
+class TwoTrees {
+  public:
+    explicit TwoTrees(const Shape &shape) : m_Shape(shape), m_Random(shape.seed) {}
+
+    void Load() {
+        support::Encoder file;
+        file.Meta(support::kExplicitUid);
+        for (uint32_t i = 0; i < 90; ++i) file.Element(0x00091000 + i * 37 % 90, "LO", "");
+        m_File = file.bytes;
+        ASSERT_EQ(support::LoadBytes(m_DS, m_File), 0);
+        m_Model.root.children.clear();
+        for (auto *e = m_DS.GetFirstElement(nullptr, 1, 1); e != nullptr;
+             e = m_DS.GetNextElement(e, 1, 1)) {
+            m_Model.Insert(&m_Model.root, m_Model.root.children.size(), e, e->nTag);
+        }
+    }
+
+    void Step() {
+        const Model::List all = m_Model.Scope(nullptr, false);
+        Model::Node *near = all.empty() || m_Random() % 8 == 0 ? nullptr : Any(all);
+        if (near != nullptr && m_Random() % m_Shape.deep == 0) near = all.back();
+        if (near != nullptr && (all.size() >= m_Shape.elements || m_Random() % 5 == 0)) {
+            Delete(near);
         } else {
-            const bool child = near != nullptr && near->nTag == TAG_ITEM;
-            const uint32_t tag = anyTag();
-            _DICOMELEMENT *parent = child ? near : ds.GetParentElement(near);
-            if (parent != nullptr && parent->nTag != TAG_ITEM) continue;
-            auto *level = parent != nullptr ? ds.GetChildElement(parent, 1)
-                                            : ds.GetFirstElement(nullptr, 1, 1);
-            const bool taken = level != nullptr && WalkTo(ds, level, tag, 1) != nullptr;
-            auto *e = ds.InsertElement(near, child, tag, random() % 3 == 0 ? 0x5351 : 0x4C4F, 0, 0);
-            ASSERT_EQ(e == nullptr, taken);
-            if (e != nullptr) alive.push_back(e);
-        }
-        if (step % 3 != 0) continue;
-        const uint32_t tag = random() % 5 == 0 ? TAG_ITEM : anyTag();
-        ASSERT_EQ(ds.FindFirstElement(nullptr, tag, 0), WalkTo(ds, nullptr, tag, 0));
-        _DICOMELEMENT *from = alive.empty() ? nullptr : alive[random() % alive.size()];
-        ASSERT_EQ(ds.FindFirstElement(from, tag, 1), WalkTo(ds, from, tag, 1));
-        auto *last = ds.FindLastElement(nullptr, tag, 0);
-        ASSERT_EQ(last == nullptr, WalkTo(ds, nullptr, tag, 0) == nullptr);
-        if (last != nullptr) {
-            ASSERT_EQ(ds.FindNextElement(last, 0), nullptr);
+            Insert(near != nullptr ? near : &m_Model.root);
         }
     }
-    for (auto *e = ds.GetFirstElement(nullptr, 0, 1); e != nullptr;
-         e = ds.GetNextElement(e, 0, 1)) {
-        auto *next = ds.GetNextElement(e, 1, 1);
-        if (next != nullptr && e->nTag != TAG_ITEM) {
-            ASSERT_LT(e->nTag, next->nTag);
+
+    void Compare() {
+        const Model::List all = m_Model.Scope(nullptr, false);
+        auto *element = m_DS.GetFirstElement(nullptr, 0, 1);
+        for (const Model::Node *node : all) {
+            ASSERT_EQ(element, node->handle);
+            element = m_DS.GetNextElement(element, 0, 1);
+        }
+        ASSERT_EQ(element, nullptr);
+        CompareAt(nullptr);
+        if (!all.empty()) CompareAt(Any(all));
+    }
+
+    MDicomTree &Tree() { return m_DS.m_Tree; }
+
+  private:
+    Model::Node *Any(const Model::List &list) { return list[m_Random() % list.size()]; }
+
+    uint32_t AnyTag() {
+        static constexpr uint32_t kSpecial[] = {0x00280011, 0x00041400, TAG_PIXEL_DATA, TAG_ITEM};
+        const uint32_t number = m_Random() % m_Shape.tags;
+        return m_Random() % 12 == 0 ? kSpecial[number % 4] : 0x00091000 + number;
+    }
+
+    void Delete(Model::Node *node) {
+        const Model::List level = m_Model.Scope(node, true);
+        const size_t place = IndexOf(level, node);
+        _DICOMELEMENT *nearest = place + 1 < level.size() ? level[place + 1]->handle
+                                 : place > 0              ? level[place - 1]->handle
+                                                          : node->parent->handle;
+        ASSERT_EQ(m_DS.DeleteElement(node->handle), nearest);
+        m_Model.Delete(node);
+    }
+
+    /** Below an item or a sequence, else beside the node; often behind the last sibling. */
+    void Insert(Model::Node *near) {
+        const bool isItem = near->tag == TAG_ITEM && near->handle->nLength == 0xFFFFFFFF;
+        const bool takesItems =
+            near->handle != nullptr && near->tag != TAG_ITEM && near->handle->nLength == 0xFFFFFFFF;
+        const bool asChild = near == &m_Model.root || isItem || takesItems;
+        Model::Node *parent = asChild ? near : near->parent;
+        auto &level = parent->children;
+        if (takesItems || (!asChild && near->tag == TAG_ITEM)) {
+            const uint32_t index = m_Random() % 3 == 0 ? kAppend : m_Random() % 9;
+            const bool isFragment = parent->tag == TAG_PIXEL_DATA;
+            auto *item = m_DS.InsertElement(near->handle, asChild, TAG_ITEM, 0, !isFragment, index);
+            ASSERT_NE(item, nullptr);
+            m_Model.Insert(parent, std::min<size_t>(index, level.size()), item, TAG_ITEM);
+            return;
+        }
+        uint32_t tag = AnyTag();
+        if (tag == TAG_ITEM) return;
+        if (!level.empty() && m_Random() % 3 == 0) tag = level.back()->tag + 1;
+        if ((tag & 0xFFFF) == 0) return;
+        const bool isSequence = tag == TAG_PIXEL_DATA || m_Random() % 3 == 0;
+        auto *element = m_DS.InsertElement(near->handle, asChild, tag, 0x4C4F, isSequence, 0);
+        const auto isTag = [&](const auto &node) { return node->tag == tag; };
+        const bool taken = std::any_of(level.begin(), level.end(), isTag);
+        ASSERT_EQ(element == nullptr, taken);
+        if (taken) return;
+        const auto place = std::find_if(level.begin(), level.end(),
+                                        [&](const auto &node) { return node->tag > tag; });
+        m_Model.Insert(parent, static_cast<size_t>(place - level.begin()), element, tag);
+    }
+
+    /** All searches and walks from an element, or from the top level. */
+    void CompareAt(Model::Node *from) {
+        _DICOMELEMENT *at = from != nullptr ? from->handle : nullptr;
+        const uint32_t tag = AnyTag();
+        const auto isTag = [&](const Model::Node *node) { return node->tag == tag; };
+        const auto isSame = [&](const Model::Node *node) { return node->tag == from->tag; };
+        for (const bool same : {false, true}) {
+            const Model::List list = m_Model.Scope(from, same);
+            const size_t size = list.size();
+            ASSERT_EQ(m_DS.FindFirstElement(at, tag, same), FirstFrom(list, 0, isTag));
+            ASSERT_EQ(m_DS.FindLastElement(at, tag, same), LastBefore(list, size, isTag));
+            const size_t place = from != nullptr ? IndexOf(list, from) : 0;
+            if (from != nullptr) {
+                ASSERT_EQ(m_DS.FindNextElement(at, same), FirstFrom(list, place + 1, isSame));
+                ASSERT_EQ(m_DS.FindPrevElement(at, same), LastBefore(list, place, isSame));
+            }
+            for (const bool all : {false, true}) {
+                const auto shows = [=, this](const Model::Node *node) {
+                    return all || !m_DS.IsVolatileElement(node->handle);
+                };
+                ASSERT_EQ(m_DS.GetFirstElement(at, same, all), FirstFrom(list, 0, shows));
+                ASSERT_EQ(m_DS.GetLastElement(at, same, all), LastBefore(list, size, shows));
+                if (from == nullptr) continue;
+                ASSERT_EQ(m_DS.GetNextElement(at, same, all), FirstFrom(list, place + 1, shows));
+                ASSERT_EQ(m_DS.GetPrevElement(at, same, all), LastBefore(list, place, shows));
+            }
         }
     }
-    while (ds.m_Tree.GetCount(nullptr, 0) > 1500)
-        ds.DeleteElement(ds.GetLastElement(nullptr, 1, 1));
-    EXPECT_EQ(ds.m_Tree.Verify(), nullptr);
+
+    const Shape m_Shape;
+    std::mt19937 m_Random;
+    MDicomDS m_DS{nullptr};
+    Model m_Model;
+    support::Bytes m_File;
+};
+
+/** What is found with the index is what lists give, whatever grows, goes and comes again. */
+TEST(ElementTree, DoesWhatNestedListsDo) {
+    constexpr Shape kShapes[] = {
+        {1, 12, 8, 3, false},    {2, 60, 20, 50, false},   {3, 200, 60, 2, false},
+        {4, 300, 900, 9, false}, {5, 400, 3000, 99, true}, {6, 150, 90, 20, true},
+    };
+    for (const Shape &shape : kShapes) {
+        SCOPED_TRACE(shape.seed);
+        TwoTrees trees(shape);
+        for (int step = 0; step < 2500; ++step) {
+            if (step % 1250 == 0 && shape.isLoaded) trees.Load();
+            trees.Step();
+            trees.Compare();
+            if (testing::Test::HasFailure()) return;
+            if (step % 250 == 0) {
+                ASSERT_EQ(trees.Tree().Verify(), nullptr);
+            }
+        }
+    }
 }
 
 TEST(ElementTree, ResetKeepsPreambleOnly) {
