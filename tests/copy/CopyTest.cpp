@@ -6,7 +6,6 @@
 #include <set>
 
 #include "MDicomFlat.h"
-#include "support/FailingKernel.h"
 #include "support/RealFiles.h"
 #include "support/TestFiles.h"
 #include "support/TreeCompare.h"
@@ -279,41 +278,4 @@ TEST(Copy, OfAValueThatIsNotThereFails) {
     EXPECT_EQ(StoredText(target, 0x00080008), "ORIGINAL");
     EXPECT_EQ(Find(target, 0x00080060), nullptr);
     EXPECT_LT(target.m_TempFile.nLength, 100u);
-}
-
-/** Each memory allocation, read and write fails in turn: a status, and no element by halves. */
-TEST(Copy, ThatFailsLeavesNoHalfElement) {
-    using support::FailingKernel;
-    support::TemporaryFolder folder;
-    support::WriteFile(folder.File("source"), RichFile(kEncodings[2]));
-    MDicomDS source(nullptr);
-    ASSERT_EQ(source.LoadDS(folder.WideFile("source").c_str(), 0), 0);
-    for (const auto &[kind, expected] :
-         {std::pair{KERNEL_FAULT_ALLOCATE, 2}, {KERNEL_FAULT_READ, 4}, {KERNEL_FAULT_WRITE, 5}}) {
-        bool reached = true;
-        for (int place = 0; reached; ++place) {
-            ASSERT_LT(place, 1000);
-            MDicomDS target(nullptr);
-            uint16_t status = 0;
-            {
-                const FailingKernel failing(place, FailingKernel::ThereAlone, kind);
-                status = target.CopyDS(nullptr, &source, nullptr);
-                reached = failing.HasFailed();
-            }
-            // What fails behind the copy, as the character sets are read again, does not spoil it.
-            if (status == 0) {
-                EXPECT_EQ(Difference(source, target), "");
-                continue;
-            }
-            // Memory that reading or storing needs counts as theirs.
-            EXPECT_TRUE(reached && (status == expected || kind == KERNEL_FAULT_ALLOCATE))
-                << kind << ' ' << place << ' ' << status;
-            for (auto *element = M_DicomGetFirstElement(&target, nullptr, 0, 1); element != nullptr;
-                 element = M_DicomGetNextElement(&target, element, 0, 1)) {
-                if (element->nTag == TAG_ITEM) continue;
-                auto *original = M_DicomFindFirstElement(&source, nullptr, element->nTag, 0);
-                EXPECT_EQ(support::ValueOf(source, original), support::ValueOf(target, element));
-            }
-        }
-    }
 }

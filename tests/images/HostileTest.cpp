@@ -8,7 +8,6 @@
 
 #include "Common/DSImage/RleCodec.h"
 #include "Frames.h"
-#include "values/FailingMemory.h"
 
 namespace {
 
@@ -171,68 +170,6 @@ TEST(RleCodec, GivesBackWhatItPackedAndHoldsItsLimit) {
     Bytes constant(1000, 7);
     Bytes packed(mdicom::MostRleBytes(1000));
     EXPECT_EQ(mdicom::PackRle(constant, packed.data()) - packed.data(), 16);
-}
-
-TEST(FrameFaults, ShortMemoryWhileReadingIsAStatus) {
-    for (const Encoding &encoding : kEncodings) {
-        for (const Kind &kind : kKinds) {
-            SCOPED_TRACE(std::string(encoding.name) + " " + std::to_string(kind.depth));
-            MDicomDS ds(nullptr);
-            ASSERT_EQ(Insert(ds, kind, encoding.compression), 0);
-            const Bytes good = Decode(ds);
-            ASSERT_FALSE(good.empty());
-            for (int place = 0, reached = 1; reached != 0; ++place) {
-                ASSERT_LT(place, 5000);
-                TestBitmap bitmap;
-                FailAllocation(place);
-                const uint16_t status = Get(ds, bitmap);
-                reached = AllocationFailed();
-                FailAllocation(-1);
-                ASSERT_TRUE(reached || status == 0) << place;
-                ASSERT_TRUE(status != 0 || RowsOf(bitmap) == good) << place;
-                ASSERT_TRUE(status == 0 || status == DICOM_ERROR_MEMORY ||
-                            status == DICOM_ERROR_IMAGE || status == DICOM_ERROR_WRITE)
-                    << place << ": " << status;
-            }
-            EXPECT_EQ(Decode(ds), good);
-        }
-    }
-}
-
-TEST(FrameFaults, ShortMemoryWhileInsertingLeavesTheFrames) {
-    for (const Encoding &encoding : kEncodings) {
-        for (const Kind &kind : kKinds) {
-            SCOPED_TRACE(std::string(encoding.name) + " " + std::to_string(kind.depth));
-            const auto bitmaps = {MakeBitmap(33, 17, kind, 0), MakeBitmap(33, 17, kind, 1)};
-            MDicomDS whole(nullptr);
-            for (const auto &bitmap : bitmaps) Insert(whole, *bitmap, encoding.compression);
-            for (int place = 0, reached = 1; reached != 0; ++place) {
-                ASSERT_LT(place, 5000);
-                MDicomDS ds(nullptr);
-                std::vector<uint16_t> statuses(2, 1);
-                FailAllocation(place);
-                for (size_t i = 0; i < 2 && (i == 0 || statuses[0] == 0); ++i) {
-                    statuses[i] = Insert(ds, *bitmaps.begin()[i], encoding.compression);
-                }
-                reached = AllocationFailed();
-                FailAllocation(-1);
-                const auto stored =
-                    static_cast<size_t>(std::count(statuses.begin(), statuses.end(), 0));
-                ASSERT_TRUE(reached || stored == 2) << place;
-                ASSERT_EQ(ds.GetCountImage(nullptr), stored) << place;
-                const bool isThere = ds.FindFirstElement(nullptr, TAG_PIXEL_DATA, 0) != nullptr;
-                ASSERT_EQ(isThere, stored > 0) << place << ": " << statuses[0];
-                // The data set can be gone on with.
-                for (size_t i = stored; i < 2; ++i) {
-                    ASSERT_EQ(Insert(ds, *bitmaps.begin()[i], encoding.compression), 0) << place;
-                }
-                for (uint32_t i = 0; i < 2; ++i) {
-                    ASSERT_TRUE(Decode(ds, i) == Decode(whole, i))
-                        << place << ", " << i << ": " << statuses[0] << " " << statuses[1];
-                }
-            }
-        }
-    }
 }
 
 } // namespace

@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "jpeg/Pictures.h"
-#include "values/FailingMemory.h"
+#include "support/Faults.h"
 
 using namespace jpegtest;
 
@@ -70,17 +70,12 @@ TEST(Hostile, StreamsThatAreCutOrChangedEndInACode) {
 
 /** Lets each allocation of some work fail in turn; it has to say so. */
 template <typename Work>
-void FailEachAllocation(const char *name, Work work) {
-    int place = 0;
-    for (; place < 1000; ++place) {
-        FailAllocation(place);
+void FailEachAllocation(const std::string &name, Work work) {
+    support::ForEachFault("codec, " + name, KERNEL_FAULT_ALLOCATE, [&](const auto &arm) {
+        arm();
         const int32_t result = work();
-        const bool failed = AllocationFailed();
-        FailAllocation(-1);
-        EXPECT_EQ(result, failed ? MFCMPX_ERROR_MEMORY : MFCMPX_SUCCESS) << name << " " << place;
-        if (!failed) break;
-    }
-    EXPECT_LT(place, 1000) << name;
+        EXPECT_EQ(result, support::DisarmFault() ? MFCMPX_ERROR_MEMORY : MFCMPX_SUCCESS);
+    });
 }
 
 TEST(Hostile, MemoryMayRunOutAnywhere) {

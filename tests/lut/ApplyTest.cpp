@@ -8,7 +8,6 @@
 
 #include "Lut.h"
 #include "kernel/Bitmap.h"
-#include "values/FailingMemory.h"
 
 namespace {
 
@@ -158,61 +157,6 @@ TEST(ApplyLut, HostileAttributesLeaveTheImage) {
             bitmap.nMaxVal = INT32_MAX;
             EXPECT_EQ(DataSetAccess::ApplyVoi(ds, &bitmap, flags), 0);
         }
-    }
-}
-
-TEST(ApplyLut, ShortMemoryLeavesTheImageAsItIs) {
-    MDicomDS ds(nullptr);
-    Words table(4096, 77);
-    const auto modality = MakeTable(4096, 0, 16);
-    ds.SetModalityLUT(0, &modality, table.data(), 4096, 0);
-    auto voi = Fresh<tagDICOMVOILUTATTRIBS>();
-    voi.LUTDescriptor = {0, 4096, 0, 16};
-    ds.SetVOILUT(0, &voi, table.data(), 4096, 0);
-    for (int place = 0, reached = 1; reached != 0; ++place) {
-        ASSERT_LT(place, 200);
-        Pixels bitmap({0, 1, 500, 4095});
-        FailAllocation(place);
-        const uint16_t modalityStatus = DataSetAccess::ApplyModality(ds, &bitmap, 8);
-        const uint16_t voiStatus = DataSetAccess::ApplyVoi(ds, &bitmap);
-        const uint16_t stored = DataSetAccess::StoreLut(ds, &bitmap);
-        reached = AllocationFailed();
-        FailAllocation(-1);
-        // Memory may be short for finding the companion, too.
-        for (const uint16_t status : {modalityStatus, voiStatus, stored}) {
-            ASSERT_TRUE(status == 0 || reached) << place;
-        }
-        const Words pixels = bitmap.Get();
-        const Words mapped(4, 77);
-        ASSERT_TRUE(pixels == mapped || pixels == (Words{0, 1, 500, 4095})) << place;
-        ds.SetVOILUT(0, &voi, table.data(), 4096, 0);
-    }
-}
-
-TEST(LutAttributes, ShortMemoryIsAStatusAndLeavesNoHalves) {
-    Words table(300, 7);
-    const auto modality = MakeTable(300, 0, 8);
-    auto voi = Fresh<tagDICOMVOILUTATTRIBS>();
-    voi.LUTDescriptor = {0, 300, 0, 8};
-    const auto window = MakeWindow(40, 400, L"\x4E00");
-    for (int place = 0, reached = 1; reached != 0; ++place) {
-        ASSERT_LT(place, 1000);
-        MDicomDS ds(nullptr);
-        FailAllocation(place);
-        const uint16_t results[] = {
-            ds.SetModalityLUT(0, &modality, table.data(), 300, 0),
-            ds.SetVOILUT(0, &voi, table.data(), 300, 0),
-            ds.SetWindow(2, 0, &window, DICOM_SETIMAGE_VOI_PER_FRAME),
-        };
-        reached = AllocationFailed();
-        FailAllocation(-1);
-        const auto failures = std::count_if(std::begin(results), std::end(results),
-                                            [](uint16_t status) { return status != 0; });
-        ASSERT_LE(failures, reached) << place;
-        uint32_t count = 0;
-        ds.GetVOILUTCount(&count);
-        ASSERT_EQ(count, results[1] == 0 ? 1u : 0u) << place;
-        ASSERT_EQ(RescaleText(ds), results[0] == 0 ? "table" : "205") << place;
     }
 }
 

@@ -4,7 +4,6 @@
 
 #include "overlay/Overlays.h"
 #include "support/TestFiles.h"
-#include "values/FailingMemory.h"
 
 namespace {
 
@@ -184,24 +183,6 @@ TEST(OverlayData, BitmapsOfAnotherFormAreRefused) {
     EXPECT_EQ(DataOf(ds).size(), 2u);
     EXPECT_EQ(DataSetAccess::SetFrame(ds, 0, &fitting, 0x7FFFFFFE), DICOM_ERROR_WRITE);
     EXPECT_EQ(DataSetAccess::GetFrame(ds, 0, &none, 1), DICOM_ERROR_READ);
-}
-
-TEST(OverlayData, ShortMemoryIsAStatus) {
-    for (int place = 0, reached = 1; reached != 0; ++place) {
-        ASSERT_LT(place, 1000);
-        MDicomDS ds(nullptr);
-        const _OVERLAYATTRIBUTES attributes = OverlayOf(3, 10, 2);
-        TestBitmap given(10, 3, 1, KERNEL_ORDER_BGR), read;
-        FailAllocation(place);
-        const bool done = ds.SetOverlayAttributes(0, &attributes, 0) == 0 &&
-                          ds.SetOverlayBitmap(0, &given, 0) == 0 &&
-                          ds.GetOverlayBitmap(0, &read, sizeof(_BITMAPHANDLE), 0) == 0;
-        reached = AllocationFailed();
-        FailAllocation(-1);
-        ASSERT_TRUE(done || reached) << place;
-        ASSERT_EQ(ds.SetOverlayAttributes(0, &attributes, 0), 0) << place;
-        ASSERT_EQ(ds.SetOverlayBitmap(0, &given, 0), 0) << place;
-    }
 }
 
 } // namespace

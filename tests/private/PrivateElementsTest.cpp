@@ -4,8 +4,6 @@
 
 #include <vector>
 
-#include "MDicomFlat.h"
-#include "support/FailingKernel.h"
 #include "values/Values.h"
 
 namespace {
@@ -62,12 +60,6 @@ TEST_F(PrivateElements, CreatorsAreRefused) {
     EXPECT_EQ(Status(9, 0x10, std::wstring(65, L'x').c_str()), 9);
     EXPECT_EQ(ds.m_Tree.pFirst, nullptr);
     EXPECT_EQ(Status(9, 0x10, std::wstring(64, L'x').c_str()), 0);
-}
-
-TEST_F(PrivateElements, CreatorsNeedMemory) {
-    const support::FailingKernel failing(0);
-    EXPECT_EQ(Status(9, 0x10), 2);
-    EXPECT_EQ(ds.m_Tree.pFirst, nullptr);
 }
 
 TEST_F(PrivateElements, CreatorsAreFoundByNameAndGroup) {

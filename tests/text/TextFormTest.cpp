@@ -5,8 +5,6 @@
 #include <limits>
 #include <vector>
 
-#include "MDicomText.h"
-#include "support/FailingKernel.h"
 #include "values/Values.h"
 
 namespace {
@@ -259,21 +257,4 @@ TEST(TextForm, OfManyValuesEndsSoon) {
     wchar_t start[12];
     for (int i = 0; i < 2000; ++i) ASSERT_EQ(v.ds.GetConvertValue(pixels, start, 12), 12u);
     EXPECT_EQ(std::wstring(start), L"30840\\30840");
-}
-
-TEST(TextForm, ShortMemoryIsAFailure) {
-    Values v;
-    const std::vector<_DICOMELEMENT *> elements = {v.Add("LO", "a\\b "), v.Add("DS", "1\\2 "),
-                                                   v.Add("US", "aabb"), v.Add("AS", "018M")};
-    for (_DICOMELEMENT *element : elements) {
-        for (int place = 0; place < 4; ++place) {
-            const std::string before = v.Bytes(element);
-            const auto enter = [&] {
-                const support::FailingKernel failing(place, support::FailingKernel::ThereAlone);
-                return v.ds.SetConvertValue(element, L"3\\4", 2) != 0;
-            };
-            const bool entered = enter();
-            EXPECT_TRUE(entered || v.Bytes(element) == before);
-        }
-    }
 }

@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <cmath>
 #include <map>
 #include <set>
@@ -12,7 +11,6 @@
 #include "support/RealFiles.h"
 #include "support/TestFiles.h"
 #include "support/TreeCompare.h"
-#include "values/FailingMemory.h"
 
 namespace {
 
@@ -184,16 +182,6 @@ TEST(TransferSyntax, TurnsEveryValueOfADataSetWithoutPixels) {
     }
 }
 
-std::atomic<int> wantedKind{-1};
-std::atomic<int> operationsLeft{0};
-std::atomic<bool> operationFailed{false};
-
-int FailOperation(int kind) {
-    if (kind != wantedKind || operationsLeft-- != 0) return 0;
-    operationFailed = true;
-    return 1;
-}
-
 /** All elements with their values, as a text that two moments can be compared by. */
 std::string Snapshot(MDicomDS &ds) {
     std::string text;
@@ -204,54 +192,6 @@ std::string Snapshot(MDicomDS &ds) {
     }
     return text + std::to_string(ds.m_nFlags);
 }
-
-class EachFault : public testing::TestWithParam<int> {};
-
-TEST_P(EachFault, LeavesTheDataSetAsItWas) {
-    const struct {
-        const char *form;
-        std::wstring from;
-        std::wstring to;
-    } kChanges[] = {{"gray12", kExplicit, kRle},    {"rgb", kRle, kJ2k},
-                    {"gray12", kJ2kLossless, kBig}, {"gray12", kExplicit, kExtended},
-                    {"bits", kRle, kExplicit},      {"ybr", kLossless, kImplicit}};
-    int faults = 0;
-    for (const auto &change : kChanges) {
-        const auto *form = std::find_if(std::begin(kForms), std::end(kForms),
-                                        [&](const Form &f) { return Is(f, change.form); });
-        for (int place = 0;; ++place) {
-            ASSERT_LT(place, 5000);
-            MDicomDS ds(nullptr);
-            MakeImage(ds, *form);
-            ASSERT_EQ(ds.ChangeTransferSyntax(change.from.c_str(), 2, 0), DICOM_SUCCESS);
-            const std::string before = Snapshot(ds);
-            operationFailed = false;
-            if (GetParam() == KERNEL_FAULT_ALLOCATE) {
-                FailAllocation(place);
-            } else {
-                wantedKind = GetParam();
-                operationsLeft = place;
-                KernelSetFaultHook(FailOperation);
-            }
-            const uint16_t status = ds.ChangeTransferSyntax(change.to.c_str(), 2, 0);
-            const bool reached = AllocationFailed() || operationFailed;
-            FailAllocation(-1);
-            KernelSetFaultHook(nullptr);
-            if (status != DICOM_SUCCESS) {
-                EXPECT_EQ(Snapshot(ds), before) << change.form << " " << place;
-                ASSERT_EQ(ds.ChangeTransferSyntax(change.to.c_str(), 2, 0), DICOM_SUCCESS);
-            }
-            EXPECT_EQ(Load(ds, form->frames - 1).status, DICOM_SUCCESS);
-            if (!reached) break;
-            ++faults;
-        }
-    }
-    RecordProperty("faults", faults);
-}
-
-INSTANTIATE_TEST_SUITE_P(Kinds, EachFault,
-                         testing::Values(KERNEL_FAULT_ALLOCATE, KERNEL_FAULT_READ,
-                                         KERNEL_FAULT_WRITE));
 
 TEST(TransferSyntax, KeepsTheFramesOfRealFiles) {
     unsigned changes = 0;
