@@ -6,8 +6,9 @@
 #include <functional>
 #include <thread>
 
+#include "fault/Scenarios.h"
 #include "support/Images.h"
-#include "support/TestFiles.h"
+#include "support/RealFiles.h"
 #include "support/TreeCompare.h"
 
 namespace {
@@ -20,61 +21,118 @@ void InThreads(const std::function<void(int)> &work) {
     for (std::thread &thread : threads) thread.join();
 }
 
-TEST(Threads, LoadEditAndSaveSideBySide) {
-    support::TemporaryFolder folder;
-    support::Encoder file;
-    file.Meta(support::kExplicitUid).Element(0x00080005, "CS", "ISO_IR 100");
-    file.Element(0x00100010, "PN", "M\xFCller^Eva");
-    file.Element(0x00280010, "US", std::string("\x10\0", 2));
-    file.Element(0x00420011, "OB", std::string(100000, 'd'));
-    support::WriteFile(folder.File("source"), file.bytes);
+Outcome Perform(const Scenario &scenario) {
+    const support::TemporaryFolder folder;
+    MDicomDS ds(nullptr), other(nullptr);
+    Trial run{ds, other, folder};
+    scenario.make(run.source);
+    Prepare(scenario, run);
+    const unsigned status = scenario.work(run);
+    return OutcomeOf(scenario, run, status);
+}
+
+/** Loads and walks in every encoding, typed values in many character sets, text forms, decoding
+ *  with LUTs and overlays, insertions and changes in every syntax, keys, copies, saves, the file
+ *  filter: the threads begin at different ones, and end as one thread alone does. */
+TEST(Threads, DoEverythingSideBySide) {
+    const std::vector<Scenario> scenarios = AllScenarios();
+    std::vector<Outcome> expected;
+    for (const Scenario &scenario : scenarios) expected.push_back(Perform(scenario));
     std::atomic<int> good = 0;
     InThreads([&](int number) {
-        for (int round = 0; round < 20; ++round) {
-            const std::wstring name = folder.WideFile("out" + std::to_string(number));
-            MDicomDS ds(nullptr);
-            if (ds.LoadDS(folder.WideFile("source").c_str(), 0) != DICOM_SUCCESS) return;
-            auto *patient = ds.FindFirstElement(nullptr, 0x00100010, 1);
-            const wchar_t *text = ds.GetStringValue(patient, 0, 1);
-            if (text == nullptr || std::wcscmp(text, L"M\u00FCller^Eva") != 0) return;
-            if (!ds.SetStringValue(patient, L"L\u00F8vstr\u00F8m^Bo", 1, 1)) return;
-            const uint16_t flags = round % 2 != 0 ? DS_BIG_ENDIAN : DS_IMPLICIT_VR;
-            if (ds.SaveDS(name.c_str(), flags) != DICOM_SUCCESS) return;
-            MDicomDS again(nullptr);
-            if (again.LoadDS(name.c_str(), 0) != DICOM_SUCCESS) return;
-            if (!support::Difference(ds, again, {.compareVr = round % 2 != 0}).empty()) return;
+        const size_t first = static_cast<size_t>(number) * scenarios.size() / kThreads;
+        for (size_t i = 0; i < 2 * scenarios.size(); ++i) {
+            const size_t which = (first + i) % scenarios.size();
+            if (!(Perform(scenarios[which]) == expected[which])) {
+                ADD_FAILURE() << scenarios[which].name;
+                return;
+            }
         }
         ++good;
     });
     EXPECT_EQ(good, kThreads);
 }
 
-TEST(Threads, DecodeAndChangeImagesSideBySide) {
-    constexpr support::Form kForms[] = {
-        {"gray", "MONOCHROME2", 1, 16, 12, 11, 0, 0, 2},
-        {"colour", "RGB", 3, 8, 8, 7, 0, 0, 2},
-    };
-    const wchar_t *const kSyntaxes[] = {L"1.2.840.10008.1.2.5", L"1.2.840.10008.1.2.4.70",
-                                        L"1.2.840.10008.1.2.4.90", L"1.2.840.10008.1.2.2"};
-    const support::TemporaryFolder folder;
-    std::atomic<int> good = 0;
+/** All that a file holds, as a text. */
+std::string Digest(const std::filesystem::path &path) {
+    MDicomDS ds(nullptr);
+    std::string text = std::to_string(ds.LoadDS(path.wstring().c_str(), 0));
+    for (auto *element = ds.GetFirstElement(nullptr, 0, 1); element != nullptr;
+         element = ds.GetNextElement(element, 0, 1)) {
+        wchar_t form[200] = {};
+        ds.GetConvertValue(element, form, 200);
+        text += support::Describe(element) + std::string(form, form + std::wcslen(form));
+    }
+    for (const support::Picture &picture : support::LoadAll(ds)) {
+        text +=
+            std::to_string(picture.status) + std::string(picture.rows.begin(), picture.rows.end());
+    }
+    return text;
+}
+
+TEST(Threads, ReadRealFilesSideBySide) {
+    std::vector<std::filesystem::path> files = support::RealFiles();
+    std::erase_if(files, [](const auto &path) { return std::filesystem::file_size(path) > 60000; });
+    if (files.empty()) GTEST_SKIP() << "no real files";
+    std::vector<std::string> expected;
+    for (const auto &path : files) expected.push_back(Digest(path));
     InThreads([&](int number) {
-        for (int round = 0; round < 4; ++round) {
-            MDicomDS ds(nullptr);
-            support::MakeImage(ds, kForms[number % 2]);
-            const std::vector<support::Picture> pictures = support::LoadAll(ds);
-            for (const wchar_t *uid : kSyntaxes) {
-                if (ds.ChangeTransferSyntax(uid, 0, 0) != DICOM_SUCCESS) return;
-                const std::wstring name = folder.WideFile("image" + std::to_string(number));
-                if (ds.SaveDS(name.c_str(), DS_METAHEADER_PRESENT) != DICOM_SUCCESS) return;
-                MDicomDS again(nullptr);
-                if (again.LoadDS(name.c_str(), 0) != DICOM_SUCCESS) return;
-                if (support::LoadAll(again) != pictures) return;
-            }
+        for (size_t i = 0; i < files.size(); ++i) {
+            const size_t which = (i * 7 + static_cast<size_t>(number) * 5) % files.size();
+            if (Digest(files[which]) != expected[which]) ADD_FAILURE() << files[which];
         }
-        ++good;
     });
+}
+
+/** No data set is left between the rounds, so that the companions go and come. */
+TEST(Threads, MakeTheFirstUseOfTheCompanions) {
+    constexpr support::Form kGray = {"gray", "MONOCHROME2", 1, 16, 12, 11, 0, 0, 2};
+    const wchar_t *const kSyntaxes[] = {L"1.2.840.10008.1.2.4.70", L"1.2.840.10008.1.2.4.90"};
+    std::atomic<int> good = 0;
+    for (int round = 0; round < 10; ++round) {
+        std::atomic<int> waiting = kThreads;
+        InThreads([&](int number) {
+            --waiting;
+            while (waiting > 0) std::this_thread::yield();
+            MDicomDS ds(nullptr);
+            support::MakeImage(ds, kGray);
+            if (ds.ChangeTransferSyntax(kSyntaxes[number % 2], 0, 0) == DICOM_SUCCESS) ++good;
+        });
+    }
+    EXPECT_EQ(good, 10 * kThreads);
+}
+
+/** Rows of each dictionary, counted by their links, and one found by its key. */
+std::vector<size_t> WalkDictionaries() {
+    std::vector<size_t> counts(5);
+    for (auto *row = MDicomVR::GetFirst(); row != nullptr; row = MDicomVR::GetNext(row)) {
+        counts[0] += MDicomVR::Find(row->nCode) != nullptr;
+    }
+    for (auto *row = MDicomTag::GetFirst(); row != nullptr; row = MDicomTag::GetNext(row)) {
+        counts[1] += MDicomTag::Find(row->nCode) != nullptr;
+    }
+    for (auto *row = MDicomUID::GetFirst(); row != nullptr; row = MDicomUID::GetNext(row)) {
+        counts[2] += MDicomUID::Find(row->pszCode) == row;
+    }
+    for (auto *row = MDicomIOD::GetFirst(nullptr, 0); row != nullptr;
+         row = MDicomIOD::GetNext(row, 0)) {
+        counts[3] += row->pszName != nullptr;
+    }
+    for (auto *group = MDicomContextGroup::GetFirst(); group != nullptr;
+         group = MDicomContextGroup::GetNext(group)) {
+        counts[4] += MDicomContextGroup::GetCountCodedConcept(group);
+    }
+    return counts;
+}
+
+TEST(Threads, WalkFinishedDictionaries) {
+    ASSERT_EQ(MDicomContextGroup::Load(nullptr), DICOM_SUCCESS);
+    const std::vector<size_t> expected = WalkDictionaries();
+    for (const size_t count : expected) EXPECT_GT(count, 20u);
+    std::atomic<int> good = 0;
+    InThreads([&](int) { good += WalkDictionaries() == expected; });
     EXPECT_EQ(good, kThreads);
+    MDicomContextGroup::Reset();
 }
 
 TEST(Threads, MakeTheFirstUseOfTheDictionaries) {
