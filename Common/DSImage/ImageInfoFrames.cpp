@@ -90,17 +90,13 @@ StartTest StartTestOf(uint32_t compression) {
 }
 
 void ScanFragments(MDicomDS &dataSet, _DICOMELEMENT *table, uint32_t fragments, FrameList &list) {
-    const StartTest begins = StartTestOf(list.rules.compression);
+    // As many fragments as frames are one for each (PS 3.5, A.4), also where a code stream is
+    // too short to show how it begins; none has to be read then.
+    const bool isOneEach = fragments == list.rules.numberOfFrames;
+    const StartTest begins = isOneEach ? AlwaysBegins : StartTestOf(list.rules.compression);
+    list.starts.reserve(isOneEach ? fragments : 0);
     for (_DICOMELEMENT *item = NextOf(table); item != nullptr; item = NextOf(item)) {
         if (begins(dataSet, item)) list.starts.push_back(item);
-    }
-    // As many fragments as frames are one for each (PS 3.5, A.4), also where a code stream is
-    // too short to show how it begins.
-    if (list.starts.size() < fragments && fragments == list.rules.numberOfFrames) {
-        list.starts.clear();
-        for (_DICOMELEMENT *item = NextOf(table); item != nullptr; item = NextOf(item)) {
-            list.starts.push_back(item);
-        }
     }
     // A single frame needs no sign of its start: JPEG 2000 may stand in a file format of its own.
     const bool single = list.rules.numberOfFrames <= 1;
