@@ -277,19 +277,35 @@ Status FrameSaver::DescribeStored() {
     const Status status = m_DataSet.DescribeImage(m_PixelData, &m_Stored, 1);
     if (status != DICOM_SUCCESS) return status;
     if (m_Stored.nSamplesPerPixel == 3) m_Stored.nPixelRepresentation = 0;
-    if (m_Frames > 0 || !IsCompressed()) {
-        const Status located =
-            m_Frames > 0 ? m_DataSet.LocateFrame(m_PixelData, &m_Stored, 0) : Status{DICOM_SUCCESS};
-        if (located != DICOM_SUCCESS) return located;
-    }
+    const Status located =
+        m_Frames > 0 ? m_DataSet.LocateFrame(m_PixelData, &m_Stored, 0) : Status{DICOM_SUCCESS};
+    if (located != DICOM_SUCCESS) return located;
     m_Stored.nFrameIndex = m_Request.index;
     if (m_Compression == IMAGE_COMPRESSION_JPEG_LOSSY && m_Stored.bGray &&
         m_Stored.nBitsStored == 12) {
         m_Stored.nBitsPerPixel = 12;
     }
-    if (m_Stored.nPlanarConfiguration != 0) return DICOM_ERROR_BITMAP;
-    const bool isPalette = m_Stored.nPhotometric == PHOTOMETRIC_PALETTE_COLOR;
-    return isPalette && IsLossy(m_Compression) ? DICOM_ERROR_PHOTOMETRIC : DICOM_SUCCESS;
+    // Segments are of whole bytes.
+    const bool isRle = m_Compression == IMAGE_COMPRESSION_RLE;
+    if (isRle && m_Stored.nBitsPerPixel == 12) m_Stored.nBitsPerPixel = 16;
+    return CheckStored();
+}
+
+/** Refuses images whose frames cannot be made of bitmaps, or not so that all of them are called the
+ *  same. */
+Status FrameSaver::CheckStored() const {
+    const uint32_t samples = m_Stored.nSamplesPerPixel;
+    const bool fits = samples == 1 || (samples == 3 && m_Stored.nBitsAllocated == 8);
+    if (!fits || m_Stored.nPlanarConfiguration != 0) return DICOM_ERROR_BITMAP;
+    if (m_Stored.nPhotometric == PHOTOMETRIC_PALETTE_COLOR) {
+        return IsLossy(m_Compression) ? DICOM_ERROR_PHOTOMETRIC : DICOM_SUCCESS;
+    }
+    const bool isYbr = m_Stored.nPhotometric == PHOTOMETRIC_YBR_FULL ||
+                       m_Stored.nPhotometric == PHOTOMETRIC_YBR_FULL_422;
+    const bool isPlain = m_DataSet.m_pExtra != nullptr && m_DataSet.m_pExtra->bCodecFlag != 0;
+    const bool becomesYbr = m_Compression == IMAGE_COMPRESSION_JPEG_LOSSY && !isPlain;
+    const bool agrees = m_Frames == 0 || samples != 3 || m_Stored.bGray || isYbr == becomesYbr;
+    return agrees ? DICOM_SUCCESS : DICOM_ERROR_PHOTOMETRIC;
 }
 
 /** Gives the picture the size and the depth of the stored image. */

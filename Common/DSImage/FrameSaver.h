@@ -50,6 +50,7 @@ class FrameSaver {
     Status ConvertTo(int32_t depth, bool gray);
     Status ConvertToPalette();
     Status DescribeStored();
+    Status CheckStored() const;
     Status MatchStored();
     void SettleLutFlags();
     Status StoreLuts();

@@ -221,6 +221,49 @@ TEST(RoundTrip, AFailureLeavesFramesAndAttributes) {
     }
 }
 
+TEST(RoundTrip, FramesThatWouldNotBeLikeTheFirstAreRefused) {
+    struct {
+        Kind kind;
+        uint32_t compression;
+        uint32_t tag; ///< that is set to another value behind the first frame
+        const char *text;
+        uint32_t number;
+        uint32_t flags;
+        uint16_t status;
+    } const kImages[] = {
+        {{24, 8}, kRleClass, 0x00280004, "YBR_FULL", 0, 0, DICOM_ERROR_PHOTOMETRIC},
+        {{24, 8}, kNone, 0x00280004, "YBR_FULL", 0, 0, DICOM_ERROR_PHOTOMETRIC},
+        {{24, 8}, kJpegLossy, 0, nullptr, 0, DICOM_SETIMAGE_CODEC_FLAG, DICOM_ERROR_PHOTOMETRIC},
+        {{24, 8}, kJpegLossy, 0, nullptr, 0, 0, 0},
+        {{24, 8}, kRleClass, 0x00280100, nullptr, 16, 0, DICOM_ERROR_BITMAP},
+        {{24, 8}, kJpegLossless, 0x00280100, nullptr, 16, 0, DICOM_ERROR_BITMAP},
+        {{16, 12}, kRleClass, 0x00280100, nullptr, 12, 0, 0},
+    };
+    for (const auto &row : kImages) {
+        SCOPED_TRACE(&row - kImages);
+        MDicomDS ds(nullptr);
+        const auto bitmap = MakeBitmap(5, 4, row.kind);
+        const auto put = [&](uint32_t flags) {
+            return ds.InsertImage(nullptr, bitmap.get(), 9, row.compression,
+                                  row.kind.depth == 24 ? PHOTOMETRIC_RGB : PHOTOMETRIC_MONOCHROME2,
+                                  0, 2, flags, nullptr, nullptr);
+        };
+        ASSERT_EQ(put(0), 0);
+        if (row.text != nullptr) {
+            ds.FindSetValue(nullptr, row.tag, row.text, 8, VALUE_ARRAY_BYTE);
+        } else if (row.tag != 0) {
+            ds.FindSetValue(nullptr, row.tag, &row.number, 1, VALUE_ARRAY_DWORD);
+        }
+        TestBitmap first;
+        TestBitmap later;
+        ASSERT_EQ(Get(ds, first), 0);
+        EXPECT_EQ(put(row.flags), row.status);
+        EXPECT_EQ(ds.GetCountImage(nullptr), row.status == 0 ? 2u : 1u);
+        ASSERT_EQ(Get(ds, later, row.status == 0 ? 1 : 0), 0);
+        EXPECT_EQ(RowsOf(later), RowsOf(first));
+    }
+}
+
 TEST(RoundTrip, ATableWithoutFramesGivesWayToAValue) {
     MDicomDS ds(nullptr);
     const auto bitmap = MakeBitmap(4, 4, {8, 8});
