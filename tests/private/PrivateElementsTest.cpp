@@ -4,6 +4,7 @@
 
 #include <vector>
 
+#include "MDicomFlat.h"
 #include "values/Values.h"
 
 namespace {

@@ -5,6 +5,7 @@
 #include <limits>
 #include <vector>
 
+#include "MDicomText.h"
 #include "values/Values.h"
 
 namespace {
