@@ -44,7 +44,7 @@ bool ReplacementFile::Create(const wchar_t *path) {
         if (!error) m_Path = real.string();
     }
     // Not the name and more: it may be as long as names can be.
-    m_Temporary = fs::path(m_Path).replace_filename(RandomName()).string();
+    m_Temporary = m_Path.substr(0, m_Path.rfind('/') + 1) + RandomName();
     const int flags =
         KERNEL_OPEN_READ | KERNEL_OPEN_WRITE | KERNEL_OPEN_CREATE | KERNEL_OPEN_EXCLUSIVE;
     M_HFILE__ *file = KernelFileOpen(m_Temporary.c_str(), flags, exists ? 0600 : 0666);
