@@ -148,6 +148,11 @@ const char *StatusText(uint16_t status) {
     }
 }
 
+int Fail(const char *what, const char *why) {
+    std::fprintf(stderr, "%s: %s\n", what, why);
+    return 1;
+}
+
 std::vector<std::filesystem::path> FilesUnder(const std::filesystem::path &path) {
     if (!std::filesystem::is_directory(path)) return {path};
     std::vector<std::filesystem::path> files;

@@ -23,6 +23,9 @@ bool ParseTag(const std::string &text, uint32_t *tag);
 /** A status of LoadDS or SaveDS in words. */
 const char *StatusText(uint16_t status);
 
+/** Tells people why something failed; the status of a program that ends so. */
+int Fail(const char *what, const char *why);
+
 /** The value of an element in one short line. */
 std::string ValueText(MDicomDS &ds, _DICOMELEMENT *element);
 

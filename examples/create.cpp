@@ -176,11 +176,6 @@ const Recipe *FindRecipe(std::string_view word) {
     return nullptr;
 }
 
-int Fail(const char *what, const char *why) {
-    std::fprintf(stderr, "%s: %s\n", what, why);
-    return 1;
-}
-
 } // namespace
 
 int main(int argc, char **argv) {

@@ -57,11 +57,6 @@ bool Change(MDicomDS &ds, const std::string &assignment) {
     return element != nullptr && SetValue(ds, element, assignment.substr(equals + 1));
 }
 
-int Fail(const char *what, const char *why) {
-    std::fprintf(stderr, "%s: %s\n", what, why);
-    return 1;
-}
-
 } // namespace
 
 int main(int argc, char **argv) {

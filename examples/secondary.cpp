@@ -118,11 +118,6 @@ uint16_t SetPicture(MDicomDS &ds, PngPicture &picture, const Compression &compre
     return status;
 }
 
-int Fail(const char *what, const char *why) {
-    std::fprintf(stderr, "%s: %s\n", what, why);
-    return 1;
-}
-
 } // namespace
 
 int main(int argc, char **argv) {

@@ -6,7 +6,6 @@
 // The quality of lossy syntaxes is 2 (best) to 255. A lossy image is marked as one; where it is to
 // live beside the original, it also needs a SOP Instance UID of its own (PS 3.3, C.7.6.1.1.5).
 
-#include <algorithm>
 #include <charconv>
 #include <cstdio>
 #include <filesystem>
