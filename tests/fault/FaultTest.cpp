@@ -143,8 +143,10 @@ INSTANTIATE_TEST_SUITE_P(Each, Faults, testing::ValuesIn(AllScenarios()), [](con
 
 /** No other encoding is tried where the value store is full. */
 TEST(FaultsOfTheStore, EndALoad) {
-    TemporaryFolder folder;
-    support::WriteFile(folder.File("file"), SampleFile());
+    const support::TemporaryFolder folder;
+    support::Encoder file;
+    file.Meta(support::kExplicitUid).Element(0x00420011, "OB", std::string(150000, 'd'));
+    support::WriteFile(folder.File("file"), file.bytes);
     MDicomDS ds(nullptr);
     KernelSetFaultHook([](int kind) { return kind == KERNEL_FAULT_WRITE ? 1 : 0; });
     const unsigned status = ds.LoadDS(folder.WideFile("file").c_str(), DS_LOAD_CLOSE);

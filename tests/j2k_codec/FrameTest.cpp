@@ -8,7 +8,7 @@ using mdicom::DataSetAccess;
 namespace {
 
 std::string Stream(uint32_t number, uint32_t bits) {
-    Bitmap bitmap(64, 48, bits > 8 ? 16 : 8);
+    Bitmap bitmap(128, 96, bits > 8 ? 16 : 8);
     if (bits > 8) bitmap.record.nHighBit = static_cast<int32_t>(bits) - 1;
     bitmap.Paint(bits, number);
     const Bytes stream = Encode(bitmap, 0, DefaultOptions());
@@ -16,7 +16,7 @@ std::string Stream(uint32_t number, uint32_t bits) {
 }
 
 Bytes Pixels(uint32_t number) {
-    Bitmap bitmap(64, 48, 8);
+    Bitmap bitmap(128, 96, 8);
     bitmap.Paint(8, number);
     return bitmap.Rows();
 }
@@ -30,14 +30,14 @@ uint16_t DecodeFrame(Image &image, uint32_t frame, Bytes &pixels, _IMAGEINFO &in
 }
 
 TEST(J2kFrame, TakesItsFragmentsUpToTheNextFrame) {
-    Image image(48, 64, 8);
+    Image image(96, 128, 8);
     image.Syntax(kJ2k);
     image.Set(0x00280008, {3});
     const std::string first = Stream(7, 8);
     const std::string second = Stream(8, 8);
     const std::string third = Stream(9, 8);
     // A short fragment does not begin a frame, whatever it holds.
-    image.Fragments({"", first.substr(0, 400), first.substr(400), second,
+    image.Fragments({"", first.substr(0, 900), first.substr(900), second,
                      third.substr(0, third.size() - 100), third.substr(third.size() - 100)});
     for (uint32_t frame = 0; frame < 3; ++frame) {
         Bytes pixels;
@@ -48,7 +48,7 @@ TEST(J2kFrame, TakesItsFragmentsUpToTheNextFrame) {
 }
 
 TEST(J2kFrame, TellsTheDepthOfItsStream) {
-    Image image(48, 64, 16);
+    Image image(96, 128, 16);
     image.Syntax(kJ2k);
     image.Set(0x00280101, {16});
     image.Fragments({"", Stream(7, 12)});
@@ -60,10 +60,10 @@ TEST(J2kFrame, TellsTheDepthOfItsStream) {
 }
 
 TEST(J2kFrame, ColourHasNoDepthOfItsOwn) {
-    Bitmap source(64, 48, 24);
+    Bitmap source(128, 96, 24);
     source.Paint(8);
     const Bytes stream = Encode(source, 0, DefaultOptions());
-    Image image(48, 64, 8);
+    Image image(96, 128, 8);
     image.Syntax(kJ2k);
     image.Set(0x00280002, {3});
     image.Photometric("YBR_RCT");
