@@ -135,8 +135,16 @@ class HeadWalk {
     HeadWalk(const Head &head, MutableBytes codestream)
         : m_Head(head), m_Codestream(codestream), m_Reader(codestream) {}
 
-    /** Bytes from the start on that may be decoded. */
-    size_t Accepted() {
+    /** What may be decoded, from the start on. */
+    Prepared Accepted() {
+        const size_t length = AcceptedLength();
+        // What is left out leaves the tile parts before it whole.
+        const size_t missing = length == m_Codestream.size() ? m_Missing : 0;
+        return {m_Codestream.first(length), missing + kMarkerBytes};
+    }
+
+  private:
+    size_t AcceptedLength() {
         m_Reader.MoveTo(sizeof kStart);
         m_Reader.MoveTo(sizeof kStart + m_Reader.Read16());
         while (!m_Done && m_Reader.Left() >= kMarkerBytes + kLengthBytes) {
@@ -145,7 +153,6 @@ class HeadWalk {
         return m_Accepted;
     }
 
-  private:
     /** One marker; false if what it stands in is without sense. */
     bool Step() {
         const size_t place = m_Reader.Position();
@@ -162,7 +169,9 @@ class HeadWalk {
     /** On to the next tile part. */
     bool LeaveHead() {
         if (m_TilePart == 0) return false;
-        m_Done = m_TilePartLength == 0; // it goes on to the end
+        const bool isOpen = m_TilePartLength == 0; // it goes on to the end
+        if (isOpen && !EndsWithMarker()) m_Missing = MostMissing();
+        m_Done = isOpen || m_Missing > 0;
         if (m_Done) return true;
         const size_t next = m_TilePart + m_TilePartLength;
         if (next < m_Reader.Position()) return false;
@@ -207,13 +216,30 @@ class HeadWalk {
         if (segment.Failed()) return false;
         const size_t left = m_Codestream.size() - place;
         if (m_TilePartLength <= left) return true;
+        m_Missing = m_TilePartLength - left;
+        if (m_Missing <= MostMissing()) return true;
         // A decoder would make room for what is not there.
+        m_Missing = 0;
         m_TilePartLength = static_cast<uint32_t>(left);
         for (size_t i = 0; i < sizeof m_TilePartLength; ++i) {
             m_Codestream[place + kPlaceOfLength + i] =
                 static_cast<uint8_t>(m_TilePartLength >> (24 - 8 * i));
         }
         return true;
+    }
+
+    /** More than any codestream of the image has. */
+    size_t MostMissing() const {
+        constexpr uint64_t kFreeBytes = 4096;
+        constexpr uint64_t kBytesPerSample = 4;
+        constexpr uint64_t kMost = uint64_t{1} << 30;
+        const uint64_t samples = uint64_t{m_Head.width} * m_Head.height * m_Head.componentCount;
+        return static_cast<size_t>(std::min(kFreeBytes + samples * kBytesPerSample, kMost));
+    }
+
+    bool EndsWithMarker() const {
+        Reader end(m_Codestream.last(kMarkerBytes));
+        return end.Read16() == kEoc;
     }
 
     bool CheckDefault(Reader &segment) {
@@ -250,6 +276,7 @@ class HeadWalk {
     size_t m_Accepted = m_Codestream.size();
     size_t m_TilePart = 0; ///< place of the tile part; 0 in the image's head
     uint32_t m_TilePartLength = 0;
+    size_t m_Missing = 0;
     bool m_Behind = false; ///< behind a tile part, ahead of the head of the next
     bool m_Done = false;
     uint32_t m_Layers = 0;
@@ -297,13 +324,13 @@ std::optional<Head> ReadHead(Bytes codestream) {
     return head;
 }
 
-Bytes PrepareCodestream(const Head &head, MutableBytes codestream) {
+Prepared PrepareCodestream(const Head &head, MutableBytes codestream) {
     constexpr uint64_t kFreeTiles = 256;
     constexpr uint64_t kPixelsPerTile = 1024;
     const uint64_t pixels = uint64_t{head.width} * head.height;
     if (head.tiles > kFreeTiles + pixels / kPixelsPerTile) return {};
     if (!HasReasonableSteps(head)) return {};
-    return codestream.first(HeadWalk(head, codestream).Accepted());
+    return HeadWalk(head, codestream).Accepted();
 }
 
 } // namespace j2k

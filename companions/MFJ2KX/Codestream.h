@@ -39,13 +39,20 @@ MutableBytes FindCodestream(MutableBytes file);
 /** Reads the image and tile sizes; nothing if they are none. */
 std::optional<Head> ReadHead(Bytes codestream);
 
+/** What a decoder may see of a codestream. */
+struct Prepared {
+    Bytes bytes;
+    size_t missing = 0; ///< bytes that the last tile part and the end lack, for zeros to stand in
+};
+
 /**
  * Looks through the heads of the image and of its tile parts. Gives the bytes that a decoder may
  * see: empty if tiles, components, precincts or layers are of a kind that it could not hold in
- * memory in proportion to the image. Tile parts that claim to go on behind the end are told to end
- * there, segments of no known marker become comments, and what follows the first tile part without
- * sense is left out, so that the decoder finds the heads that were looked at and no others.
+ * memory in proportion to the image. A tile part that claims to go on behind the end by more than
+ * an image has bytes is told to end there, segments of no known marker become comments, and what
+ * follows the first tile part without sense is left out, so that the decoder finds the heads that
+ * were looked at and no others.
  */
-Bytes PrepareCodestream(const Head &head, MutableBytes codestream);
+Prepared PrepareCodestream(const Head &head, MutableBytes codestream);
 
 } // namespace j2k

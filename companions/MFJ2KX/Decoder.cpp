@@ -144,16 +144,17 @@ bool IsDepth(int32_t depth) {
 }
 
 /** The decoded image; null if the stream is damaged beyond use. */
-Image DecodePlanes(Bytes codestream, const Head &head) {
-    Source source{codestream};
+Image DecodePlanes(const Prepared &codestream, const Head &head) {
+    // A stream that was cut short gives what is there: zeros are empty packets. A decoder that is
+    // told to bear less than it expects would write beyond its memory where packets are damaged.
+    Source source{codestream.bytes, codestream.missing};
     const Stream stream = OpenStream(source);
     const Codec codec(opj_create_decompress(OPJ_CODEC_J2K));
     if (stream == nullptr || codec == nullptr) return nullptr;
     opj_dparameters_t parameters;
     opj_set_default_decoder_parameters(&parameters);
     if (!opj_setup_decoder(codec.get(), &parameters)) return nullptr;
-    // A stream that was cut short gives what is there.
-    opj_decoder_set_strict_mode(codec.get(), OPJ_FALSE);
+    opj_decoder_set_strict_mode(codec.get(), OPJ_TRUE);
     UseThreads(codec.get(), uint64_t{head.width} * head.height * head.componentCount);
     opj_image_t *raw = nullptr;
     const bool hasHead = opj_read_header(stream.get(), codec.get(), &raw);
@@ -184,8 +185,8 @@ int32_t Decode(MutableBytes codestream, const _FILTERLOAD &argument) {
     const uint64_t needed =
         uint64_t{head->width} * (static_cast<uint32_t>(bitmap.nBitsPerPixel) / 8);
     if (bitmap.nBytesPerLine < needed) return MFJ2KX_ERROR_ARGUMENT;
-    const Bytes prepared = PrepareCodestream(*head, codestream);
-    if (prepared.empty()) return MFJ2KX_ERROR_FORMAT;
+    const Prepared prepared = PrepareCodestream(*head, codestream);
+    if (prepared.bytes.empty()) return MFJ2KX_ERROR_FORMAT;
     const Image image = DecodePlanes(prepared, *head);
     if (image == nullptr) return MFJ2KX_ERROR_FORMAT;
     Rows rows(*image, bitmap);

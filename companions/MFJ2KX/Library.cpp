@@ -3,7 +3,6 @@
 #include "Library.h"
 
 #include <algorithm>
-#include <cstring>
 #include <thread>
 
 namespace j2k {
@@ -15,16 +14,19 @@ constexpr size_t kMostBuffer = size_t{1} << 20;
 
 OPJ_SIZE_T ReadBytes(void *buffer, OPJ_SIZE_T wanted, void *userData) {
     auto &source = *static_cast<Source *>(userData);
-    const size_t count = std::min<size_t>(wanted, source.bytes.size() - source.position);
+    const size_t count = std::min<size_t>(wanted, source.Size() - source.position);
     if (count == 0) return kFailed;
-    std::memcpy(buffer, source.bytes.data() + source.position, count);
+    const Bytes rest = source.bytes.subspan(std::min(source.position, source.bytes.size()));
+    auto *zeros =
+        std::copy_n(rest.begin(), std::min(count, rest.size()), static_cast<uint8_t *>(buffer));
+    std::fill(zeros, static_cast<uint8_t *>(buffer) + count, uint8_t{0});
     source.position += count;
     return count;
 }
 
 OPJ_BOOL SeekSource(OPJ_OFF_T place, void *userData) {
     auto &source = *static_cast<Source *>(userData);
-    if (place < 0 || static_cast<uint64_t>(place) > source.bytes.size()) return OPJ_FALSE;
+    if (place < 0 || static_cast<uint64_t>(place) > source.Size()) return OPJ_FALSE;
     source.position = static_cast<size_t>(place);
     return OPJ_TRUE;
 }
@@ -32,7 +34,7 @@ OPJ_BOOL SeekSource(OPJ_OFF_T place, void *userData) {
 OPJ_OFF_T SkipSource(OPJ_OFF_T distance, void *userData) {
     auto &source = *static_cast<Source *>(userData);
     if (distance < 0) return -1;
-    const size_t left = source.bytes.size() - source.position;
+    const size_t left = source.Size() - source.position;
     const auto count =
         static_cast<size_t>(std::min<uint64_t>(static_cast<uint64_t>(distance), left));
     source.position += count;
@@ -67,11 +69,11 @@ OPJ_OFF_T SkipSink(OPJ_OFF_T distance, void *userData) {
 } // namespace
 
 Stream OpenStream(Source &source) {
-    const size_t buffer = std::clamp<size_t>(source.bytes.size(), 1, kMostBuffer);
+    const size_t buffer = std::clamp<size_t>(source.Size(), 1, kMostBuffer);
     Stream stream(opj_stream_create(buffer, OPJ_TRUE));
     if (stream == nullptr) return stream;
     opj_stream_set_user_data(stream.get(), &source, nullptr);
-    opj_stream_set_user_data_length(stream.get(), source.bytes.size());
+    opj_stream_set_user_data_length(stream.get(), source.Size());
     opj_stream_set_read_function(stream.get(), ReadBytes);
     opj_stream_set_seek_function(stream.get(), SeekSource);
     opj_stream_set_skip_function(stream.get(), SkipSource);

@@ -24,10 +24,13 @@ struct StreamDestroyer {
 };
 using Stream = std::unique_ptr<opj_stream_t, StreamDestroyer>;
 
-/** Bytes that a stream reads. */
+/** Bytes that a stream reads, and zeros behind them. */
 struct Source {
     Bytes bytes;
+    size_t zeros = 0;
     size_t position = 0;
+
+    size_t Size() const { return bytes.size() + zeros; }
 };
 
 /** A kernel file that a stream writes from its start on. */
