@@ -3,6 +3,8 @@
 #include "Common/Utils/CodePages.h"
 
 #include <iconv.h>
+
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <optional>
@@ -173,6 +175,12 @@ void AppendWidened(std::string_view bytes, std::wstring &text) {
     for (size_t i = 0; i < bytes.size(); ++i) text[start + i] = static_cast<uint8_t>(bytes[i]);
 }
 
+/** Converters of UTF-8 also take what is longer than any character, and halves of pairs. */
+bool IsNoCharacter(wchar_t unit) {
+    const auto code = static_cast<char32_t>(unit);
+    return code > 0x10FFFF || (code >= 0xD800 && code < 0xE000);
+}
+
 bool AppendConverted(std::optional<iconv_t> converter, LengthFunction length,
                      std::string_view bytes, std::wstring &text) {
     if (!converter) return false;
@@ -185,7 +193,9 @@ bool AppendConverted(std::optional<iconv_t> converter, LengthFunction length,
         size_t room = sizeof buffer;
         const size_t result = iconv(*converter, &from, &left, &to, &room);
         const bool stopped = result == static_cast<size_t>(-1) && errno != E2BIG;
-        text.append(buffer, kRoom - room / sizeof(wchar_t));
+        const size_t made = kRoom - room / sizeof(wchar_t);
+        std::replace_if(buffer, buffer + made, IsNoCharacter, kReplacement);
+        text.append(buffer, made);
         if (!stopped) continue;
         text += kReplacement;
         if (left == 0) break; // some converters step over what they reject
