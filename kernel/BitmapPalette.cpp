@@ -33,20 +33,21 @@ enum Kind { NotGray = 0, Ascending = 1, Descending = 2, NonLinear = 3 };
  * does not count. The tolerance allows for rounding to 8 bits, and for a ramp that begins between
  * two samples.
  */
-Kind KindOfRamp(const uint16_t *values, size_t count) {
+template <typename ValueAt>
+Kind KindOfRamp(ValueAt valueAt, size_t count) {
     size_t first = 0;
-    while (first + 1 < count && values[first + 1] == values[0]) ++first;
+    while (first + 1 < count && valueAt(first + 1) == valueAt(0)) ++first;
     if (first + 1 >= count) return NonLinear;
     size_t last = count - 1;
-    while (last > first + 1 && values[last - 1] == values[count - 1]) --last;
-    const double start = values[first];
-    const double rise = values[last] - start;
+    while (last > first + 1 && valueAt(last - 1) == valueAt(count - 1)) --last;
+    const double start = valueAt(first);
+    const double rise = valueAt(last) - start;
     if (rise == 0) return NonLinear;
     const double step = rise / static_cast<double>(last - first);
     const double tolerance = 1.5 * 257 + std::abs(step);
     for (size_t i = first; i <= last; ++i) {
         const double expected = start + step * static_cast<double>(i - first);
-        if (std::abs(values[i] - expected) > tolerance) return NonLinear;
+        if (std::abs(valueAt(i) - expected) > tolerance) return NonLinear;
     }
     return rise > 0 ? Ascending : Descending;
 }
@@ -58,13 +59,11 @@ int32_t KindOfLut(const _BITMAPHANDLE &bitmap, const Entry *entries, uint32_t le
     const SampleBits bits = BitsOf(bitmap);
     if (bits.Count > 16) return NonLinear;
     const size_t count = std::min<size_t>(size_t{1} << bits.Count, length);
-    const Block<uint16_t> values = MakeBlock<uint16_t>(count);
-    if (!values) return NonLinear;
     const size_t start = bits.Signed && count == size_t{1} << bits.Count ? count / 2 : 0;
-    for (size_t i = 0; i < count; ++i) {
-        values[i] = static_cast<uint16_t>(entries[(start + i) % count].rgbRed * scale);
-    }
-    return KindOfRamp(values.get(), count);
+    const auto valueAt = [&](size_t i) {
+        return static_cast<uint16_t>(entries[(start + i) % count].rgbRed * scale);
+    };
+    return KindOfRamp(valueAt, count);
 }
 
 int32_t KindOfPalette(const _BITMAPHANDLE &bitmap) {

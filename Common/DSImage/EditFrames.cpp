@@ -132,16 +132,19 @@ uint16_t MDicomDS::DeleteFragments(_DICOMELEMENT *pElement, _IMAGEINFO *pInfo, u
     const _DICOMELEMENT *end = next.pFrameElement;
     next.pFrameElement = nullptr;
     if (LocateFrame(pElement, &next, 0) == DICOM_ERROR_MEMORY) return DICOM_ERROR_MEMORY;
-    if (!PrepareOffsetTable(*this, pElement, next.pFrameElement) ||
-        !WriteFrameCount(*this, pElement, pInfo->nFrameCount - nCount)) {
-        return DICOM_ERROR_WRITE;
-    }
-    for (_DICOMELEMENT *item = pInfo->pFrameElement; item != nullptr && item != end;) {
-        _DICOMELEMENT *following = NextOf(item);
-        DeleteElement(item);
-        item = following;
-    }
-    return DICOM_SUCCESS;
+    constexpr uint32_t kTags[] = {kNumberOfFrames};
+    return ChangeWhole(*this, m_pIndex, pElement, kTags, [&]() -> uint16_t {
+        if (!WriteFrameCount(*this, pElement, pInfo->nFrameCount - nCount) ||
+            !PrepareOffsetTable(*this, pElement, next.pFrameElement)) {
+            return DICOM_ERROR_WRITE;
+        }
+        for (_DICOMELEMENT *item = pInfo->pFrameElement; item != nullptr && item != end;) {
+            _DICOMELEMENT *following = NextOf(item);
+            DeleteElement(item);
+            item = following;
+        }
+        return DICOM_SUCCESS;
+    });
 }
 
 /** Throws std::bad_alloc. */

@@ -183,7 +183,7 @@ std::vector<Scenario> ImageScenarios() {
     std::set<unsigned> statuses = Scenario{}.statuses;
     statuses.merge(std::set<unsigned>{DICOM_ERROR_IMAGE, DICOM_ERROR_BITMAP,
                                       DICOM_ERROR_IMAGE_LIBRARY, DICOM_ERROR_FILTER_FUNCTION,
-                                      DICOM_ERROR_J2K_CODEC});
+                                      DICOM_ERROR_J2K_CODEC, DICOM_ERROR_OVERLAY_ATTRIBUTE});
     std::set<unsigned> loading = Scenario{}.statuses;
     loading.insert(DICOM_ERROR_FORMAT);
     std::vector<Scenario> all;
@@ -260,7 +260,7 @@ std::vector<Scenario> ImageScenarios() {
     const auto removal = [](Trial &run) -> unsigned { return run.ds.DeleteImage(nullptr, 0, 1); };
     const auto filter = [&](const char *name, const std::function<unsigned(Trial &)> &work,
                             unsigned traits = kFresh) {
-        all.push_back({name, FilterFile, work, traits, {kRefused}});
+        all.push_back({name, FilterFile, work, traits | kUnique, {kRefused}});
     };
     const auto add = [&](const char *name, const char *form, const char *syntax,
                          const std::function<unsigned(Trial &)> &work, unsigned traits = kWhole) {
@@ -324,6 +324,6 @@ std::vector<Scenario> ImageScenarios() {
             save.nFormat = FILTER_FORMAT_DICOM_JPEG_GRAY;
             return CodeOf(fltSave(&save));
         },
-        kFresh | kUnique);
+        kFresh);
     return all;
 }

@@ -28,7 +28,9 @@ Outcome Perform(const Scenario &scenario) {
     scenario.make(run.source);
     Prepare(scenario, run);
     const unsigned status = scenario.work(run);
-    return OutcomeOf(scenario, run, status);
+    Outcome outcome = OutcomeOf(scenario, run, status);
+    if ((scenario.traits & kUnique) != 0) outcome.files.clear(); // made anew for each run
+    return outcome;
 }
 
 /** Loads and walks in every encoding, typed values in many character sets, text forms, decoding
