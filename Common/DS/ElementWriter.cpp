@@ -69,13 +69,14 @@ bool ElementWriter::OpensGroup(const Level &level, const _DICOMELEMENT *element)
     return m_Options.groupLengths || (m_Options.preamble && group == 0x0002);
 }
 
-/** True for an element with children whose length is computed, so that no delimiter follows. */
+/** True for an element without a length whose length is computed, so that no delimiter follows. Of
+ *  what does not show as a sequence only the delimiter tells that it holds items. */
 bool ElementWriter::HasWrittenLength(const _DICOMELEMENT *element) const {
     if (!m_Options.definedLengths) return false;
-    if (element->nTag == TAG_PIXEL_DATA) return !m_Options.compressed;
-    if (m_Options.isExplicit || element->nTag == TAG_ITEM) return true;
-    // In implicit form only the delimiter tells that an element which the dictionary does not
-    // know is a sequence.
+    if (element->nTag == TAG_ITEM) return true;
+    if (element->nTag == TAG_PIXEL_DATA) return false;
+    const EncodedForm form = FormOf(element);
+    if (form.isExplicit) return form.vr == vr::SQ;
     const _DICOMTAG *row = MDicomTag::Find(element->nTag);
     return row != nullptr && row->nVR == vr::SQ;
 }

@@ -27,7 +27,6 @@ struct SaveOptions {
     bool groupLengths;          ///< a length element opens every group
     bool definedLengths;        ///< sequences and items without delimiters
     bool withoutMeta;           ///< group 0002 stays out
-    bool compressed;            ///< Pixel Data is encapsulated
     std::string transferSyntax; ///< written in (0002,0010) in place of its value; empty: the value
 };
 

@@ -48,7 +48,6 @@ SaveOptions OptionsOf(uint16_t flags, bool compressed) {
     options.groupLengths = (flags & DS_GROUP_LENGTHS) != 0;
     options.definedLengths = (flags & DS_LENGTH_EXPLICIT) != 0;
     options.withoutMeta = (flags & DS_EXCLUDE_METAHEADER_GROUP) != 0;
-    options.compressed = compressed;
     if (!compressed && !options.withoutMeta) options.transferSyntax = SyntaxOf(flags);
     return options;
 }
