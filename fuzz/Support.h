@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <string>
@@ -14,9 +15,11 @@
 
 namespace fuzz {
 
-/** Ends the run where something does not hold. */
-inline void Require(bool holds) {
-    if (!holds) std::abort();
+/** Ends the run where something does not hold, and tells where that was. */
+inline void Require(bool holds, const char *file = __builtin_FILE(), int line = __builtin_LINE()) {
+    if (holds) return;
+    std::fprintf(stderr, "%s:%d: does not hold\n", file, line);
+    std::abort();
 }
 
 /** Takes an input apart: choices first, zeros where there are none left, then what they are for. */

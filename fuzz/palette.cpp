@@ -100,10 +100,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     MakePixels(ds, form & 0x10, form & 0x20);
     MakePalette(ds, input, form);
     LoadPicture(ds, 0);
-    LoadPicture(ds, 24);
     StoreAgain(ds);
     LoadPicture(ds, 24);
     ds.DeletePaletteColorLUT(0);
-    LoadPicture(ds, 24);
     return 0;
 }

@@ -58,15 +58,16 @@ void ExchangeRanges(OneValue &value, Get get, Set set) {
     });
 }
 
-/** All texts of a value, each with its NUL. Blanks at the end may be padding. */
+/** All texts of a value, each with its NUL. Blanks around a text do not count. */
 std::wstring TextsOf(OneValue &value) {
     std::wstring all;
     const uint32_t count = value.ds.GetCountValue(value.element);
     for (uint32_t i = 0; i < count; ++i) {
-        const wchar_t *text = value.ds.GetStringValue(value.element, i, 1);
-        Require(text != nullptr && value.ds.GetStringValueA(value.element, i, 1) != nullptr);
-        all += text;
-        all.erase(all.find_last_not_of(L' ') + 1);
+        const wchar_t *found = value.ds.GetStringValue(value.element, i, 1);
+        Require(found != nullptr && value.ds.GetStringValueA(value.element, i, 1) != nullptr);
+        const std::wstring text(found);
+        const size_t start = std::min(text.find_first_not_of(L' '), text.size());
+        all += text.substr(start, text.find_last_not_of(L' ') + 1 - start);
         all += L'\0';
     }
     return all;
