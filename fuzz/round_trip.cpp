@@ -43,7 +43,8 @@ bool HasPlace(const _DICOMELEMENT *element) {
     const uint32_t group = element->nTag >> 16;
     const _DICOMTAG *row = MDicomTag::Find(element->nTag);
     const bool taken = row != nullptr && row->nVR == 0x5351 && element->nVR != 0x5351;
-    const bool misplaced = group == 0x0002 && element->nLength == 0xFFFFFFFF;
+    const bool misplaced = (group == 0x0002 && element->nLength == 0xFFFFFFFF) ||
+                           (element->nTag == TAG_ITEM && element->Link.pParent == nullptr);
     return group != 0x0200 && !taken && !misplaced;
 }
 

@@ -73,8 +73,11 @@ bool ElementWriter::OpensGroup(const Level &level, const _DICOMELEMENT *element)
  *  what does not show as a sequence only the delimiter tells that it holds items. */
 bool ElementWriter::HasWrittenLength(const _DICOMELEMENT *element) const {
     if (!m_Options.definedLengths) return false;
-    if (element->nTag == TAG_ITEM) return true;
     if (element->nTag == TAG_PIXEL_DATA) return false;
+    if (element->nTag == TAG_ITEM) { // elsewhere than in a sequence one with a length holds bytes
+        const _DICOMELEMENT *sequence = ParentOf(element);
+        return sequence != nullptr && FormOf(sequence).vr == vr::SQ;
+    }
     const EncodedForm form = FormOf(element);
     if (form.isExplicit) return form.vr == vr::SQ;
     const _DICOMTAG *row = MDicomTag::Find(element->nTag);
