@@ -48,8 +48,9 @@ bool IsRange(std::string_view text) {
     return text.find('-') != std::string_view::npos;
 }
 
+/** A field is digits: a sign that hides behind white space makes no number of it. */
 uint16_t ParseField(std::string_view text) {
-    return static_cast<uint16_t>(ParseInteger(text).value);
+    return static_cast<uint16_t>(std::max<int64_t>(ParseInteger(text).value, 0));
 }
 
 uint32_t ParseUnsigned(std::string_view text) {
