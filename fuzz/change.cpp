@@ -1,6 +1,9 @@
 // Changes the transfer syntax of any data set, and its frames: a change without loss keeps the
 // pictures, a refused one all bytes. The first two bytes choose syntaxes, quality and edits.
 
+#include <algorithm>
+#include <string_view>
+
 #include "Images.h"
 
 namespace {
@@ -39,8 +42,15 @@ Picture LookAt(MDicomDS &ds, _DICOMELEMENT *pixels) {
 }
 
 /** False where the colours of a stream are guessed. */
-bool SaysItsSamples(MDicomDS &ds) {
-    return ds.FindFirstElement(nullptr, 0x00280002, 1) != nullptr;
+bool TellsItsColours(MDicomDS &ds, _DICOMELEMENT *pixels) {
+    static constexpr std::wstring_view kKnown[] = {
+        L"MONOCHROME1", L"MONOCHROME2", L"PALETTE COLOR", L"RGB", L"YBR_FULL",
+        L"YBR_RCT",     L"YBR_ICT",     L"YBR_FULL_422",  L"CMYK"};
+    _DICOMIMAGE image{};
+    if (ds.FindFirstElement(nullptr, 0x00280002, 1) == nullptr) return false;
+    if (ds.GetInfoImage(pixels, &image, 0) != DICOM_SUCCESS) return false;
+    const std::wstring_view told(image.szPhotometricInterpretation);
+    return std::find(std::begin(kKnown), std::end(kKnown), told) != std::end(kKnown);
 }
 
 void Change(MDicomDS &ds, size_t syntax, int32_t quality) {
@@ -48,7 +58,7 @@ void Change(MDicomDS &ds, size_t syntax, int32_t quality) {
     _DICOMELEMENT *pixels = ds.FindFirstElement(nullptr, TAG_PIXEL_DATA, 1);
     const Picture picture = LookAt(ds, pixels);
     const uint32_t frames = ds.GetCountImage(pixels);
-    const bool comparable = picture.status == DICOM_SUCCESS && SaysItsSamples(ds);
+    const bool comparable = picture.status == DICOM_SUCCESS && TellsItsColours(ds, pixels);
     const uint16_t status = ds.ChangeTransferSyntax(kSyntaxes[syntax], quality, 0);
     if (status != DICOM_SUCCESS) {
         Require(Save(ds, 0).bytes == before.bytes);
