@@ -28,11 +28,12 @@ uint16_t FlagsOf(uint8_t choice) {
 }
 
 /** True for an element whose VR a file can tell: one without a VR comes back with that of the
- *  dictionary, and one without a length as a sequence if its header is short. */
+ *  dictionary, and one without a length as a sequence, unless it is Pixel Data. */
 bool HasVr(const _DICOMELEMENT *element) {
-    constexpr uint16_t kWithoutLength[] = {0x5351, 0x4F42, 0x4F57, 0x554E}; // SQ, OB, OW, UN
+    constexpr uint16_t kSequence = 0x5351;
     const uint16_t vr = element->nVR;
-    if (element->nLength == 0xFFFFFFFF) return std::ranges::count(kWithoutLength, vr) != 0;
+    if (element->nTag == TAG_ITEM) return true;
+    if (element->nLength == 0xFFFFFFFF && element->nTag != TAG_PIXEL_DATA) return vr == kSequence;
     const auto isLetter = [](int code) { return code >= 'A' && code <= 'Z'; };
     return isLetter(vr >> 8) && isLetter(vr & 0xFF);
 }
