@@ -93,8 +93,8 @@ class MDICOM_API MDicomDS {
     ///@{
     /**
      * Inserts an element.
-     * @param pNeighbor an element of the level; with bChild the parent; null for the top level. An
-     *                  element with a value, also an empty one, is refused as a parent
+     * @param pNeighbor an element of the level; with bChild the parent; null for the top level. One
+     *                  with a value takes a first child, which no save writes (5), and no second
      * @param nTag      refused: group lengths, delimiters, (FFFC,FFFC), a tag that stands there
      * @param nVR       0 and UN stand for the VR of the data dictionary
      * @param bSequence nonzero: the element holds children (undefined length), as SQ does anyway
