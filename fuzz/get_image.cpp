@@ -37,7 +37,9 @@ void Edit(MDicomDS &ds, _DICOMELEMENT *element) {
     if (ds.GetImage(element, &bitmap, sizeof bitmap, 0, 0, 0, 0, nullptr, nullptr) != 0) return;
     const uint16_t status = ds.InsertImage(element, &bitmap, 1, IMAGE_COMPRESSION_RLE,
                                            PHOTOMETRIC_MONOCHROME2, 0, 0, 0, nullptr, nullptr);
-    if (status == DICOM_SUCCESS && ds.GetCountImage(element) == 0) std::abort();
+    // Where attributes stay, the number of frames does, and short fragments may begin none.
+    const bool isIntact = (ds.m_nFlags & DS_KEEP_PIXEL_DATA_INTACT) != 0;
+    if (status == DICOM_SUCCESS && !isIntact && ds.GetCountImage(element) == 0) std::abort();
     KernelFreeBitmap(&bitmap);
     ds.DeleteImage(element, 0, std::min(frames, kMostFrames));
 }
