@@ -114,6 +114,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
         EditElements(ds, edit);
     }
     CheckAllSteps(ds);
+    if (!IsTold(ds)) return 0;
     Saved saved = Save(ds, DS_METAHEADER_PRESENT | DS_EXPLICIT_VR | DS_LITTLE_ENDIAN);
     if (saved.status != DICOM_SUCCESS) return 0;
     MDicomDS again(nullptr);

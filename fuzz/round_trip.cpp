@@ -27,35 +27,6 @@ uint16_t FlagsOf(uint8_t choice) {
     return flags;
 }
 
-/** True for an element whose VR a file can tell: one without a VR comes back with that of the
- *  dictionary, and one without a length as a sequence, unless it is Pixel Data. */
-bool HasVr(const _DICOMELEMENT *element) {
-    constexpr uint16_t kSequence = 0x5351;
-    const uint16_t vr = element->nVR;
-    if (element->nTag == TAG_ITEM) return true;
-    if (element->nLength == 0xFFFFFFFF && element->nTag != TAG_PIXEL_DATA) return vr == kSequence;
-    const auto isLetter = [](int code) { return code >= 'A' && code <= 'Z'; };
-    return isLetter(vr >> 8) && isLetter(vr & 0xFF);
-}
-
-/** True for an element whose place a file can tell: group 0200 behind a meta header looks like
- *  group 0002 in big endian, and the dictionary decides what is a sequence in implicit form. */
-bool HasPlace(const _DICOMELEMENT *element) {
-    const uint32_t group = element->nTag >> 16;
-    const _DICOMTAG *row = MDicomTag::Find(element->nTag);
-    const bool taken = row != nullptr && row->nVR == 0x5351 && element->nVR != 0x5351;
-    const bool misplaced = (group == 0x0002 && element->nLength == 0xFFFFFFFF) ||
-                           (element->nTag == TAG_ITEM && element->Link.pParent == nullptr);
-    return group != 0x0200 && !taken && !misplaced;
-}
-
-bool IsTold(MDicomDS &ds) {
-    bool all = true;
-    ForEachElement(
-        ds, [&](_DICOMELEMENT *element) { all = all && HasVr(element) && HasPlace(element); });
-    return all;
-}
-
 void RequireSame(MDicomDS &first, MDicomDS &second) {
     support::CompareOptions options;
     options.compareVr = (second.m_nFlags & DS_EXPLICIT_VR) != 0;

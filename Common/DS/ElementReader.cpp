@@ -3,6 +3,7 @@
 #include "Common/DS/ElementReader.h"
 
 #include <algorithm>
+#include <cstring>
 #include <string>
 
 #include "Common/DS/ElementIndex.h"
@@ -87,7 +88,7 @@ Status ElementReader::ReadHeader(Header *header) {
     ByteCursor cursor(bytes.first(std::min<size_t>(bytes.size(), kLongestHeader)), m_LittleEndian);
     uint16_t group = cursor.Read16();
     if (cursor.Failed()) return DICOM_ERROR_END_OF_STREAM;
-    const bool tellsForm = group > 0x0002 && group != GroupOf(TAG_ITEM);
+    const bool tellsForm = group != 0x0002 && group != GroupOf(TAG_ITEM);
     if (m_SyntaxKnown && !m_FormSettled && tellsForm) SettleForm(bytes);
     bool isExplicit = m_Levels.back().isExplicit;
     // The meta header is explicit little endian, whatever follows it (PS 3.10, 7.1).
@@ -138,8 +139,11 @@ void ElementReader::ReadForm(ByteCursor &cursor, bool meta, bool isExplicit, Hea
 /** Some files have the VR form that their meta header does not name: the first element behind it
  *  tells by the place where letters or a length stand. */
 void ElementReader::SettleForm(std::span<const uint8_t> bytes) {
+    constexpr uint8_t kPadding[8] = {};
+    const bool tells = bytes.size() >= 8 && std::memcmp(bytes.data(), kPadding, 8) != 0;
+    if (!tells) return;
     m_FormSettled = true;
-    if (!m_LittleEndian || bytes.size() < 8 || m_Levels.size() != 1) return;
+    if (!m_LittleEndian || m_Levels.size() != 1) return;
     const uint16_t code = VrCode(static_cast<char>(bytes[4]), static_cast<char>(bytes[5]));
     const bool beyond = Load32(bytes.data() + 4, true) > m_File.nLength - m_Position;
     const bool wrong = m_Explicit ? !IsVrLetters(code) : IsVrCode(code) && beyond;
