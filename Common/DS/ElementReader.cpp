@@ -146,7 +146,7 @@ void ElementReader::SettleForm(std::span<const uint8_t> bytes) {
     if (!m_LittleEndian || m_Levels.size() != 1) return;
     const uint16_t code = VrCode(static_cast<char>(bytes[4]), static_cast<char>(bytes[5]));
     const bool beyond = Load32(bytes.data() + 4, true) > m_File.nLength - m_Position;
-    const bool wrong = m_Explicit ? !IsVrLetters(code) : IsVrCode(code) && beyond;
+    const bool wrong = m_Explicit ? !IsVrLetters(code) : IsVrLetters(code) && beyond;
     if (!wrong) return;
     m_Explicit = !m_Explicit;
     m_Levels.back().isExplicit = m_Explicit;

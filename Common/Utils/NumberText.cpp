@@ -98,6 +98,7 @@ std::string FormatDecimalString(double value) {
     if (text.size() <= kDecimalStringLength) return text;
     if (text.find('e') == std::string::npos) {
         text.resize(kDecimalStringLength);
+        text.resize(text.find_last_not_of('0') + 1); // as in every other text
         if (text.back() == '.') text.pop_back();
         return text;
     }
