@@ -45,25 +45,6 @@ Copy CopyOf(size_t sampleBytes) {
     return sampleBytes == 1 ? CopyStrided<1> : sampleBytes == 2 ? CopyStrided<2> : CopyStrided<4>;
 }
 
-/** Every byte of a frame that belongs to a segment, one behind the other. */
-void GatherPlane(const FrameView &frame, size_t offset, uint8_t *target) {
-    const size_t stride = frame.layout.pixelStride;
-    const size_t count = frame.columns;
-    const uint8_t *row = frame.data + offset;
-    for (uint32_t i = 0; i < frame.rows; ++i, row += frame.layout.rowStride, target += count) {
-        switch (stride) {
-            case 1:
-                std::memcpy(target, row, count);
-                break;
-            case 2:
-                for (size_t x = 0; x < count; ++x) target[x] = row[2 * x];
-                break;
-            default:
-                for (size_t x = 0; x < count; ++x) target[x] = row[stride * x];
-        }
-    }
-}
-
 /** Rows of bits without anything between them, as other systems have them in a segment. */
 void GatherBits(const FrameView &frame, std::span<uint8_t> target) {
     std::fill(target.begin(), target.end(), uint8_t{0});
@@ -105,20 +86,29 @@ FrameView ViewOf(const _BITMAPHANDLE &bitmap) {
 }
 
 /** Packs the segments of one component. */
-uint8_t *PackComponent(const FrameView &frame, size_t component, uint8_t *plane, uint8_t *header,
-                       uint8_t *end) {
+uint8_t *PackComponent(const FrameView &frame, size_t component, uint8_t *header, uint8_t *end) {
     const size_t bytes = SampleBytesOf(frame);
-    const size_t planeBytes = PlaneBytes(frame);
     for (size_t i = 0; i < bytes; ++i) {
         const size_t segment = component * bytes + i;
         Store32(header + 4 * (segment + 1), static_cast<uint32_t>(end - header), true);
-        const size_t place = frame.layout.components[component] + (bytes - 1 - i);
-        const bool isPlane =
-            frame.layout.pixelStride == 1 && frame.layout.rowStride == frame.columns;
-        if (!isPlane) GatherPlane(frame, place, plane);
-        end = PackRle({isPlane ? frame.data + place : plane, planeBytes}, end);
+        const uint8_t *row = frame.data + frame.layout.components[component] + (bytes - 1 - i);
+        RlePacker packer(end);
+        for (uint32_t y = 0; y < frame.rows; ++y, row += frame.layout.rowStride) {
+            packer.Add(row, frame.layout.pixelStride, frame.columns);
+        }
+        end = packer.Finish();
     }
     return end;
+}
+
+/** Packs the only segment of a frame of bits; null when memory is short. */
+uint8_t *PackBits(const FrameView &frame, uint8_t *header, uint8_t *end) {
+    const uint64_t planeBytes = PlaneBytes(frame);
+    const auto plane = MakeDataBlock<uint8_t>(planeBytes);
+    if (!plane) return nullptr;
+    GatherBits(frame, {plane.get(), planeBytes});
+    Store32(header + 4, kRleHeaderSize, true);
+    return PackRle({plane.get(), planeBytes}, end);
 }
 
 } // namespace
@@ -147,18 +137,16 @@ Status EncodeRleFrame(const FrameView &frame, EncodedFrame &encoded) {
     const uint64_t most = kRleHeaderSize + planes * uint64_t{MostRleBytes(planeBytes)};
     if (planes > kMostRleSegments || most > kLongestFrame) return DICOM_ERROR_IMAGE;
     kernel::Block<uint8_t> block = kernel::MakeBlock<uint8_t>(most);
-    const auto plane = MakeDataBlock<uint8_t>(planeBytes);
-    if (!block || !plane) return DICOM_ERROR_MEMORY;
+    if (!block) return DICOM_ERROR_MEMORY;
     std::memset(block.get(), 0, kRleHeaderSize);
     Store32(block.get(), static_cast<uint32_t>(planes), true);
     uint8_t *end = block.get() + kRleHeaderSize;
     if (frame.layout.rowBits != 0) {
-        GatherBits(frame, {plane.get(), planeBytes});
-        Store32(block.get() + 4, kRleHeaderSize, true);
-        end = PackRle({plane.get(), planeBytes}, end);
+        end = PackBits(frame, block.get(), end);
+        if (end == nullptr) return DICOM_ERROR_MEMORY;
     }
     for (size_t i = 0; frame.layout.rowBits == 0 && i < frame.samples; ++i) {
-        end = PackComponent(frame, i, plane.get(), block.get(), end);
+        end = PackComponent(frame, i, block.get(), end);
     }
     encoded.size = static_cast<uint32_t>(end - block.get());
     encoded.bytes = std::move(block);

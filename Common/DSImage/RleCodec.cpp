@@ -15,11 +15,15 @@ namespace {
 constexpr uint8_t kNoOperation = 128;
 constexpr size_t kLongestRun = 128;
 /** Runs are written in pieces of this size where there is room behind them. */
-constexpr size_t kPiece = 16;
+constexpr size_t kChunk = 16;
 
 /** Runs that this encoder makes. */
 constexpr size_t kMostLiterals = 126;
 constexpr size_t kMostRepeats = 127;
+
+/** Marks that eight bytes hold from any place on, and one behind them that ends a search. */
+constexpr size_t kMarks = 56;
+constexpr uint64_t kEndOfMarks = uint64_t{1} << kMarks;
 
 size_t LengthOfRun(uint8_t control) {
     return control < kNoOperation ? size_t{control} + 1 : size_t{257} - control;
@@ -27,18 +31,18 @@ size_t LengthOfRun(uint8_t control) {
 
 /** Expands runs while whole ones and a piece more fit on both sides. */
 void ExpandInside(const uint8_t *&from, const uint8_t *fromEnd, uint8_t *&to, uint8_t *toEnd) {
-    while (fromEnd - from > std::ptrdiff_t{kLongestRun + kPiece} &&
-           toEnd - to >= std::ptrdiff_t{kLongestRun + kPiece}) {
+    while (fromEnd - from > std::ptrdiff_t{kLongestRun + kChunk} &&
+           toEnd - to >= std::ptrdiff_t{kLongestRun + kChunk}) {
         const uint8_t control = *from++;
         if (control == kNoOperation) continue;
         const size_t count = LengthOfRun(control);
         if (control < kNoOperation) {
-            for (size_t i = 0; i < count; i += kPiece) std::memcpy(to + i, from + i, kPiece);
+            for (size_t i = 0; i < count; i += kChunk) std::memcpy(to + i, from + i, kChunk);
             from += count;
         } else {
-            uint8_t piece[kPiece];
-            std::memset(piece, *from++, kPiece);
-            for (size_t i = 0; i < count; i += kPiece) std::memcpy(to + i, piece, kPiece);
+            uint8_t chunk[kChunk];
+            std::memset(chunk, *from++, kChunk);
+            for (size_t i = 0; i < count; i += kChunk) std::memcpy(to + i, chunk, kChunk);
         }
         to += count;
     }
@@ -50,39 +54,24 @@ uint64_t LoadWord(const uint8_t *bytes) {
     return word;
 }
 
-/** Number of bytes from the first on that equal it, up to a limit. */
-size_t CountRepeats(const uint8_t *bytes, size_t limit) {
-    const uint64_t pattern = 0x0101010101010101u * bytes[0];
-    size_t count = 1;
-    while (count + sizeof pattern <= limit) {
-        const uint64_t difference = LoadWord(bytes + count) ^ pattern;
-        if (difference != 0) {
-            return count + static_cast<size_t>(std::countr_zero(difference)) / 8;
-        }
-        count += sizeof pattern;
-    }
-    while (count < limit && bytes[count] == bytes[0]) ++count;
-    return count;
+/** A bit for each of eight bytes, the first in the lowest: set where the byte is zero. */
+uint64_t ZeroBytes(uint64_t word) {
+    constexpr uint64_t kLow = 0x7F7F7F7F7F7F7F7Fu;
+    const uint64_t zeros = ~(((word & kLow) + kLow) | word | kLow);
+    return (zeros >> 7) * 0x0102040810204080u >> 56;
 }
 
-/** Number of bytes in front of the first pair of equal ones, up to a limit; all without a pair. */
-size_t CountLiterals(const uint8_t *bytes, size_t limit, size_t available) {
-    constexpr uint64_t kLow = 0x0101010101010101u;
-    constexpr uint64_t kHigh = 0x8080808080808080u;
-    size_t count = 0;
-    while (count < limit && count + sizeof(uint64_t) < available) {
-        const uint64_t difference = LoadWord(bytes + count) ^ LoadWord(bytes + count + 1);
-        // The lowest byte that is zero; those above it may be told wrong.
-        const uint64_t equal = (difference - kLow) & ~difference & kHigh;
-        if (equal != 0) {
-            count += static_cast<size_t>(std::countr_zero(equal)) / 8;
-            return std::min(count, limit);
-        }
-        count += sizeof(uint64_t);
+void Gather(const uint8_t *from, size_t stride, size_t count, uint8_t *to) {
+    switch (stride) {
+        case 1:
+            std::memcpy(to, from, count);
+            break;
+        case 2:
+            for (size_t i = 0; i < count; ++i) to[i] = from[2 * i];
+            break;
+        default:
+            for (size_t i = 0; i < count; ++i) to[i] = from[stride * i];
     }
-    while (count < limit && count + 1 < available && bytes[count] != bytes[count + 1]) ++count;
-    if (count + 1 == available) ++count;
-    return std::min(count, limit);
 }
 
 } // namespace
@@ -147,27 +136,81 @@ uint8_t *RleExpander::GiveRun(uint8_t *to, size_t room) {
 
 size_t MostRleBytes(size_t plane) {
     // Literals cost a byte for each run, and the shortest run of repeats makes two of two.
-    return plane + plane / 2 + 2;
+    return plane + plane / 2 + 2 + kChunk;
 }
 
-uint8_t *PackRle(std::span<const uint8_t> plane, uint8_t *target) {
-    for (size_t i = 0; i < plane.size();) {
-        const size_t left = plane.size() - i;
-        const uint8_t *bytes = plane.data() + i;
-        const size_t literals = CountLiterals(bytes, std::min(left, kMostLiterals), left);
-        if (literals > 0) {
-            *target++ = static_cast<uint8_t>(literals - 1);
-            std::memcpy(target, bytes, literals);
-            target += literals;
-            i += literals;
-            continue;
-        }
-        const size_t repeats = CountRepeats(bytes, std::min(left, kMostRepeats));
-        *target++ = static_cast<uint8_t>(1 - repeats);
-        *target++ = bytes[0];
-        i += repeats;
+void RlePacker::Add(const uint8_t *from, size_t stride, size_t count) {
+    while (count > 0) {
+        const size_t taken = std::min(count, kPiece - m_Count);
+        Gather(from, stride, taken, m_Bytes.data() + m_Count);
+        m_Count += taken;
+        from += taken * stride;
+        count -= taken;
+        // What the last runs become depends on bytes that are still to come.
+        if (m_Count == kPiece) Pack(kPiece - kLongestPair);
     }
-    return target;
+}
+
+uint8_t *RlePacker::Finish() {
+    Pack(m_Count);
+    return m_Target;
+}
+
+/** Marks each byte that the next one equals; the last one has no next. */
+void RlePacker::MarkPairs() {
+    for (size_t i = 0; i < m_Count; i += sizeof(uint64_t)) {
+        const uint8_t *bytes = m_Bytes.data() + i;
+        m_Pairs[i / 8] = static_cast<uint8_t>(ZeroBytes(LoadWord(bytes) ^ LoadWord(bytes + 1)));
+    }
+    // Behind the last pair there is none as far as anyone looks.
+    const size_t end = m_Count > 0 ? m_Count - 1 : 0;
+    m_Pairs[end / 8] &= static_cast<uint8_t>((1u << end % 8) - 1);
+    std::memset(m_Pairs.data() + end / 8 + 1, 0, kLongestPair / 8 - 1);
+}
+
+/** The marks from a place on, of which kMarks are sure to be there. */
+uint64_t RlePacker::PairsAt(size_t place) const {
+    return LoadWord(m_Pairs.data() + place / 8) >> place % 8;
+}
+
+/** Number of marks from a place on that are like each other: those that are flipped to zero. */
+size_t RlePacker::CountPairs(size_t place, uint64_t flip, size_t limit) const {
+    for (size_t count = 0; count < limit; count += kMarks) {
+        const uint64_t marks = PairsAt(place + count) ^ flip;
+        const auto more = static_cast<size_t>(std::countr_zero(marks | kEndOfMarks));
+        if (more < kMarks) return std::min(count + more, limit);
+    }
+    return limit;
+}
+
+/** Packs runs that begin before a place: by turns literals up to the first pair of equal bytes, and
+ *  repeats, either of which may be none. Where runs are short nobody can tell the next one's kind,
+ *  so both are written without asking. */
+void RlePacker::Pack(size_t stop) {
+    MarkPairs();
+    size_t at = 0;
+    uint8_t *target = m_Target;
+    while (at < stop) {
+        const uint64_t pairs = PairsAt(at);
+        auto literals = static_cast<size_t>(std::countr_zero(pairs | kEndOfMarks));
+        auto repeats = static_cast<size_t>(std::countr_zero(~(pairs >> literals)));
+        if (literals + repeats >= kMarks) {
+            literals = CountPairs(at, 0, std::min(m_Count - at, kMostLiterals));
+            repeats = CountPairs(at + literals, ~uint64_t{0}, kMostRepeats - 1);
+        }
+        const uint8_t *bytes = m_Bytes.data() + at;
+        target[0] = static_cast<uint8_t>(literals - 1);
+        for (size_t i = 0; i < literals; i += kChunk)
+            std::memcpy(target + 1 + i, bytes + i, kChunk);
+        target += literals + (literals > 0 ? 1 : 0);
+        target[0] = static_cast<uint8_t>(-repeats);
+        target[1] = bytes[literals];
+        target += repeats > 0 ? 2 : 0;
+        at += literals + repeats + (repeats > 0 ? 1 : 0);
+    }
+    m_Target = target;
+    m_Count -= at;
+    std::memmove(m_Bytes.data(), m_Bytes.data() + at, m_Count);
 }
 
 } // namespace mdicom

@@ -52,10 +52,42 @@ inline size_t ExpandRle(std::span<const uint8_t> segment, std::span<uint8_t> pla
     return RleExpander(segment).Expand(plane);
 }
 
-/** Most bytes that PackRle makes of a plane. */
+/** Room that packing a plane needs: what it makes at most, and a piece more. */
 size_t MostRleBytes(size_t plane);
 
-/** Packs a plane. Returns the end of what it wrote, at most MostRleBytes behind the target. */
-uint8_t *PackRle(std::span<const uint8_t> plane, uint8_t *target);
+/** Packs the bytes of a plane as they come: whole frames, wherever their rows end. */
+class RlePacker {
+  public:
+    /** The target has room for MostRleBytes of all that is added. */
+    explicit RlePacker(uint8_t *target) : m_Target(target) {}
+
+    /** Adds bytes that stand a stride apart. */
+    void Add(const uint8_t *from, size_t stride, size_t count);
+    /** Returns the end of what the plane became. */
+    uint8_t *Finish();
+
+  private:
+    /** What a pair of runs may take, the longest one of each kind. */
+    static constexpr size_t kLongestPair = 256;
+    static constexpr size_t kPiece = 8192; ///< stays in the cache next to the processor
+
+    void Pack(size_t stop);
+    void MarkPairs();
+    uint64_t PairsAt(size_t place) const;
+    size_t CountPairs(size_t place, uint64_t flip, size_t limit) const;
+
+    uint8_t *m_Target;
+    size_t m_Count = 0;
+    std::array<uint8_t, kPiece + kLongestPair> m_Bytes;       ///< what is not packed yet
+    std::array<uint8_t, (kPiece + kLongestPair) / 8> m_Pairs; ///< a bit for each byte: the next
+                                                              ///< one is equal
+};
+
+/** Packs a plane in one piece. */
+inline uint8_t *PackRle(std::span<const uint8_t> plane, uint8_t *target) {
+    RlePacker packer(target);
+    packer.Add(plane.data(), 1, plane.size());
+    return packer.Finish();
+}
 
 } // namespace mdicom
