@@ -1,5 +1,6 @@
 // Decoders of a frame: native, RLE and JPEG. Each leaves the samples in the layout of LayoutOf.
-// What a frame does not hold stays as the buffer was.
+// What a native frame or one of packed pixels does not hold stays as the buffer was; so does what
+// lies between rows.
 
 #include <algorithm>
 #include <array>
@@ -52,37 +53,61 @@ void SpreadChrominance(std::span<uint8_t> buffer) {
 
 constexpr size_t kMostSampleBytes = 4;
 /** Bytes of each plane that are expanded at a time: all of them stay in the nearest cache. */
-constexpr size_t kPieceBytes = 8192;
-using PlanePieces = std::array<std::array<uint8_t, kPieceBytes>, kMostSampleBytes>;
+constexpr size_t kPieceBytes = 4096;
+
+/** Expands the plane of one segment piece by piece. What the segment does not tell is zero. */
+class PlaneReader {
+  public:
+    void Begin(std::span<const uint8_t> segment) { m_Expander = RleExpander(segment); }
+
+    /** The next bytes of the plane, up to kPieceBytes. */
+    const uint8_t *Next(size_t count) {
+        std::memmove(m_Bytes.data(), m_Bytes.data() + m_Given, m_There - m_Given);
+        m_There -= m_Given;
+        if (m_There < count) {
+            m_There += m_Expander.Expand(m_Bytes.data() + m_There, count - m_There,
+                                         m_Bytes.size() - m_There);
+        }
+        if (m_There < count) {
+            std::memset(m_Bytes.data() + m_There, 0, count - m_There);
+            m_There = count;
+        }
+        m_Given = count;
+        return m_Bytes.data();
+    }
+
+  private:
+    RleExpander m_Expander;
+    size_t m_There = 0;
+    size_t m_Given = 0;                                     ///< of those that are there
+    std::array<uint8_t, kPieceBytes + kRleSurplus> m_Bytes; // written before it is read
+};
+using PlaneReaders = std::array<PlaneReader, kMostSampleBytes>;
 
 /** Puts the bytes of samples together from planes, the most significant one first. */
-void MergePlanes(const PlanePieces &planes, size_t sampleBytes, size_t samples, uint8_t *target) {
-    if (sampleBytes == 2) {
+void MergePlanes(std::span<PlaneReader> planes, size_t samples, uint8_t *target) {
+    if (planes.size() == 2) {
+        const uint8_t *high = planes[0].Next(samples);
+        const uint8_t *low = planes[1].Next(samples);
         for (size_t i = 0; i < samples; ++i) {
-            const auto sample = static_cast<uint16_t>(planes[0][i] << 8 | planes[1][i]);
+            const auto sample = static_cast<uint16_t>(high[i] << 8 | low[i]);
             std::memcpy(target + 2 * i, &sample, sizeof sample);
         }
         return;
     }
-    for (size_t byte = 0; byte < sampleBytes; ++byte) {
-        uint8_t *to = target + (sampleBytes - 1 - byte);
-        for (size_t i = 0; i < samples; ++i) to[i * sampleBytes] = planes[byte][i];
+    for (size_t byte = 0; byte < planes.size(); ++byte) {
+        const uint8_t *from = planes[byte].Next(samples);
+        uint8_t *to = target + (planes.size() - 1 - byte);
+        for (size_t i = 0; i < samples; ++i) to[i * planes.size()] = from[i];
     }
 }
 
-/** Expands the segments of one component whose samples have several bytes. What the segments do
- *  not tell is zero. */
-void ExpandSamples(std::array<RleExpander, kMostSampleBytes> &segments, size_t sampleBytes,
-                   std::span<uint8_t> target) {
-    PlanePieces planes; // not cleared: each piece is written before it is read
-    const size_t samples = target.size() / sampleBytes;
+/** Expands the segments of one component whose samples have several bytes. */
+void ExpandSamples(std::span<PlaneReader> planes, std::span<uint8_t> target) {
+    const size_t samples = target.size() / planes.size();
     for (size_t done = 0; done < samples; done += kPieceBytes) {
         const size_t count = std::min(kPieceBytes, samples - done);
-        for (size_t byte = 0; byte < sampleBytes; ++byte) {
-            const size_t made = segments[byte].Expand({planes[byte].data(), count});
-            std::memset(planes[byte].data() + made, 0, count - made);
-        }
-        MergePlanes(planes, sampleBytes, count, target.data() + done * sampleBytes);
+        MergePlanes(planes, count, target.data() + done * planes.size());
     }
 }
 
@@ -202,17 +227,18 @@ uint16_t MDicomDS::DecodeRLE(_IMAGEINFO *pImage, uint8_t *pBuffer, uint32_t nBuf
     const size_t taken = header->segments >= needed ? needed : std::min(header->segments, 3u);
     const size_t plane = layout->bytes / needed;
     const auto segment = [&](size_t which) { return RleSegment(frame.Span(), *header, which); };
-    for (size_t first = 0; first < taken; first += sampleBytes) {
+    for (size_t first = 0; first < needed; first += sampleBytes) {
         const std::span<uint8_t> target(pBuffer + first * plane, sampleBytes * plane);
         if (sampleBytes == 1) {
-            ExpandRle(segment(first), target);
+            const size_t made = first < taken ? ExpandRle(segment(first), target) : 0;
+            std::memset(target.data() + made, 0, target.size() - made);
             continue;
         }
-        std::array<RleExpander, kMostSampleBytes> segments;
+        PlaneReaders planes;
         for (size_t byte = 0; byte < sampleBytes && first + byte < taken; ++byte) {
-            segments[byte] = RleExpander(segment(first + byte));
+            planes[byte].Begin(segment(first + byte));
         }
-        ExpandSamples(segments, sampleBytes, target);
+        ExpandSamples(std::span(planes).first(sampleBytes), target);
     }
     return DICOM_SUCCESS;
 }

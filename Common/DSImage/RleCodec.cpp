@@ -29,10 +29,13 @@ size_t LengthOfRun(uint8_t control) {
     return control < kNoOperation ? size_t{control} + 1 : size_t{257} - control;
 }
 
-/** Expands runs while whole ones and a piece more fit on both sides. */
-void ExpandInside(const uint8_t *&from, const uint8_t *fromEnd, uint8_t *&to, uint8_t *toEnd) {
-    while (fromEnd - from > std::ptrdiff_t{kLongestRun + kChunk} &&
-           toEnd - to >= std::ptrdiff_t{kLongestRun + kChunk}) {
+/** Expands runs up to the end of what is wanted, while whole ones and a chunk more fit on both
+ *  sides. */
+void ExpandInside(const uint8_t *&from, const uint8_t *fromEnd, uint8_t *&to,
+                  const uint8_t *wantedEnd, const uint8_t *roomEnd) {
+    constexpr std::ptrdiff_t kFits = kLongestRun + kChunk;
+    static_assert(kFits <= kRleSurplus);
+    while (to < wantedEnd && roomEnd - to >= kFits && fromEnd - from > kFits) {
         const uint8_t control = *from++;
         if (control == kNoOperation) continue;
         const size_t count = LengthOfRun(control);
@@ -46,6 +49,21 @@ void ExpandInside(const uint8_t *&from, const uint8_t *fromEnd, uint8_t *&to, ui
         }
         to += count;
     }
+}
+
+/** Expands one run as far as both sides reach. */
+void ExpandRun(const uint8_t *&from, const uint8_t *fromEnd, uint8_t *&to, const uint8_t *roomEnd) {
+    const uint8_t control = *from++;
+    if (control == kNoOperation || from == fromEnd) return;
+    size_t count = std::min(LengthOfRun(control), static_cast<size_t>(roomEnd - to));
+    if (control > kNoOperation) {
+        std::memset(to, *from++, count);
+    } else {
+        count = std::min(count, static_cast<size_t>(fromEnd - from));
+        std::memcpy(to, from, count);
+        from += count;
+    }
+    to += count;
 }
 
 uint64_t LoadWord(const uint8_t *bytes) {
@@ -98,40 +116,13 @@ std::span<const uint8_t> RleSegment(std::span<const uint8_t> frame, const RleHea
     return frame.subspan(begin, end - begin);
 }
 
-size_t RleExpander::Expand(std::span<uint8_t> piece) {
-    uint8_t *to = piece.data();
-    uint8_t *const end = to + piece.size();
-    to = GiveRun(to, piece.size());
-    if (m_Left == 0) ExpandInside(m_From, m_End, to, end);
-    while (to < end && m_From < m_End) {
-        TakeRun();
-        to = GiveRun(to, static_cast<size_t>(end - to));
-    }
-    return static_cast<size_t>(to - piece.data());
-}
-
-/** The value of a run of repeats stays in front of the reader until the run is given. */
-void RleExpander::TakeRun() {
-    const uint8_t control = *m_From++;
-    if (control == kNoOperation) return;
-    m_IsRepeat = control > kNoOperation;
-    const auto there = static_cast<size_t>(m_End - m_From);
-    m_Left = LengthOfRun(control);
-    if (there == 0 || !m_IsRepeat) m_Left = std::min(m_Left, there);
-}
-
-uint8_t *RleExpander::GiveRun(uint8_t *to, size_t room) {
-    const size_t count = std::min(m_Left, room);
-    if (count == 0) return to;
-    m_Left -= count;
-    if (m_IsRepeat) {
-        std::memset(to, *m_From, count);
-        if (m_Left == 0) ++m_From;
-    } else {
-        std::memcpy(to, m_From, count);
-        m_From += count;
-    }
-    return to + count;
+size_t RleExpander::Expand(uint8_t *to, size_t wanted, size_t room) {
+    uint8_t *const begin = to;
+    const uint8_t *const wantedEnd = to + wanted;
+    const uint8_t *const roomEnd = to + room;
+    ExpandInside(m_From, m_End, to, wantedEnd, roomEnd);
+    while (to < wantedEnd && m_From < m_End) ExpandRun(m_From, m_End, to, roomEnd);
+    return static_cast<size_t>(to - begin);
 }
 
 size_t MostRleBytes(size_t plane) {

@@ -27,6 +27,9 @@ std::optional<RleHeader> ReadRleHeader(std::span<const uint8_t> frame);
 std::span<const uint8_t> RleSegment(std::span<const uint8_t> frame, const RleHeader &header,
                                     size_t segment);
 
+/** What a run and the way it is written may take beyond what is wanted. */
+constexpr size_t kRleSurplus = 144;
+
 /** Expands a segment in as many pieces as its reader likes. */
 class RleExpander {
   public:
@@ -34,22 +37,19 @@ class RleExpander {
     explicit RleExpander(std::span<const uint8_t> segment)
         : m_From(segment.data()), m_End(segment.data() + segment.size()) {}
 
-    /** Returns the bytes made, fewer than there is room for where the segment ends. */
-    size_t Expand(std::span<uint8_t> piece);
+    /** Makes as many bytes as wanted and what the last run has beyond them, as far as there is
+     * room, which is for kRleSurplus more unless this piece is the last. Returns how many it made:
+     * fewer than wanted where the segment ends. */
+    size_t Expand(uint8_t *to, size_t wanted, size_t room);
 
   private:
-    void TakeRun();
-    uint8_t *GiveRun(uint8_t *to, size_t room);
-
     const uint8_t *m_From = nullptr;
     const uint8_t *m_End = nullptr;
-    size_t m_Left = 0; ///< bytes of the current run that the last piece had no room for
-    bool m_IsRepeat = false;
 };
 
 /** Expands a segment as one piece. */
 inline size_t ExpandRle(std::span<const uint8_t> segment, std::span<uint8_t> plane) {
-    return RleExpander(segment).Expand(plane);
+    return RleExpander(segment).Expand(plane.data(), plane.size(), plane.size());
 }
 
 /** Room that packing a plane needs: what it makes at most, and a piece more. */
