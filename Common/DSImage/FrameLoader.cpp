@@ -120,7 +120,11 @@ bool FrameLoader::IsHollow(MDicomDS &dataSet, _IMAGEINFO &image) {
 }
 
 bool FrameLoader::FillsLayout(const _IMAGEINFO &image, const FrameLayout &layout) {
-    if (image.nCompression != IMAGE_COMPRESSION_NONE || layout.rowBits != 0) return false;
+    const uint64_t samples =
+        uint64_t{image.nColumns} * image.nRows * image.nSamplesPerPixel * layout.sampleBytes;
+    if (layout.rowBits != 0 || samples != layout.bytes) return false;
+    if (image.nCompression == IMAGE_COMPRESSION_RLE || IsJpeg(image.nCompression)) return true;
+    if (image.nCompression != IMAGE_COMPRESSION_NONE) return false;
     const uint64_t end = uint64_t{image.nFrameOffset} + image.nFrameSize;
     return image.nFrameSize == layout.bytes && end <= image.pFrameElement->nLength &&
            ValueIsPresent(image.pFrameElement);

@@ -68,6 +68,7 @@ class LosslessDecoder {
     int32_t Run();
 
   private:
+    int32_t DecodeScans();
     bool FrameIsKnown() const;
     bool BeginScan(Lanes &lanes);
     bool BuildTable(size_t index);
@@ -92,9 +93,17 @@ bool LosslessDecoder::FrameIsKnown() const {
     return sampled && frame_.precision >= 2 && frame_.precision <= 16;
 }
 
+/** Rows that the stream does not have are black. */
 int32_t LosslessDecoder::Run() {
     if (!FrameIsKnown()) return MFCMPX_ERROR_FORMAT;
-    target_.Clear(0);
+    const bool oneScan = frame_.count == 1;
+    if (!oneScan) target_.Clear(0);
+    const int32_t result = DecodeScans();
+    if (oneScan) target_.Clear(rowsDone_);
+    return result;
+}
+
+int32_t LosslessDecoder::DecodeScans() {
     const auto wanted = std::span(seen_).first(frame_.count);
     while (std::find(wanted.begin(), wanted.end(), false) != wanted.end()) {
         const Step step = parser_.Next();
