@@ -26,6 +26,43 @@ class SampleRange {
 
     /** Widens the range by the samples of a row, which need no alignment. */
     void Take(const uint8_t *samples, size_t count) {
+        while (count > 0 && !m_IsWhole) {
+            const size_t taken = std::min(count, kBetweenLooks);
+            TakeSome(samples, taken);
+            samples += taken * sizeof(Sample);
+            count -= taken;
+            m_SinceLook += taken;
+            if (m_SinceLook < kBetweenLooks) continue;
+            m_SinceLook = 0;
+            m_IsWhole = IsWhole();
+        }
+    }
+
+    Sample Least() const { return SampleOf(LeastKey()); }
+    Sample Greatest() const { return SampleOf(GreatestKey()); }
+
+  private:
+    static constexpr size_t kLanes = 64 / sizeof(Sample); // independent of each other
+    static constexpr size_t kBetweenLooks = 2048 * kLanes;
+    struct Extremes {
+        Key least[kLanes];
+        Key greatest[kLanes];
+    };
+
+    Key LeastKey() const {
+        return *std::min_element(std::begin(m_Extremes.least), std::end(m_Extremes.least));
+    }
+    Key GreatestKey() const {
+        return *std::max_element(std::begin(m_Extremes.greatest), std::end(m_Extremes.greatest));
+    }
+    /** True where no sample could widen the range any more. */
+    bool IsWhole() const {
+        using Limits = std::numeric_limits<Key>;
+        return GreatestKey() == Limits::max() && LeastKey() == Limits::min();
+    }
+    Sample SampleOf(Key key) const { return static_cast<Sample>(key ^ m_Flip); }
+
+    void TakeSome(const uint8_t *samples, size_t count) {
         Extremes own = m_Extremes; // which no byte of a row can be part of
         const size_t whole = count / kLanes * kLanes;
         if (m_Up == 0) {
@@ -36,24 +73,6 @@ class SampleRange {
         m_Extremes = own;
         TakePiece(samples + whole * sizeof(Sample), count - whole, m_Up, m_Flip, m_Extremes);
     }
-
-    Sample Least() const {
-        return SampleOf(
-            *std::min_element(std::begin(m_Extremes.least), std::end(m_Extremes.least)));
-    }
-    Sample Greatest() const {
-        return SampleOf(
-            *std::max_element(std::begin(m_Extremes.greatest), std::end(m_Extremes.greatest)));
-    }
-
-  private:
-    static constexpr size_t kLanes = 64 / sizeof(Sample); // independent of each other
-    struct Extremes {
-        Key least[kLanes];
-        Key greatest[kLanes];
-    };
-
-    Sample SampleOf(Key key) const { return static_cast<Sample>(key ^ m_Flip); }
 
     [[gnu::always_inline]] static void TakePieces(const uint8_t *samples, size_t count, int up,
                                                   Sample flip, Extremes &extremes) {
@@ -76,6 +95,8 @@ class SampleRange {
     const int m_Up;
     const Sample m_Flip;
     Extremes m_Extremes;
+    size_t m_SinceLook = 0; ///< samples
+    bool m_IsWhole = false; ///< all that are still to come change nothing
 };
 
 } // namespace imgcore

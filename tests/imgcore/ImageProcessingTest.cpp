@@ -116,6 +116,17 @@ TEST(ImageProcessing, RangeOfColourIsThatOfItsBytesWithoutPadding) {
     ASSERT_EQ(M_GetMinMaxVal(&colour, &min, &max), KERNEL_SUCCESS);
     EXPECT_EQ(min, 4);
     EXPECT_EQ(max, 200);
+    // Of a large picture, the end may hold what the rest does not.
+    TestBitmap large(600, 600, 8);
+    for (const uint8_t last : {0, 255}) {
+        uint8_t *rows = KernelLendBitmapRow(&large, 0);
+        std::fill_n(rows, 600 * 600, uint8_t{100});
+        rows[0] = static_cast<uint8_t>(255 - last);
+        rows[600 * 600 - 1] = last;
+        ASSERT_EQ(M_GetMinMaxVal(&large, &min, &max), KERNEL_SUCCESS);
+        EXPECT_EQ(min, 0);
+        EXPECT_EQ(max, 255);
+    }
     TestBitmap bits(3, 1, 1);
     ASSERT_EQ(M_GetMinMaxVal(&bits, &min, &max), KERNEL_SUCCESS);
     EXPECT_EQ(max - min, 1);
