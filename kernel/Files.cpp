@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <string>
 
 #include "Fault.h"
 #include "Mvkrnx.h"
@@ -137,9 +138,10 @@ int KernelFileClose(M_HFILE__ *hFile) {
 }
 
 int KernelFolderIsWritable(const char *pszFolder) {
-    struct stat info;
-    if (stat(pszFolder, &info) != 0 || !S_ISDIR(info.st_mode)) return 0;
-    return access(pszFolder, W_OK | X_OK) == 0 ? 1 : 0;
+    if (pszFolder == nullptr || *pszFolder == '\0') return 0;
+    // Only a folder can be asked for by such a name.
+    const std::string folder = std::string(pszFolder) + '/';
+    return access(folder.c_str(), W_OK | X_OK) == 0 ? 1 : 0;
 }
 
 int KernelFileRemove(const char *pszPath) {
