@@ -12,7 +12,7 @@ namespace mdicom {
 
 namespace {
 
-constexpr uint32_t kFirstCapacity = 64;
+constexpr uint32_t kFirstCapacity = 128;
 constexpr uint32_t kKeptCapacity = 4096;
 constexpr unsigned kNearSteps = 32;
 constexpr unsigned kSampleDistance = 64;
@@ -84,13 +84,14 @@ void TagCounts::ForgetFirsts() noexcept {
 }
 
 void TagCounts::Clear() noexcept {
+    const bool isEmpty = m_Used == 0;
     m_Used = 0;
     m_Complete = true;
     if (m_Capacity > kKeptCapacity) {
         m_Entries.reset();
         m_Capacity = 0;
     }
-    for (uint32_t i = 0; i < m_Capacity; ++i) m_Entries[i] = {};
+    for (uint32_t i = 0; i < m_Capacity && !isEmpty; ++i) m_Entries[i] = {};
 }
 
 ElementIndex::ElementIndex() noexcept = default;

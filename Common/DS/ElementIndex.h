@@ -75,6 +75,13 @@ class ElementIndex {
     _DICOMELEMENT *LowerBound(_DICOMELEMENT *parent, _DICOMELEMENT *first, _DICOMELEMENT *last,
                               uint32_t tag) noexcept;
 
+    /** True if an element with this tag goes behind the last one under parent, and no sibling has
+     *  it: so do nearly all while a file is loaded. */
+    bool IsBehind(const _DICOMELEMENT *parent, const _DICOMELEMENT *last,
+                  uint32_t tag) const noexcept {
+        return last->nTag < tag && HasOrder(parent);
+    }
+
     /** True if the siblings under parent are known to ascend by tag. */
     bool HasOrder(const _DICOMELEMENT *parent) const noexcept {
         return !m_AllUnordered && (m_Unordered.empty() || !m_Unordered.contains(parent));

@@ -321,9 +321,10 @@ Status ElementReader::Refuse(Status status) {
 void ElementReader::CloseFinishedLevels(uint32_t tag) {
     bool ends = IsDelimiter(tag) && Delimits(tag);
     while (!m_Levels.empty()) {
-        const Level level = m_Levels.back();
-        const bool complete = level.length != kUndefinedLength && level.consumed == level.length;
+        const Level &last = m_Levels.back();
+        const bool complete = last.length != kUndefinedLength && last.consumed == last.length;
         if (!ends && !complete) return;
+        const Level level = last;
         m_Levels.pop_back();
         if (m_Levels.empty()) return;
         Level &outer = m_Levels.back();

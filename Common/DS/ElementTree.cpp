@@ -71,10 +71,15 @@ _DICOMELEMENT *MDicomDS::InsertUnder(_DICOMELEMENT *pParent, uint32_t nTag, uint
             *pRefusal = DS_DEBUG_BAD_ELEMENT;
             return nullptr;
         }
-        next = nTag == TAG_ITEM ? ItemPlace(first, nIndex) : PlaceOnLevel(pParent, nTag);
-        if (nTag != TAG_ITEM && FindOnLevel(pParent, nTag, next) != nullptr) {
-            *pRefusal = DS_DEBUG_DUPLICATE;
-            return nullptr;
+        _DICOMLINK *last = pParent != nullptr ? pParent->Link.pLastChild : m_Tree.pLast;
+        if (nTag == TAG_ITEM) {
+            next = ItemPlace(first, nIndex);
+        } else if (m_pIndex == nullptr || !m_pIndex->IsBehind(pParent, AsElement(last), nTag)) {
+            next = PlaceOnLevel(pParent, nTag);
+            if (FindOnLevel(pParent, nTag, next) != nullptr) {
+                *pRefusal = DS_DEBUG_DUPLICATE;
+                return nullptr;
+            }
         }
     }
     _DICOMLINK *reference = next != nullptr ? AsLink(next) : AsLink(pParent);

@@ -2,6 +2,7 @@
 
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -17,11 +18,14 @@ namespace mdicom {
 class ByteCursor {
   public:
     explicit ByteCursor(std::span<const uint8_t> bytes, bool littleEndian = true)
-        : m_Bytes(bytes), m_LittleEndian(littleEndian) {}
+        : m_Begin(bytes.data()),
+          m_Next(bytes.data()),
+          m_End(bytes.data() + bytes.size()),
+          m_LittleEndian(littleEndian) {}
 
     bool Failed() const { return m_Failed; }
-    size_t Position() const { return m_Position; }
-    size_t Left() const { return m_Bytes.size() - m_Position; }
+    size_t Position() const { return static_cast<size_t>(m_Next - m_Begin); }
+    size_t Left() const { return static_cast<size_t>(m_End - m_Next); }
     void SetLittleEndian(bool littleEndian) { m_LittleEndian = littleEndian; }
 
     uint8_t Read8() {
@@ -43,21 +47,23 @@ class ByteCursor {
     }
     void Skip(size_t count) { Advance(count); }
     /** Goes back by bytes that were read. */
-    void Back(size_t count) { m_Position -= count <= m_Position ? count : m_Position; }
+    void Back(size_t count) { m_Next -= std::min(count, Position()); }
 
   private:
     const uint8_t *Advance(size_t count) {
-        if (m_Failed || count > Left()) {
+        if (count > Left()) {
             m_Failed = true;
+            m_End = m_Next; // nothing is left for whoever asks for less
             return nullptr;
         }
-        const uint8_t *bytes = m_Bytes.data() + m_Position;
-        m_Position += count;
+        const uint8_t *bytes = m_Next;
+        m_Next += count;
         return bytes;
     }
 
-    std::span<const uint8_t> m_Bytes;
-    size_t m_Position = 0;
+    const uint8_t *m_Begin;
+    const uint8_t *m_Next;
+    const uint8_t *m_End;
     bool m_LittleEndian;
     bool m_Failed = false;
 };
