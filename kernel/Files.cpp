@@ -5,9 +5,9 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
-#include <string>
 
 #include "Fault.h"
 #include "Mvkrnx.h"
@@ -138,10 +138,12 @@ int KernelFileClose(M_HFILE__ *hFile) {
 }
 
 int KernelFolderIsWritable(const char *pszFolder) {
-    if (pszFolder == nullptr || *pszFolder == '\0') return 0;
-    // Only a folder can be asked for by such a name.
-    const std::string folder = std::string(pszFolder) + '/';
-    return access(folder.c_str(), W_OK | X_OK) == 0 ? 1 : 0;
+    if (pszFolder == nullptr) return 0;
+    // Only a folder can be asked for by a name that ends so. Callers may be out of memory.
+    char folder[PATH_MAX];
+    const int length = std::snprintf(folder, sizeof folder, "%s/", pszFolder);
+    if (length <= 1 || length >= PATH_MAX) return 0;
+    return access(folder, W_OK | X_OK) == 0 ? 1 : 0;
 }
 
 int KernelFileRemove(const char *pszPath) {
