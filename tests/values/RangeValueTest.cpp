@@ -97,6 +97,7 @@ TEST(RangeValue, PicksValueByIndex) {
     EXPECT_EQ(v.ds.GetDateRangeValue(element, 0, nullptr), 9);
     _VALUETIMERANGE time{};
     EXPECT_EQ(v.ds.GetTimeRangeValue(element, 0, &time), 9);
+    EXPECT_EQ(v.ds.GetTimeValue(v.Add("TM", "1230-"), 0, 1), nullptr);
 }
 
 template <typename Range, typename Getter, typename Setter>
