@@ -30,6 +30,7 @@ const Case kCases[] = {
     {"12", 12, 0, 11, false, 0, 0, 1, "MONOCHROME2", 1, 12, 12, 11, 0, 1, 0, 4095, 2047, 4095},
     {"16", 16, 0, 15, false, 0, 0, 1, "MONOCHROME2", 1, 16, 16, 15, 0, 1, 0, 65535, 32767, 65535},
     {"range", 16, 2, 11, false, 7, 90, 1, "MONOCHROME2", 1, 16, 10, 11, 0, 1, 7, 90, 48, 83},
+    {"one value", 16, 0, 15, false, 7, 7, 1, "MONOCHROME2", 1, 16, 16, 15, 0, 1, 7, 7, 7, 1},
     {"signed", 16, 0, 11, true, 0, 0, 1, "MONOCHROME2", 1, 16, 12, 11, 1, 1, -2048, 2047, 0, 4095},
     {"signed range", 16, 0, 15, true, -100, 0, 1, "MONOCHROME2", 1, 16, 16, 15, 1, 1, -100, 0, -50,
      100},
@@ -165,20 +166,26 @@ TEST(SetImageInfo, LutElementsStayWhenTheyAreNotWanted) {
     EXPECT_EQ(NumberOf(image.ds, 0x00280010), 77) << "only the record was wanted";
 }
 
-TEST(SetImageInfo, WindowOfAllFramesChangesOnlyWhereThatIsAllowed) {
+TEST(SetImageInfo, WhatHoldsForAllFramesChangesOnlyWhereThatIsAllowed) {
     Image image;
-    _DICOMELEMENT *element = nullptr;
-    for (const uint32_t tag : {0x52009229u, TAG_ITEM, 0x00289132u, TAG_ITEM, 0x00281050u}) {
-        element = image.ds.InsertElement(element, element != nullptr, tag, 0, tag == TAG_ITEM, 0);
-        ASSERT_NE(element, nullptr);
-    }
     const double old = 5;
-    image.ds.FindSetValue(element, 0x00281050, &old, 1, VALUE_ARRAY_DOUBLE);
+    _DICOMELEMENT *shared = nullptr;
+    for (const uint32_t tag : {0x52009229u, TAG_ITEM}) {
+        shared = image.ds.InsertElement(shared, shared != nullptr, tag, 0, tag == TAG_ITEM, 0);
+    }
+    for (const auto &[macro, tag] :
+         {std::pair{0x00289132u, 0x00281050u}, {0x00289145u, 0x00281052u}}) {
+        _DICOMELEMENT *sequence = image.ds.InsertElement(shared, 1, macro, 0, 0, 0);
+        _DICOMELEMENT *item = image.ds.InsertElement(sequence, 1, TAG_ITEM, 0, 1, 0);
+        _DICOMELEMENT *element = image.ds.InsertElement(item, 1, tag, 0, 0, 0);
+        ASSERT_NE(image.ds.FindSetValue(element, tag, &old, 1, VALUE_ARRAY_DOUBLE), nullptr);
+    }
     TestBitmap bitmap(5, 3, 8);
     _IMAGEINFO info;
     for (const uint32_t flags : {0u, uint32_t{DICOM_SETIMAGE_UPDATE_SHARED}}) {
         ASSERT_EQ(DataSetAccess::Set(image.ds, nullptr, &info, &bitmap, 1, true, flags), 0);
         EXPECT_EQ(NumberOf(image.ds, 0x00281050), flags == 0 ? 5 : 127);
+        EXPECT_EQ(Has(image.ds, 0x00281052), flags == 0);
         EXPECT_EQ(image.ds.FindFirstElement(nullptr, 0x00281050, 1), nullptr);
     }
 }
