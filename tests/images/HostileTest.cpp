@@ -168,9 +168,13 @@ TEST(RleCodec, GivesBackWhatItPackedAndHoldsItsLimit) {
         ASSERT_EQ(mdicom::ExpandRle(packed, expanded), plane.size());
         ASSERT_EQ(expanded, plane);
     }
-    Bytes constant(1000, 7);
+    const Bytes constant(1000, 7);
+    Bytes expanded(1000);
     Bytes packed(mdicom::MostRleBytes(1000));
-    EXPECT_EQ(mdicom::PackRle(constant, packed.data()) - packed.data(), 16);
+    packed.resize(static_cast<size_t>(mdicom::PackRle(constant, packed.data()) - packed.data()));
+    EXPECT_EQ(packed.size(), 16u);
+    ASSERT_EQ(mdicom::ExpandRle(packed, expanded), 1000u);
+    EXPECT_EQ(expanded, constant);
 }
 
 } // namespace

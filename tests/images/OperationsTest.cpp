@@ -266,6 +266,12 @@ TEST(FrameOperations, FrameBytesAreThoseStored) {
     EXPECT_EQ(bytes, (Bytes{0x11, 9}));
     EXPECT_EQ(image.ds.GetFrameBinaryData(image.pixels, 2, nullptr, &size), DICOM_ERROR_IMAGE);
     EXPECT_EQ(image.ds.GetFrameBinaryData(image.pixels, 0, bytes.data(), nullptr), 0);
+    Image cut(2, 3, 8);
+    PutValue(cut, {1, 2, 3, 4});
+    bytes.assign(size = 6, 9);
+    ASSERT_EQ(cut.ds.GetFrameBinaryData(cut.pixels, 0, bytes.data(), &size), 0);
+    EXPECT_EQ(size, 4u);
+    EXPECT_EQ(bytes, (Bytes{1, 2, 3, 4, 9, 9}));
     image.Syntax("1.2.840.10008.1.2.4.80");
     EXPECT_EQ(image.ds.GetFrameBinaryData(image.pixels, 0, nullptr, &size),
               DICOM_ERROR_COMPRESSION);
@@ -277,17 +283,17 @@ TEST(FrameOperations, UncompressedFramesComeTightOrPadded) {
                                                   static_cast<uint32_t>(bytes.size()), index);
     };
     TestBitmap bitmap;
-    Image image(2, 3, 8);
+    Image image(2, 5, 8);
     image.Syntax(kExplicit);
-    EXPECT_EQ(insert(image, Bytes(6), 0), 0) << "no element";
+    EXPECT_EQ(insert(image, Bytes(10), 0), 0) << "no element";
     PutValue(image, {});
-    EXPECT_EQ(insert(image, {1, 2, 3, 4, 5, 6}, 7), 1);
-    EXPECT_EQ(insert(image, {7, 8, 9, 0, 10, 11, 12, 0}, 0), 1);
-    EXPECT_EQ(insert(image, Bytes(7), 0), 0);
+    EXPECT_EQ(insert(image, {1, 2, 3, 4, 5, 6, 7, 8, 9, 10}, 7), 1);
+    EXPECT_EQ(insert(image, {11, 12, 13, 14, 15, 0, 0, 0, 16, 17, 18, 19, 20, 0, 0, 0}, 0), 1);
+    EXPECT_EQ(insert(image, Bytes(12), 0), 0);
     ASSERT_EQ(Get(image.ds, bitmap, 0), 0);
-    EXPECT_EQ(RowsOf(bitmap), (Bytes{7, 8, 9, 10, 11, 12}));
+    EXPECT_EQ(RowsOf(bitmap), (Bytes{11, 12, 13, 14, 15, 16, 17, 18, 19, 20}));
     ASSERT_EQ(Get(image.ds, bitmap, 1), 0);
-    EXPECT_EQ(RowsOf(bitmap), (Bytes{1, 2, 3, 4, 5, 6}));
+    EXPECT_EQ(RowsOf(bitmap), (Bytes{1, 2, 3, 4, 5, 6, 7, 8, 9, 10}));
     Image bilevel(2, 5, 1); // frames of 10 bits
     bilevel.Syntax(kExplicit);
     PutValue(bilevel, {});

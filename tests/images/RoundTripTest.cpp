@@ -23,6 +23,7 @@ TEST(RoundTrip, AttributesSayWhatIsStoredAndItIsNearWhatWasGiven) {
         uint32_t allocated;
         uint32_t stored;
         const char *vr;
+        uint32_t flags = 0;
     } const kCases[] = {
         {{8, 8}, 1, kNone, "1.2.840.10008.1.2.1", "MONOCHROME2", 8, 8, "OW"},
         {{1, 1}, 0, kNone, "1.2.840.10008.1.2.1", "MONOCHROME2", 1, 1, "OB"},
@@ -31,6 +32,15 @@ TEST(RoundTrip, AttributesSayWhatIsStoredAndItIsNearWhatWasGiven) {
         {{16, 16}, 1, kJpegLossy, "1.2.840.10008.1.2.4.51", "MONOCHROME2", 16, 12, "OB"},
         {{8, 8}, 1, kJpegLossy, "1.2.840.10008.1.2.4.50", "MONOCHROME2", 8, 8, "OB"},
         {{24, 8}, 3, kJpegLossy, "1.2.840.10008.1.2.4.50", "YBR_FULL_422", 8, 8, "OB"},
+        {{24, 8},
+         3,
+         kJpegLossy,
+         "1.2.840.10008.1.2.4.50",
+         "RGB",
+         8,
+         8,
+         "OB",
+         DICOM_SETIMAGE_CODEC_FLAG},
         {{24, 8}, 3, kJpegLossless, "1.2.840.10008.1.2.4.70", "RGB", 8, 8, "OB"},
         {{24, 8}, 3, kJ2kLossless, "1.2.840.10008.1.2.4.90", "YBR_RCT", 8, 8, "OB"},
         {{24, 8}, 3, kJ2kLossy, "1.2.840.10008.1.2.4.91", "YBR_ICT", 8, 8, "OB"},
@@ -40,7 +50,7 @@ TEST(RoundTrip, AttributesSayWhatIsStoredAndItIsNearWhatWasGiven) {
         MDicomDS ds(nullptr);
         const auto bitmap = MakeBitmap(64, 33, row.kind);
         ASSERT_EQ(ds.InsertImage(nullptr, bitmap.get(), 0, row.compression, row.photometric, 0, 2,
-                                 0, nullptr, nullptr),
+                                 row.flags, nullptr, nullptr),
                   0);
         SCOPED_TRACE(row.syntax + std::to_string(row.kind.depth));
         EXPECT_EQ(support::StoredText(ds, 0x00020010), row.syntax);
@@ -78,6 +88,14 @@ TEST(RoundTrip, LaterFramesBecomeLikeTheFirst) {
     EXPECT_EQ(got.nHeight, 10);
     EXPECT_EQ(got.nBitsPerPixel, 8);
     EXPECT_EQ(other->nWidth, 31) << "the caller's bitmap stays as it is";
+    // So does the transfer syntax, where an icon comes.
+    _DICOMELEMENT *icons = ds.InsertElement(nullptr, 0, 0x00880200, 0, 1, 0);
+    _DICOMELEMENT *item = ds.InsertElement(icons, 1, TAG_ITEM, 0, 1, 0);
+    _DICOMELEMENT *icon = ds.InsertElement(item, 1, TAG_PIXEL_DATA, 0, 0, 0);
+    ASSERT_EQ(ds.InsertImage(icon, first.get(), 0, kNone, 1, 0, 0, 0, nullptr, nullptr), 0);
+    EXPECT_EQ(support::StoredText(ds, 0x00020010), "1.2.840.10008.1.2.5");
+    ASSERT_EQ(Get(ds, got, 0, 0, 0, icon), 0);
+    EXPECT_EQ(RowsOf(got), RowsOf(*first));
 
     // What has no explicit VR has no compression.
     MDicomDS implicit(nullptr);
