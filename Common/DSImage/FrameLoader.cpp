@@ -100,7 +100,11 @@ Status FrameLoader::Describe() {
     const Status status = m_DataSet.GetInfoImage(m_PixelData, &m_Info, m_Request.frame, 1);
     if (status != DICOM_SUCCESS) return status;
     if (IsIcon(m_PixelData) && m_PixelData->nLength != kUndefinedLength) {
+        // Where the frame lies depends on that.
         m_Info.nCompression = IMAGE_COMPRESSION_NONE;
+        m_Info.pFrameElement = nullptr;
+        const Status located = m_DataSet.LocateFrame(m_PixelData, &m_Info, m_Request.frame);
+        if (located != DICOM_SUCCESS) return located;
     }
     if (IsJ2k(m_Info.nCompression) && m_Info.nSamplesPerPixel == 3) TakeBytes();
     const Status checked = CheckDescription();

@@ -85,6 +85,15 @@ double Psnr(const Form &form, const Picture &first, const Picture &second, int s
     return sum == 0 ? 200 : 10 * std::log10(peak * peak * static_cast<double>(count) / sum);
 }
 
+/** Bytes of all frames as they are stored. */
+double BytesOfFrames(MDicomDS &ds) {
+    double total = 0;
+    for (uint32_t i = 0, size = 0; i < ds.GetCountImage(nullptr); ++i, total += size) {
+        ds.GetFrameBinaryData(ds.FindFirstElement(nullptr, TAG_PIXEL_DATA, 1), i, nullptr, &size);
+    }
+    return total;
+}
+
 class EachForm : public testing::TestWithParam<Form> {};
 
 TEST_P(EachForm, KeepsItsPixelsThroughEverySyntaxWithoutLoss) {
@@ -131,6 +140,8 @@ TEST_P(EachForm, StaysAboveFortyDecibelsAtBestQuality) {
                 << std::string(uid.begin(), uid.end());
         }
         EXPECT_EQ(support::StoredText(ds, 0x00282110), "01");
+        EXPECT_NEAR(std::stod(support::StoredText(ds, 0x00282112)) * BytesOfFrames(ds),
+                    MakeValue(form).size(), 0.02 * BytesOfFrames(ds));
         EXPECT_EQ(support::StoredText(ds, 0x00282114), uid == kJ2k ? "ISO_15444_1" : "ISO_10918_1");
         // A second compression with loss is told of behind the first.
         const std::wstring &other =
@@ -160,12 +171,33 @@ TEST(TransferSyntax, RefusesWhatItDoesNotKnowAndChangesNothingForItself) {
     EXPECT_EQ(ds.GetKeepPixelDataIntactFlag(), 0);
 }
 
+/** Icons are native within any syntax, also those whose rows do not end where a byte does. */
+TEST(TransferSyntax, AnIconStaysThroughOthers) {
+    constexpr Form kBits = {"bits", "MONOCHROME2", 1, 1, 1, 0, 0, 0, 1};
+    MDicomDS ds(nullptr);
+    MakeImage(ds, kBits);
+    _DICOMELEMENT *icons = ds.InsertElement(nullptr, 0, 0x00880200, 0, 1, 0);
+    _DICOMELEMENT *item = ds.InsertElement(icons, 1, TAG_ITEM, 0, 1, 0);
+    _DICOMELEMENT *icon = ds.InsertElement(item, 1, TAG_PIXEL_DATA, 'O' << 8 | 'B', 0, 0);
+    Bytes value = MakeValue(kBits);
+    std::reverse(value.begin(), value.end());
+    ds.SetBinaryValue(icon, value.data(), static_cast<uint32_t>(value.size()));
+    const std::vector<Picture> before = LoadAll(ds);
+    for (const std::wstring &uid : {kRle, kExplicit}) {
+        ASSERT_EQ(ds.ChangeTransferSyntax(uid.c_str(), 0, 0), DICOM_SUCCESS);
+        EXPECT_TRUE(LoadAll(ds) == before) << std::string(uid.begin(), uid.end());
+    }
+}
+
 TEST(TransferSyntax, TurnsEveryValueOfADataSetWithoutPixels) {
     support::Encoder file;
     file.Meta(support::kExplicitUid).Element(0x00080060, "CS", "MR");
     file.Header(0x00081140, "SQ", 0xFFFFFFFF).Plain(TAG_ITEM, 0xFFFFFFFF);
     file.Element(0x00280010, "US", "\x01\x02");
     file.Plain(TAG_ITEM_DELIMITATION, 0).Plain(TAG_SEQUENCE_DELIMITATION, 0);
+    std::string pieces(150000, 'x'); // more than are turned at a time
+    for (size_t i = 0; i < pieces.size(); ++i) pieces[i] = static_cast<char>(i * 7 + i / 1000);
+    file.Element(0x00281201, "OW", pieces);
     file.Element(0x00280103, "US", "\x03\x04").Element(0x00189087, "FD", "12345678");
     MDicomDS original(nullptr);
     MDicomDS ds(nullptr);
