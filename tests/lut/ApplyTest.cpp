@@ -75,17 +75,17 @@ TEST(ApplyLut, TablesReachTheBitmap) {
 TEST(ApplyLut, LutOfSignedValuesIsStoredFromItsFirst) {
     MDicomDS ds(nullptr);
     Put(ds, 0x00280103, {1});
-    const auto window = MakeWindow(1, 2);
-    ds.SetWindow(0, 0, &window, 0);
     auto voi = Fresh<tagDICOMVOILUTATTRIBS>();
     voi.LUTDescriptor = {0, 4, -2, 16};
     Words table{500, 100, 900, 700};
     ds.SetVOILUT(0, &voi, table.data(), 4, 0);
     Pixels bitmap({0, 1, 2, 3}, 11, true);
-    ds.DeleteWindow(0, 0);
     DataSetAccess::ApplyVoi(ds, &bitmap);
     ds.DeleteVOILUT(0);
+    const auto window = MakeWindow(1, 2);
+    ds.SetWindow(0, 0, &window, 0);
     ASSERT_EQ(DataSetAccess::StoreLut(ds, &bitmap), 0);
+    EXPECT_EQ(WindowText(ds, 0), "9") << "it would go before the LUT";
     ASSERT_EQ(ds.GetVOILUT(0, &voi, sizeof voi, 0), 0);
     EXPECT_EQ(voi.LUTDescriptor.nNumberOfEntries, 4u);
     EXPECT_EQ(voi.LUTDescriptor.nFirstStoredPixelValueMapped, -2);

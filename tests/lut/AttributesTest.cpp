@@ -5,15 +5,19 @@
 #include <cmath>
 
 #include "Lut.h"
+#include "support/Bitmaps.h"
 
 namespace {
 
 constexpr uint16_t kWrongSize = DICOM_ERROR_STRUCT_SIZE;
 constexpr uint16_t kWrongSizeSet = DICOM_ERROR_STRUCT_SIZE_SET;
 
-std::vector<uint16_t> Entries(uint32_t count, uint32_t step = 1) {
+/** A table; those of different numbers differ. */
+std::vector<uint16_t> Entries(uint32_t count, uint32_t bits = 16, uint32_t number = 0) {
     std::vector<uint16_t> entries;
-    for (uint32_t i = 0; i < count; ++i) entries.push_back(static_cast<uint16_t>(i * step + 3));
+    for (uint32_t i = 0; i < count; ++i) {
+        entries.push_back(static_cast<uint16_t>((i * 5 + 3 + number) & MaskOf(bits)));
+    }
     return entries;
 }
 
@@ -27,18 +31,15 @@ TEST(ModalityLut, RescaleIsStoredAndReplacedByATable) {
     for (const uint32_t bits : {8u, 16u}) {
         for (const uint32_t count : {1u, 3u, 10000u, 40000u, 65536u}) {
             SCOPED_TRACE(count);
-            auto entries = Entries(count, bits == 8 ? 1 : 5);
-            if (bits == 8) {
-                for (uint16_t &entry : entries) entry &= 0xFF;
-            }
-            const auto table = MakeTable(count, 12, bits);
+            auto entries = Entries(count, bits);
+            const auto table = MakeTable(count, 0xFFFF, bits);
             ASSERT_EQ(ds.SetModalityLUT(0, &table, entries.data(), count, 0), 0);
             tagDICOMMLUTATTRIBS read;
             ASSERT_EQ(ds.GetModalityLUTAttributes(5, &read, sizeof read, 0), 0);
             EXPECT_EQ(read.bIsModalityLUT, 1u);
             EXPECT_EQ(read.LUTDescriptor.nStructSize, 16u);
             EXPECT_EQ(read.LUTDescriptor.nNumberOfEntries, count);
-            EXPECT_EQ(read.LUTDescriptor.nFirstStoredPixelValueMapped, 12);
+            EXPECT_EQ(read.LUTDescriptor.nFirstStoredPixelValueMapped, 0xFFFF);
             EXPECT_EQ(read.LUTDescriptor.nEntryBits, bits);
             EXPECT_EQ(read.fRescaleSlope, 1.0);
             EXPECT_STREQ(read.szLUTExplanation, L"curve");
@@ -124,12 +125,12 @@ TEST(ModalityLut, EntriesOf8BitsAreReadPackedAndInWords) {
     auto entries = Entries(4);
     const auto table = MakeTable(4, 0, 8);
     ASSERT_EQ(ds.SetModalityLUT(0, &table, entries.data(), 4, 0), 0);
-    EXPECT_EQ(Stored(ds, 0x00283006), "\3\4\5\6");
+    EXPECT_EQ(Stored(ds, 0x00283006), "\3\10\15\22");
     _DICOMELEMENT *level = ds.FindFirstElement(nullptr, 0x00283006, 0);
     _DICOMELEMENT *neighbor = ds.GetPrevElement(level, 1, 1);
     std::vector<uint16_t> data(4);
     for (const std::vector<uint8_t> &bytes :
-         {std::vector<uint8_t>{3, 4, 5, 6}, std::vector<uint8_t>{3, 0, 4, 0, 5, 0, 6, 0}}) {
+         {std::vector<uint8_t>{3, 8, 13, 18}, std::vector<uint8_t>{3, 0, 8, 0, 13, 0, 18, 0}}) {
         PutBytes(ds, 0x00283006, bytes, neighbor);
         ASSERT_EQ(ds.GetModalityLUTData(data.data(), 4, 0), 0);
         EXPECT_EQ(data, entries);
@@ -147,7 +148,7 @@ TEST(VoiLut, ItemsAreSetReadAndDeleted) {
     const uint32_t places[] = {0, 7, 99, 0}; // the last replaces the first
     for (int i = 0; i < 4; ++i) {
         lut.LUTDescriptor = {0, sizes[i], 100 + i, i == 2 ? 8u : 12u};
-        auto entries = Entries(sizes[i]);
+        auto entries = Entries(sizes[i], lut.LUTDescriptor.nEntryBits);
         ASSERT_EQ(ds.SetVOILUT(places[i], &lut, entries.data(), sizes[i], 0), 0);
     }
     ds.GetVOILUTCount(&count);
@@ -160,11 +161,7 @@ TEST(VoiLut, ItemsAreSetReadAndDeleted) {
         EXPECT_STREQ(read.szLUTExplanation, L"lung");
         std::vector<uint16_t> data(expected[i]);
         ASSERT_EQ(ds.GetVOILUTData(i, data.data(), expected[i], 0), 0);
-        auto entries = Entries(expected[i]);
-        if (i == 2) {
-            for (uint16_t &entry : entries) entry &= 0xFF;
-        }
-        EXPECT_EQ(data, entries);
+        EXPECT_EQ(data, Entries(expected[i], i == 2 ? 8 : 12));
         EXPECT_EQ(ds.GetVOILUTData(i, data.data(), expected[i] - 1, 0), DICOM_ERROR_PARAMETER);
     }
     tagDICOMVOILUTATTRIBS read;
@@ -297,17 +294,13 @@ TEST(Palette, TablesAreSetReadAndDeleted) {
             std::vector<uint16_t> data(count);
             EXPECT_EQ(ds.GetPaletteColorLUTData(data.data(), count, 0, 0),
                       DICOM_ERROR_NO_PALETTE_DATA);
-            auto entries = Entries(count + 10, bits == 8 ? 1 : 3);
             for (uint32_t type = 0; type < 3; ++type) {
+                auto entries = Entries(count + 10, bits, type);
                 ASSERT_EQ(ds.SetPaletteColorLUTData(entries.data(), count + 10, type, 0), 0);
-            }
-            entries.resize(count);
-            if (bits == 8) {
-                for (uint16_t &entry : entries) entry &= 0xFF;
             }
             for (uint32_t type = 0; type < 3; ++type) {
                 ASSERT_EQ(ds.GetPaletteColorLUTData(data.data(), count, type, 0), 0);
-                ASSERT_EQ(data, entries);
+                ASSERT_EQ(data, Entries(count, bits, type));
             }
             EXPECT_EQ(ds.GetPaletteColorLUTData(data.data(), count - 1, 0, 0),
                       DICOM_ERROR_PARAMETER);
@@ -375,9 +368,9 @@ TEST(Palette, SegmentsAreExpandedAndGiveWayToAPlainTable) {
             bytes.push_back(static_cast<uint8_t>(word));
             bytes.push_back(static_cast<uint8_t>(word >> 8));
         }
-        PutBytes(ds, 0x00281221, bytes);
+        PutBytes(ds, 0x00281222, bytes);
         std::vector<uint16_t> table(8, 99);
-        const uint16_t status = ds.GetPaletteColorLUTData(table.data(), 8, 0, 0);
+        const uint16_t status = ds.GetPaletteColorLUTData(table.data(), 8, PALETTE_LUT_GREEN, 0);
         table.resize(6);
         return status == 0 ? table : std::vector<uint16_t>{status};
     };
@@ -393,9 +386,9 @@ TEST(Palette, SegmentsAreExpandedAndGiveWayToAPlainTable) {
     ds.GetPaletteColorLUTAttributes(&read, sizeof read, 0);
     EXPECT_EQ(read.bIsSegmented, 1u);
     auto entries = Entries(6);
-    ASSERT_EQ(ds.SetPaletteColorLUTData(entries.data(), 6, PALETTE_LUT_RED, 0), 0);
+    ASSERT_EQ(ds.SetPaletteColorLUTData(entries.data(), 6, PALETTE_LUT_GREEN, 0), 0);
     std::vector<uint16_t> table(6);
-    ASSERT_EQ(ds.GetPaletteColorLUTData(table.data(), 6, PALETTE_LUT_RED, 0), 0);
+    ASSERT_EQ(ds.GetPaletteColorLUTData(table.data(), 6, PALETTE_LUT_GREEN, 0), 0);
     EXPECT_EQ(table, entries);
     const auto narrow = MakePalette(6, 8);
     ds.SetPaletteColorLUTAttributes(&narrow, 0);
