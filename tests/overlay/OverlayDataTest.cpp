@@ -127,6 +127,11 @@ TEST(OverlayData, ListsMoveAllFrames) {
     uint8_t byte = 0;
     KernelGetBitmapRow(&lent, &byte, 0, 1);
     for (size_t i = 0; i < 7; ++i) EXPECT_EQ(byte >> (7 - i) & 1, pixels[56 + i]);
+    // What a smaller overlay leaves would be taken for frames.
+    TestBitmap small(4, 2, 1, KERNEL_ORDER_BGR);
+    SetOverlay(ds, 0, OverlayOf(2, 4));
+    ASSERT_EQ(ds.SetOverlayBitmap(0, &small, 0), 0);
+    EXPECT_EQ(DataOf(ds), Bytes(2));
     KernelDestroyBitmapList(list);
 }
 

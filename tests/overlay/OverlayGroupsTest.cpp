@@ -225,6 +225,7 @@ TEST(OverlayTransfer, PlanesAndDataBecomeSlotsAndBack) {
     EXPECT_EQ(CountOf(ds), 2u);
     EXPECT_EQ(DataOf(ds), (Bytes{0, 0x14, 0, 0}));
     EXPECT_EQ(DataOf(ds, 0x60023000), (Bytes{0xFF, 0x7F}));
+    EXPECT_EQ(ds.FindFirstElement(nullptr, 0x60020015, 1), nullptr) << "one frame";
     EXPECT_EQ(ds.FindFirstElement(nullptr, 0x60080010, 1), nullptr);
     // In a bit plane again, the overlay is in the samples as well.
     slot.nOverlayFlags = OVERLAY_IN_BIT_PLANE;
