@@ -93,7 +93,9 @@ TEST(GrayScale, ColoursBecomeTheirBrightness) {
         TestBitmap deep(4, 1, 24, order);
         deep.PutBytes(0, colours);
         ASSERT_EQ(KernelGrayScaleBitmap(&deep, 32), 1);
-        EXPECT_EQ(deep.Bytes(0, 16)[15], 90) << "the whole range of 32 bits";
+        const Bytes bytes = deep.Bytes(0, 16);
+        EXPECT_EQ(Bytes(bytes.end() - 4, bytes.end()), Bytes(4, 90))
+            << "the whole range of 32 bits";
     }
 }
 
@@ -203,7 +205,7 @@ TEST(ColorRes, NearestColourOfThePalette) {
 
 TEST(ColorRes, ErrorDiffusionKeepsTheMeanColour) {
     for (const auto &[depth, colour] :
-         {std::pair{1, Bytes{77, 77, 77}}, {8, {77, 77, 77}}, {8, {20, 130, 210}}}) {
+         {std::pair{1, Bytes{77, 77, 77}}, {8, {255, 255, 255}}, {8, {20, 130, 210}}}) {
         TestBitmap bitmap(64, 64, 24, KERNEL_ORDER_BGR);
         Bytes row;
         for (int x = 0; x < 64; ++x) row.insert(row.end(), colour.begin(), colour.end());
@@ -262,6 +264,10 @@ TEST(Size, GrowingIsSmoothOrRepeats) {
         return bitmap.Bytes(0, 8);
     };
     EXPECT_EQ(grown(0), (Bytes{0, 0, 0, 0, 200, 200, 200, 200}));
+    TestBitmap square(3, 3, 8);
+    for (int y = 0; y < 3; ++y) square.PutBytes(y, Bytes{0, static_cast<uint8_t>(y), 9});
+    ASSERT_EQ(KernelSizeBitmap(&square, 1, 1, 0), 1);
+    EXPECT_EQ(square.Bytes(0, 1), Bytes{1}) << "the middle is nearest";
     const Bytes row = grown(2);
     EXPECT_TRUE(std::is_sorted(row.begin() + 1, row.end() - 1));
     EXPECT_NEAR(row[3] + row[4], 200, 1);

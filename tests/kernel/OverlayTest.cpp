@@ -87,6 +87,9 @@ TEST(OverlayPlane, ComesOutAndGoesBackAtItsOrigin) {
         if (row < 2) {
             EXPECT_EQ(plane.Bytes(row, 1), Bytes{expected});
         }
+        if (row > 0) {
+            EXPECT_EQ(plane.Bytes(row - 1, 1), Bytes{0}) << "what lies behind its end is not of it";
+        }
         // Back into a picture without the plane: the same bits are set, no others.
         bitmap.PutBytes(1, Bytes(bitmap.nBytesPerLine, 0));
         ASSERT_EQ(KernelUpdateOverlayBits(&bitmap, 0, 1), 1);
