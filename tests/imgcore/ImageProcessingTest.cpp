@@ -257,6 +257,7 @@ TEST(ImageProcessing, RescaleRoundsClampsAndTakesASignWhenAllowed) {
         SCOPED_TRACE(test.form.Name() + ", slope " + std::to_string(test.slope));
         Picture picture(test.form);
         picture.nBitmapFlags |= 0x100;
+        M_ApplyLinearVOILUT(&picture, 40, 400, 0);
         ASSERT_EQ(M_ApplyLinearModalityLUT(&picture, test.intercept, test.slope,
                                            test.flags | MVIMGCORX_ALWAYS),
                   KERNEL_SUCCESS);
@@ -271,6 +272,7 @@ TEST(ImageProcessing, RescaleRoundsClampsAndTakesASignWhenAllowed) {
                   "");
         EXPECT_EQ((picture.nBitmapFlags & KERNEL_BITMAP_SIGNED) != 0, test.isSigned);
         EXPECT_NE(picture.nBitmapFlags & 0x100, 0u) << "flags of others stay";
+        EXPECT_EQ(picture.nLUTLength, 0u) << "it was for other numbers";
         EXPECT_EQ(picture.nLowBit, 0);
         EXPECT_EQ(picture.nPaintHighBit, picture.nHighBit);
         int32_t min = 0;
@@ -398,6 +400,9 @@ TEST(ImageProcessing, ShiftedBitmapKeepsItsNumbersAndItsLut) {
     ASSERT_EQ(M_ShiftBitmapData(&top, &source, sizeof top, 4, 11, 0, 8), KERNEL_SUCCESS);
     EXPECT_EQ(top.Bytes(3, 4), (Bytes{175, 175, 175, 175})) << "-1295 without its sign";
     EXPECT_TRUE(top.pLUT == nullptr);
+    TestBitmap low;
+    ASSERT_EQ(M_ShiftBitmapData(&low, &source, sizeof low, 0, 7, 0, 16), KERNEL_SUCCESS);
+    EXPECT_EQ(low.nBitmapFlags & (KERNEL_BITMAP_SIGNED | KERNEL_BITMAP_LUT_IN_USE), 0u);
     TestBitmap refused;
     for (const auto &[low, high, target, depth] : {std::array{0u, 12u, 0u, 16u},
                                                    {0u, 11u, 5u, 16u},
