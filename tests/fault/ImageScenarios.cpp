@@ -320,7 +320,7 @@ std::vector<Scenario> ImageScenarios() {
             pause.reset();
             _FILTERSAVE save{};
             save.pszName = run.target.c_str();
-            save.pBitmap = &picture.record;
+            save.pBitmap = &picture;
             save.nFormat = FILTER_FORMAT_DICOM_JPEG_GRAY;
             return CodeOf(fltSave(&save));
         },

@@ -67,6 +67,9 @@ TEST_F(FileComments, OfTheTableGoBeforeDefaultsAndAreCut) {
     ASSERT_EQ(Save(&given), FILTER_SUCCESS);
     for (const auto &[id, text] : expected) EXPECT_EQ(CommentOf(m_Name, id), text) << id;
     EXPECT_EQ(Stored(0x00080005), "ISO_IR 192");
+    const Comments latin = {{17, "M\xFCller"}};
+    ASSERT_EQ(Save(&latin), FILTER_SUCCESS);
+    EXPECT_EQ(Stored(0x00080005), "ISO_IR 100");
 }
 
 TEST_F(FileComments, FitTheBuffer) {

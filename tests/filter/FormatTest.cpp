@@ -55,7 +55,7 @@ TEST(FileFilter, EachFormatIsDescribedAndComesBack) {
         EXPECT_EQ(info.nHeight, 21);
         EXPECT_EQ(info.nBitsPerPixel, depth);
         EXPECT_EQ(info.nOrder, OrderOf(depth));
-        EXPECT_EQ(uint64_t{info.nSizeMem}, uint64_t{picture.record.nBytesPerLine} * 21);
+        EXPECT_EQ(uint64_t{info.nSizeMem}, uint64_t{picture.nBytesPerLine} * 21);
 
         Loaded loaded;
         LoadPage(name, 1, loaded);
@@ -63,7 +63,7 @@ TEST(FileFilter, EachFormatIsDescribedAndComesBack) {
         EXPECT_TRUE(loaded.inOrder);
         EXPECT_EQ(loaded.bitmap.nBitsPerPixel, depth);
         EXPECT_EQ(loaded.bitmap.nColors, depth == 8 ? 256u : depth == 1 ? 2u : 0u);
-        const support::Bytes rows = RowsOf(picture.record);
+        const support::Bytes rows = RowsOf(picture);
         const bool isLossy = syntax == std::string("1.2.840.10008.1.2.4.91") ||
                              syntax == std::string("1.2.840.10008.1.2.4.50");
         if (isLossy) {

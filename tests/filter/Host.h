@@ -12,32 +12,21 @@
 #include "support/TestFiles.h"
 
 /** A bitmap with a wave. */
-struct Picture {
-    Picture(int32_t width, int32_t height, int32_t depth, int32_t order) {
-        KernelCreateBitmap(&record, sizeof record, KERNEL_MEMORY_OWN, width, height, depth, order,
-                           nullptr, 1, nullptr, 0);
-        DrawWave(record, static_cast<uint32_t>(SampleBits(static_cast<size_t>(depth))));
+struct Picture : TestBitmap {
+    Picture(int32_t width, int32_t height, int32_t depth, int32_t order)
+        : TestBitmap(width, height, depth, order) {
+        DrawWave(*this, static_cast<uint32_t>(SampleBits(static_cast<size_t>(depth))));
     }
-    ~Picture() { KernelFreeBitmap(&record); }
-    Picture(const Picture &) = delete;
-    Picture &operator=(const Picture &) = delete;
-
-    _BITMAPHANDLE record{};
 };
 
 /** What a page was loaded to. */
 struct Loaded {
     int32_t result = 0;
-    _BITMAPHANDLE bitmap{};
+    TestBitmap bitmap;
     support::Bytes rows; ///< without the padding of rows
     uint32_t calls = 0;
     int32_t stopAt = -1; ///< row at which the callback stops the load
     bool inOrder = true;
-
-    Loaded() { KernelInitBitmap(&bitmap, sizeof bitmap, 0, 0, 0); }
-    ~Loaded() { KernelFreeBitmap(&bitmap); }
-    Loaded(const Loaded &) = delete;
-    Loaded &operator=(const Loaded &) = delete;
 };
 
 constexpr int32_t kStopped = -100;
@@ -95,7 +84,7 @@ inline std::string CompressionOf(const _FILEINFO &info) {
 
 using Comments = std::map<uint32_t, const char *>;
 
-inline int32_t SavePicture(const std::wstring &name, Picture &picture, int32_t format,
+inline int32_t SavePicture(const std::wstring &name, TestBitmap &picture, int32_t format,
                            int32_t quality = 0, const Comments *comments = nullptr) {
     support::Bytes table(12 * 21);
     if (comments != nullptr) {
@@ -103,8 +92,8 @@ inline int32_t SavePicture(const std::wstring &name, Picture &picture, int32_t f
     }
     _FILTERSAVE argument{};
     argument.pszName = name.c_str();
-    argument.pBitmap = &picture.record;
-    argument.nBitsPerPixel = picture.record.nBitsPerPixel;
+    argument.pBitmap = &picture;
+    argument.nBitsPerPixel = picture.nBitsPerPixel;
     argument.nFormat = format;
     argument.nQuality = quality;
     argument.pComments = comments != nullptr ? table.data() : nullptr;

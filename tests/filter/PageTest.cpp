@@ -14,10 +14,10 @@ class FilePages : public testing::Test {
         for (uint8_t value = 1; value <= 3; ++value) { // of all pixels of a frame
             Picture picture(4, 3, 8, KERNEL_ORDER_RGB);
             for (int32_t y = 0; y < 3; ++y) {
-                std::memset(KernelLendBitmapRow(&picture.record, y), value, 4);
+                std::memset(KernelLendBitmapRow(&picture, y), value, 4);
             }
-            EXPECT_EQ(ds.InsertImage(nullptr, &picture.record, 0xFFFFFFFF, 0,
-                                     PHOTOMETRIC_MONOCHROME2, 8, 0, 0, nullptr, nullptr),
+            EXPECT_EQ(ds.InsertImage(nullptr, &picture, 0xFFFFFFFF, 0, PHOTOMETRIC_MONOCHROME2, 8,
+                                     0, 0, nullptr, nullptr),
                       DICOM_SUCCESS);
         }
         EXPECT_EQ(ds.SaveDS(m_Name.c_str(), DS_METAHEADER_PRESENT), DICOM_SUCCESS);

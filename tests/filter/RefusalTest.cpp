@@ -116,10 +116,8 @@ TEST_F(Refusals, FilesThatAreCutAnywhereDoNoHarm) {
 TEST_F(Refusals, ASaveThatFailsLeavesTheOldFile) {
     Picture picture(4, 4, 8, KERNEL_ORDER_RGB);
     support::WriteFile(path, {1, 2, 3});
-    _BITMAPHANDLE whole = picture.record;
-    KernelInitBitmap(&picture.record, sizeof picture.record, 4, 4, 8);
-    EXPECT_EQ(SavePicture(name, picture, FILTER_FORMAT_DICOM_GRAY), FILTER_ERROR_WRITE);
-    picture.record = whole;
+    TestBitmap rowless;
+    EXPECT_EQ(SavePicture(name, rowless, FILTER_FORMAT_DICOM_GRAY), FILTER_ERROR_WRITE);
     EXPECT_EQ(support::ReadFile(path), Bytes({1, 2, 3}));
     EXPECT_EQ(SavePicture(L"/no/such/folder/file", picture, 89), FILTER_ERROR_WRITE);
     EXPECT_EQ(folder.Count(), 1u);
