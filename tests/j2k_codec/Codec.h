@@ -27,21 +27,14 @@ struct DataSetAccess {
 
 } // namespace mdicom
 
-struct Bitmap {
-    Bitmap(int32_t width, int32_t height, int32_t depth, bool isSigned = false,
-           int32_t order = -1) {
-        KernelCreateBitmap(&record, sizeof record, KERNEL_MEMORY_OWN, width, height, depth,
-                           order < 0 ? OrderOf(depth) : order, nullptr, 1, nullptr, 0);
-        if (isSigned) record.nBitmapFlags |= KERNEL_BITMAP_SIGNED;
+struct Bitmap : TestBitmap {
+    Bitmap(int32_t width, int32_t height, int32_t depth, bool isSigned = false, int32_t order = -1)
+        : TestBitmap(width, height, depth, order < 0 ? OrderOf(depth) : order) {
+        if (isSigned) nBitmapFlags |= KERNEL_BITMAP_SIGNED;
     }
-    ~Bitmap() { KernelFreeBitmap(&record); }
-    Bitmap(const Bitmap &) = delete;
-    Bitmap &operator=(const Bitmap &) = delete;
 
-    Bytes Rows() const { return RowsOf(record); }
-    void Paint(uint32_t bits, uint32_t number = 0) { DrawWave(record, bits, number); }
-
-    _BITMAPHANDLE record{};
+    ::Bytes Rows() const { return RowsOf(*this); }
+    void Paint(uint32_t bits, uint32_t number = 0) { DrawWave(*this, bits, number); }
 };
 
 inline _FILEJ2KOPTIONS DefaultOptions() {
@@ -54,9 +47,9 @@ inline Bytes Encode(Bitmap &bitmap, int32_t quality, _FILEJ2KOPTIONS options,
                     int32_t *result = nullptr) {
     MEMORYSAVEREQUEST request{};
     request.nSize = sizeof request;
-    request.pBitmap = &bitmap.record;
+    request.pBitmap = &bitmap;
     request.nFormat = kFileFormatJ2k;
-    request.nBitsPerPixel = bitmap.record.nBitsPerPixel;
+    request.nBitsPerPixel = bitmap.nBitsPerPixel;
     request.nQuality = quality;
     request.pOptions = &options;
     CEmbeddedCompressionBase codec;
@@ -73,14 +66,14 @@ inline Bytes Encode(Bitmap &bitmap, int32_t quality, _FILEJ2KOPTIONS options,
 struct LoadRequest : MEMORYLOADREQUEST {
     explicit LoadRequest(Bitmap &bitmap, int32_t bits) : MEMORYLOADREQUEST{} {
         info.nFormat = kFileFormatJ2k;
-        info.nWidth = bitmap.record.nWidth;
-        info.nHeight = bitmap.record.nHeight;
+        info.nWidth = bitmap.nWidth;
+        info.nHeight = bitmap.nHeight;
         info.nBitsPerPixel = bits;
-        info.nOrder = bitmap.record.nOrder;
+        info.nOrder = bitmap.nOrder;
         info.nViewPerspective = 1;
         nSize = sizeof(MEMORYLOADREQUEST);
-        pBitmap = &bitmap.record;
-        nBitmapSize = sizeof bitmap.record;
+        pBitmap = &bitmap;
+        nBitmapSize = sizeof(_BITMAPHANDLE);
         nFlags = MEMORYLOAD_BITMAP_ALLOCATED;
         pFileInfo = &info;
     }

@@ -19,8 +19,8 @@ int32_t KeepRow(_FILEINFO *, _BITMAPHANDLE *, uint8_t *row, uint32_t flags, int3
     const bool first = (flags & KERNEL_ROW_FIRST) != 0;
     const bool last = (flags & KERNEL_ROW_LAST) != 0;
     EXPECT_EQ(first, number == 0);
-    EXPECT_EQ(last, number == bitmap.record.nHeight - 1);
-    KernelPutBitmapRow(&bitmap.record, row, number, bitmap.record.nBytesPerLine);
+    EXPECT_EQ(last, number == bitmap.nHeight - 1);
+    KernelPutBitmapRow(&bitmap, row, number, bitmap.nBytesPerLine);
     return number == 30 ? 77 : 1;
 }
 
@@ -33,7 +33,7 @@ TEST(J2kFilter, WorksOnFilesOfTheSystem) {
     const _FILEJ2KOPTIONS options = DefaultOptions();
     _FILTERSAVE save{};
     save.pszName = name.c_str();
-    save.pBitmap = &source.record;
+    save.pBitmap = &source;
     save.pfnGetRow = KernelGetBitmapRow;
     std::memcpy(save.nOptions, &options, sizeof options);
     ASSERT_EQ(Call("fltSave", save), 1);
@@ -56,12 +56,12 @@ TEST(J2kFilter, WorksOnFilesOfTheSystem) {
     Bitmap target(50, 30, 16);
     _FILTERLOAD load{};
     load.pszName = name.c_str();
-    load.pBitmap = &target.record;
+    load.pBitmap = &target;
     load.pfnCallback = KeepRow;
     load.pUserData = &target;
     EXPECT_EQ(Call("fltLoad", load), 1);
     EXPECT_EQ(target.Rows(), source.Rows());
-    EXPECT_NE(target.record.nBitmapFlags & KERNEL_BITMAP_SIGNED, 0u);
+    EXPECT_NE(target.nBitmapFlags & KERNEL_BITMAP_SIGNED, 0u);
     load.pszName = L"/no/such/file";
     EXPECT_EQ(Call("fltLoad", load), -14);
 }

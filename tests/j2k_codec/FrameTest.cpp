@@ -9,7 +9,7 @@ namespace {
 
 std::string Stream(uint32_t number, uint32_t bits) {
     Bitmap bitmap(128, 96, bits > 8 ? 16 : 8);
-    if (bits > 8) bitmap.record.nHighBit = static_cast<int32_t>(bits) - 1;
+    if (bits > 8) bitmap.nHighBit = static_cast<int32_t>(bits) - 1;
     bitmap.Paint(bits, number);
     const Bytes stream = Encode(bitmap, 0, DefaultOptions());
     return {stream.begin(), stream.end()};
@@ -83,7 +83,7 @@ TEST(J2kFrame, EncodesWithTheOptionsOfItsDataSet) {
     const _FILEJ2KOPTIONS before = options;
     uint8_t *data = nullptr;
     uint32_t size = 0;
-    ASSERT_EQ(DataSetAccess::Encode(ds, &data, &source.record, 25, &size, true), 0);
+    ASSERT_EQ(DataSetAccess::Encode(ds, &data, &source, 25, &size, true), 0);
     EXPECT_EQ(0, std::memcmp(&before, &options, sizeof before));
     EXPECT_EQ(KernelMemSize(data), size);
     Bitmap target(200, 100, 8);
@@ -91,11 +91,11 @@ TEST(J2kFrame, EncodesWithTheOptionsOfItsDataSet) {
     EXPECT_EQ(target.Rows(), source.Rows());
     KernelFree(data, 0, nullptr);
     const uint32_t lossless = size;
-    ASSERT_EQ(DataSetAccess::Encode(ds, &data, &source.record, 25, &size, false), 0);
+    ASSERT_EQ(DataSetAccess::Encode(ds, &data, &source, 25, &size, false), 0);
     EXPECT_LT(size, lossless);
     KernelFree(data, 0, nullptr);
     options.nCodeBlockWidth = 5;
-    EXPECT_EQ(DataSetAccess::Encode(ds, &data, &source.record, 25, &size, false), 10);
+    EXPECT_EQ(DataSetAccess::Encode(ds, &data, &source, 25, &size, false), 10);
     EXPECT_EQ(data, nullptr);
 }
 

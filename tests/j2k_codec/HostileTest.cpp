@@ -54,11 +54,21 @@ TEST(J2kHostile, WhatHeadsSayTooMuchIsMended) {
     const size_t place = static_cast<size_t>(sot - longTile.begin());
     Put32(longTile, place + 6, 0x80000000); // would be room for 2 GB
     EXPECT_EQ(DecodeInto(longTile), 1);
-    Bytes unknown = Valid();
-    const uint8_t segment[] = {0xFF, 0x7F, 0, 4, 0xFF, 0x90};
-    unknown.insert(unknown.begin() + static_cast<long>(place), std::begin(segment),
-                   std::end(segment));
-    EXPECT_EQ(DecodeInto(unknown), 1);
+    const struct {
+        const char *what;
+        Bytes segment; ///< ahead of the tile part
+        int32_t result;
+    } kSegments[] = {
+        {"unknown", {0xFF, 0x7F, 0, 4, 0xFF, 0x90}, 1},
+        {"style of a component", {0xFF, 0x53, 0, 9, 0, 0, 5, 4, 4, 0, 1}, 1},
+        {"its many precincts", {0xFF, 0x53, 0, 10, 0, 1, 0, 4, 4, 0, 1, 0}, -9},
+    };
+    for (const auto &[what, segment, result] : kSegments) {
+        Bytes stream = Valid();
+        stream.insert(stream.begin() + static_cast<long>(place), segment.begin(), segment.end());
+        stream.resize(place + segment.size() + 14); // of the tile part its head: any style fits
+        EXPECT_EQ(DecodeInto(stream), result) << what;
+    }
 }
 
 /** Ends the coding style with a precinct size for each resolution. */
@@ -98,11 +108,11 @@ TEST(J2kHostile, RequestsThatMissSomethingAreRefused) {
     LoadRequest request(bitmap, 8);
     EXPECT_EQ(load(0, &request), -13);
     EXPECT_EQ(load(stream.size(), nullptr), -13);
-    KernelFreeBitmap(&bitmap.record);
+    KernelFreeBitmap(&bitmap);
     EXPECT_EQ(load(stream.size(), &request), -13);
     request.nFlags = 0; // to be created
     ASSERT_EQ(load(stream.size(), &request), 1);
-    EXPECT_EQ(bitmap.record.nWidth, 90);
+    EXPECT_EQ(bitmap.nWidth, 90);
     request.info.nFormat = 0;
     EXPECT_EQ(load(stream.size(), &request), -16);
     MEMORYLOADREQUEST none{};
@@ -114,7 +124,7 @@ TEST(J2kHostile, ABlockOfTheCallerThatIsTooSmallStaysItsOwn) {
     source.Paint(8);
     _FILEJ2KOPTIONS options = DefaultOptions();
     MEMORYSAVEREQUEST request{};
-    request.pBitmap = &source.record;
+    request.pBitmap = &source;
     request.nFormat = kFileFormatJ2k;
     request.nBitsPerPixel = 8;
     request.pOptions = &options;
