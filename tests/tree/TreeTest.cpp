@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <random>
-#include <vector>
 
 #include "MDicomTree.h"
 #include "support/TreeModel.h"
@@ -24,33 +23,6 @@ TEST(Tree, EmptyTreeHasNothing) {
     EXPECT_EQ(tree.Insert(nullptr, 8, TREE_LAST_SIBLING), nullptr);
     EXPECT_EQ(tree.Insert(nullptr, 40, TREE_NEXT), nullptr);
     EXPECT_EQ(tree.Insert(nullptr, 40, 6), nullptr);
-}
-
-TEST(Tree, PositionsPlaceNodes) {
-    MDicomTree tree;
-    _DICOMLINK *b = tree.Insert(nullptr, 40, TREE_LAST_SIBLING);
-    _DICOMLINK *d = tree.Insert(b, 40, TREE_NEXT);
-    _DICOMLINK *a = tree.Insert(d, 40, TREE_FIRST_SIBLING);
-    _DICOMLINK *c = tree.Insert(d, 40, TREE_PREVIOUS);
-    _DICOMLINK *e = tree.Insert(a, 40, TREE_LAST_SIBLING);
-    const std::vector<_DICOMLINK *> order = {a, b, c, d, e};
-    for (uint32_t i = 0; i < order.size(); ++i) EXPECT_EQ(tree.FindIndex(nullptr, 1, i), order[i]);
-    EXPECT_EQ(tree.FindIndex(nullptr, 1, 5), nullptr);
-    _DICOMLINK *c2 = tree.Insert(c, 40, TREE_LAST_CHILD);
-    _DICOMLINK *c1 = tree.Insert(c, 40, TREE_FIRST_CHILD);
-    EXPECT_EQ(tree.GetNext(c, 0), c1);
-    EXPECT_EQ(tree.GetNext(c, 1), d);
-    EXPECT_EQ(tree.GetNext(c2, 0), d);
-    EXPECT_EQ(tree.GetPrev(d, 0), c2);
-    EXPECT_EQ(tree.GetPrev(c1, 0), c);
-    EXPECT_EQ(tree.GetRoot(c2), c);
-    EXPECT_EQ(tree.GetCount(c2, 1), 2u);
-    EXPECT_EQ(tree.GetCount(nullptr, 0), 7u);
-    tree.Delete(c1);
-    tree.Delete(c2);
-    EXPECT_EQ(c->pFirstChild, nullptr);
-    EXPECT_EQ(c->pLastChild, nullptr);
-    DeleteAll(tree);
 }
 
 using Model = support::TreeModel<_DICOMLINK>;
