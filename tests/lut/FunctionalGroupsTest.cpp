@@ -159,32 +159,4 @@ TEST(FunctionalGroups, RealEnhancedFilesHaveAWindowForEveryFrame) {
     if (seen == 0) GTEST_SKIP() << "no such files here";
 }
 
-TEST(RealLuts, TablesOfRealFilesAreRead) {
-    int seen = 0;
-    for (const auto &path : support::RealFiles()) {
-        MDicomDS ds(nullptr);
-        if (ds.LoadDS(path.wstring().c_str(), 0) != 0) continue;
-        SCOPED_TRACE(path.string());
-        std::vector<uint16_t> data(65536);
-        if (RescaleText(ds) == "table") {
-            ++seen;
-            EXPECT_EQ(ds.GetModalityLUTData(data.data(), 65536, 0), 0);
-        }
-        uint32_t count = 0;
-        ds.GetVOILUTCount(&count);
-        for (uint32_t i = 0; i < count; ++i) {
-            ++seen;
-            EXPECT_EQ(ds.GetVOILUTData(i, data.data(), 65536, 0), 0);
-        }
-        tagDICOMPALCOLORLUTATTRIBS palette;
-        if (ds.GetPaletteColorLUTAttributes(&palette, sizeof palette, 0) != 0) continue;
-        ++seen;
-        for (uint32_t type = 0; type < 3; ++type) {
-            const uint16_t status = ds.GetPaletteColorLUTData(data.data(), 65536, type, 0);
-            EXPECT_TRUE(status == 0 || palette.bIsSegmented) << status;
-        }
-    }
-    if (seen == 0) GTEST_SKIP() << "no such files here";
-}
-
 } // namespace
