@@ -33,10 +33,10 @@ size_t BareEncode(opj_image_t *image) {
 /** Noise in the low bits, as pictures of the body have it. */
 void AddNoise(Bitmap &bitmap) {
     std::mt19937 random(1);
-    const int32_t step = bitmap.record.nBitsPerPixel == 16 ? 2 : 1;
-    const int32_t bytes = bitmap.record.nWidth * bitmap.record.nBitsPerPixel / 8;
-    for (int32_t y = 0; y < bitmap.record.nHeight; ++y) {
-        uint8_t *row = KernelLendBitmapRow(&bitmap.record, y);
+    const int32_t step = bitmap.nBitsPerPixel == 16 ? 2 : 1;
+    const int32_t bytes = bitmap.nWidth * bitmap.nBitsPerPixel / 8;
+    for (int32_t y = 0; y < bitmap.nHeight; ++y) {
+        uint8_t *row = KernelLendBitmapRow(&bitmap, y);
         for (int32_t i = 0; i < bytes; i += step) row[i] ^= random() & 7;
     }
 }
@@ -66,7 +66,7 @@ void Print(const char *way, const Form &form, const bench::Work &ours, const ben
 
 void Measure(const Form &form) {
     Bitmap source(form.size, form.size, form.depth);
-    if (form.depth == 16) source.record.nHighBit = 11;
+    if (form.depth == 16) source.nHighBit = 11;
     source.Paint(form.depth == 16 ? 12 : 8);
     AddNoise(source);
     _FILEJ2KOPTIONS options = DefaultOptions();
