@@ -136,48 +136,4 @@ TEST(J2kHostile, ABlockOfTheCallerThatIsTooSmallStaysItsOwn) {
     EXPECT_EQ(data, block);
 }
 
-/** Counts down to the operation that fails; 0 when it has. */
-int countdown = 0;
-int Fail(int) {
-    return countdown > 0 && --countdown == 0;
-}
-
-/** Runs work with its n-th allocation or file operation failing; false when it had fewer. */
-template <typename Work>
-bool FailsAt(int n, Work work) {
-    countdown = n;
-    KernelSetFaultHook(Fail);
-    work();
-    KernelSetFaultHook(nullptr);
-    return countdown == 0;
-}
-
-TEST(J2kHostile, FaultsOfTheSystemEndInACode) {
-    Bitmap source(90, 70, 12);
-    source.Paint(12);
-    const Bytes stream = Encode(source, 0, DefaultOptions());
-    const _FILEJ2KOPTIONS options = DefaultOptions();
-    int32_t loaded = 0;
-    int32_t saved = 0;
-    Bytes again;
-    int n = 0;
-    while (FailsAt(++n, [&] {
-        Bitmap target(90, 70, 12);
-        loaded = Decode(stream, target, 12);
-        EXPECT_TRUE(loaded == 1 || loaded < 0) << n;
-    })) {
-        ASSERT_LT(n, 100);
-    }
-    EXPECT_EQ(loaded, 1);
-    EXPECT_GT(n, 4) << "nothing could fail";
-    n = 0;
-    while (FailsAt(++n, [&] {
-        again = Encode(source, 0, options, &saved);
-        EXPECT_EQ(saved < 0, again.empty()) << n;
-    })) {
-        ASSERT_LT(n, 100);
-    }
-    EXPECT_EQ(again, stream);
-}
-
 } // namespace
