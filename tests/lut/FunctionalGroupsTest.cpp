@@ -34,7 +34,7 @@ TEST(FunctionalGroups, TopLevelAttributesKeepThemOutUnlessTheClassHasThem) {
     EXPECT_EQ(DataSetAccess::CanAdd(ds), 0);
     EXPECT_EQ(Set(ds, 0, 5, DICOM_SETIMAGE_VOI_SHARED), 0);
     EXPECT_EQ(Items(ds, kShared), 0u);
-    EXPECT_EQ(Stored(ds, 0x00281050), "5.");
+    EXPECT_EQ(StoredText(ds, 0x00281050), "5.");
     PutText(ds, 0x00020002, kEnhancedCt);
     EXPECT_EQ(DataSetAccess::CanAdd(ds), 1);
     EXPECT_EQ(Set(ds, 0, 6, DICOM_SETIMAGE_VOI_SHARED), 0);
@@ -56,7 +56,7 @@ TEST(FunctionalGroups, FlagsChooseTheGroupOfNewAttributes) {
     ASSERT_EQ(Set(ds, 1, 42, DICOM_SETIMAGE_VOI_SHARED), 0);
     EXPECT_EQ(Items(ds, kShared), 0u);
     EXPECT_EQ(WindowText(ds, 1), "42/10");
-    EXPECT_EQ(Stored(ds, 0x00281050), "41.") << "the first";
+    EXPECT_EQ(StoredText(ds, 0x00281050), "41.") << "the first";
 }
 
 TEST(FunctionalGroups, SharedAttributesChangeOnlyWhenAllowed) {

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "MDicom.h"
+#include "support/TestFiles.h"
 
 /** Operations that are not at the interface. */
 struct mdicom::DataSetAccess {
@@ -53,6 +54,7 @@ struct mdicom::DataSetAccess {
 };
 
 using mdicom::DataSetAccess;
+using support::StoredText;
 
 inline void Put(MDicomDS &ds, uint32_t tag, const std::vector<double> &numbers,
                 _DICOMELEMENT *level = nullptr) {
@@ -76,15 +78,6 @@ inline _DICOMELEMENT *PutBytes(MDicomDS &ds, uint32_t tag, std::vector<uint8_t> 
     element = ds.InsertElement(level, 0, tag, code, 0, 0);
     ds.SetBinaryValue(element, bytes.data(), static_cast<uint32_t>(bytes.size()));
     return element;
-}
-
-inline std::string Stored(MDicomDS &ds, uint32_t tag) {
-    _DICOMELEMENT *element = ds.FindFirstElement(nullptr, tag, 0);
-    if (element == nullptr) return "absent";
-    std::string bytes(element->nLength, '\0');
-    if (!bytes.empty()) ds.GetBinaryValue(element, bytes.data(), element->nLength);
-    while (!bytes.empty() && bytes.back() == ' ') bytes.pop_back();
-    return bytes;
 }
 
 template <typename Record>

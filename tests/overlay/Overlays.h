@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "MDicom.h"
-#include "support/Bitmaps.h"
+#include "support/Images.h"
 
 struct mdicom::DataSetAccess {
     static uint16_t Load(MDicomDS &ds, _BITMAPHANDLE *bitmap) {
@@ -26,6 +26,7 @@ struct mdicom::DataSetAccess {
 };
 
 using mdicom::DataSetAccess;
+using support::SetNumber;
 using Pixels = std::vector<bool>; ///< in row order, frame after frame
 
 inline _OVERLAYATTRIBUTES OverlayOf(uint16_t rows, uint16_t columns, uint32_t frames = 1) {
@@ -92,8 +93,4 @@ inline void SetData(MDicomDS &ds, Bytes value, const char *vr = "OW", uint32_t t
     const auto code = static_cast<uint16_t>(vr[0] << 8 | vr[1]);
     _DICOMELEMENT *element = ds.InsertElement(nullptr, 0, tag, code, 0, 0);
     ds.SetBinaryValue(element, value.data(), static_cast<uint32_t>(value.size()));
-}
-
-inline void SetNumber(MDicomDS &ds, uint32_t tag, uint32_t number) {
-    ds.FindSetValue(nullptr, tag, &number, 1, VALUE_ARRAY_DWORD);
 }

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "MDicom.h"
-#include "Mvkrnx.h"
+#include "support/Bitmaps.h"
 #include "support/TestFiles.h"
 
 namespace support {
@@ -115,11 +115,7 @@ inline Picture Load(MDicomDS &ds, uint32_t frame, int32_t depth = 0) {
                                  DICOM_GETIMAGE_FULL_RANGE_YBR, nullptr, nullptr);
     if (picture.status != DICOM_SUCCESS) return picture;
     picture.depth = bitmap.nBitsPerPixel;
-    const auto bytes = static_cast<size_t>((bitmap.nWidth * bitmap.nBitsPerPixel + 7) / 8);
-    for (int32_t row = 0; row < bitmap.nHeight; ++row) {
-        const uint8_t *data = KernelLendBitmapRow(&bitmap, row);
-        picture.rows.insert(picture.rows.end(), data, data + bytes);
-    }
+    picture.rows = RowsOf(bitmap);
     KernelFreeBitmap(&bitmap);
     return picture;
 }
