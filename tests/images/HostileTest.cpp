@@ -167,6 +167,16 @@ TEST(RleCodec, GivesBackWhatItPackedAndHoldsItsLimit) {
         Bytes expanded(plane.size());
         ASSERT_EQ(mdicom::ExpandRle(packed, expanded), plane.size());
         ASSERT_EQ(expanded, plane);
+        // By pieces, each of which ends behind what was wanted.
+        mdicom::RleExpander expander(packed);
+        const size_t wanted = 1 + random() % 300;
+        Bytes piece(wanted + mdicom::kRleSurplus);
+        for (size_t made = wanted, at = 0; made >= wanted; at += made) {
+            made = expander.Expand(piece.data(), wanted, piece.size());
+            ASSERT_LE(at + made, plane.size());
+            ASSERT_TRUE(std::equal(piece.data(), piece.data() + made, plane.data() + at));
+            ASSERT_TRUE(made >= wanted || at + made == plane.size());
+        }
     }
     const Bytes constant(1000, 7);
     Bytes expanded(1000);
