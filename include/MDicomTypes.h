@@ -370,11 +370,12 @@ typedef struct tagDICOMPALCOLORLUTATTRIBS {
     uint32_t bIsSegmented;               ///< nonzero: segmented tables
 } tagDICOMPALCOLORLUTATTRIBS;
 
-/** Hears of each finished row of an image that is being loaded (GetImage). */
+/** Hears of each finished row of an image that is being loaded (GetImage). A result other than 1
+ *  ends the operation and becomes its status, or 1 where its low 16 bits would be none. */
 typedef KERNEL_ROW_CALLBACK MDICOM_LOAD_CALLBACK;
 
 /** Hears of each row of an image that is being stored, and may change it (InsertImage). A result
- *  other than 1 ends the operation and becomes its status. */
+ *  other than 1 ends the operation, as for MDICOM_LOAD_CALLBACK. */
 typedef int32_t (*MDICOM_SAVE_CALLBACK)(_BITMAPHANDLE *pBitmap, uint8_t *pRow, uint32_t nRow,
                                         uint32_t nReserved, void *pUserData);
 

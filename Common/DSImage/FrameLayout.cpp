@@ -151,7 +151,10 @@ RowMaker::MakeRow RowMaker::ChooseGray(const _IMAGEINFO &image) {
     if (image.nBitsPerPixel == 12 && m_Layout.rowBits == 0) return &RowMaker::PackRow;
     const bool isRow = m_Layout.rowBits != 0 || m_Layout.pixelStride == m_Layout.sampleBytes;
     if (!isRow) return &RowMaker::PickSamples;
-    return PaddedRow(m_RowBytes) == m_Layout.rowStride ? nullptr : &RowMaker::CopyRow;
+    // Behind the rows there may be planes that no bitmap has room for.
+    const bool areRows = PaddedRow(m_RowBytes) == m_Layout.rowStride &&
+                         m_Layout.bytes == uint64_t{m_Layout.rowStride} * image.nRows;
+    return areRows ? nullptr : &RowMaker::CopyRow;
 }
 
 RowMaker::MakeRow RowMaker::ChoosePalette(const _IMAGEINFO &image) {
@@ -205,7 +208,11 @@ void RowMaker::SetRange(uint32_t low, uint32_t high) {
 }
 
 void RowMaker::Make(const uint8_t *samples, uint8_t *row) const {
-    if (m_Make != nullptr) (this->*m_Make)(samples, row);
+    if (m_Make != nullptr) {
+        (this->*m_Make)(samples, row);
+    } else if (samples != row) {
+        CopyRow(samples, row);
+    }
     if (m_Ybr) ConvertYbrRow(row, m_Columns, *m_Ybr);
 }
 

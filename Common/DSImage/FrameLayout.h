@@ -55,7 +55,7 @@ class RowMaker {
     void SetRange(uint32_t low, uint32_t high);
     void SetYbr(YbrRange range) { m_Ybr = range; }
 
-    /** True if the samples are the row already; Make then works in place. */
+    /** True if the samples are the row already; Make then works in place, too. */
     bool IsIdentity() const { return m_Make == nullptr; }
     /** True if Make would leave samples in place as they are. */
     bool LeavesRows() const { return IsIdentity() && !m_Ybr; }

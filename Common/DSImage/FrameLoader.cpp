@@ -11,6 +11,7 @@
 #include "Common/DS/ElementNode.h"
 #include "Common/DSImage/Compression.h"
 #include "Common/DSImage/PaletteColors.h"
+#include "Common/DSImage/RowCallback.h"
 #include "Common/DSValue/ValueStore.h"
 #include "Common/System/ImageProcessing.h"
 #include "MDicomDS.h"
@@ -305,10 +306,11 @@ void FrameLoader::PrepareMaker(RowMaker &maker, const uint8_t *frame) {
 }
 
 Status FrameLoader::ConvertRows(const RowMaker &maker, const uint8_t *frame) {
-    if (m_Request.callback == nullptr && maker.LeavesRows()) return DICOM_SUCCESS;
+    uint8_t *row = KernelLendBitmapRow(m_Bitmap.Get(), 0);
+    const bool areReady = frame == row && maker.LeavesRows();
+    if (m_Request.callback == nullptr && areReady) return DICOM_SUCCESS;
     _FILEINFO file{};
     if (m_Request.callback != nullptr) DescribeFile(file);
-    uint8_t *row = KernelLendBitmapRow(m_Bitmap.Get(), 0);
     for (uint32_t i = 0; i < m_Info.nRows; ++i) {
         if (frame != row) maker.ClearPadding(row);
         maker.Make(frame + i * m_Layout.rowStride, row);
@@ -325,9 +327,9 @@ Status FrameLoader::DeliverRow(_FILEINFO &info, int32_t row) {
     uint32_t flags = KERNEL_ROW;
     if (row == 0) flags |= KERNEL_ROW_FIRST;
     if (row + 1 == m_Bitmap->nHeight) flags |= KERNEL_ROW_LAST;
-    return StatusOfKernel(m_Request.callback(&info, m_Bitmap.Get(),
-                                             KernelLendBitmapRow(m_Bitmap.Get(), row), flags, row,
-                                             1, m_Request.userData));
+    return StatusOfCallback(m_Request.callback(&info, m_Bitmap.Get(),
+                                               KernelLendBitmapRow(m_Bitmap.Get(), row), flags, row,
+                                               1, m_Request.userData));
 }
 
 void FrameLoader::DescribeFile(_FILEINFO &info) const {

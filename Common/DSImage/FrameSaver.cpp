@@ -19,6 +19,7 @@
 #include "Common/DSImage/JpegPhotometric.h"
 #include "Common/DSImage/PackedPixels.h"
 #include "Common/DSImage/PaletteColors.h"
+#include "Common/DSImage/RowCallback.h"
 #include "Common/DSValue/ValueAccess.h"
 #include "Common/DSValue/ValueStore.h"
 #include "Common/Overlay/Overlay.h"
@@ -376,7 +377,8 @@ Status FrameSaver::ConvertRow(uint8_t *row, int32_t number) {
     if (m_Request.callback != nullptr) {
         const int32_t result = m_Request.callback(
             m_Picture.Get(), row, static_cast<uint32_t>(number), 0, m_Request.userData);
-        if (result != KERNEL_SUCCESS) return static_cast<Status>(result);
+        const Status status = StatusOfCallback(result);
+        if (status != DICOM_SUCCESS) return status;
     }
     ShiftSamples(row);
     // Codecs of JPEG take pixels with blue first, all else is stored with red first.

@@ -383,6 +383,7 @@ struct Heard {
     std::vector<uint32_t> flags;
     _FILEINFO info;
     int32_t stopAt = -1;
+    int32_t answer = -100;
 };
 
 int32_t Hear(_FILEINFO *info, _BITMAPHANDLE *, uint8_t *row, uint32_t flags, int32_t number,
@@ -391,7 +392,7 @@ int32_t Hear(_FILEINFO *info, _BITMAPHANDLE *, uint8_t *row, uint32_t flags, int
     heard.flags.push_back(flags);
     heard.info = *info;
     row[0] = static_cast<uint8_t>(row[0] + 100 * rows);
-    return number == heard.stopAt ? -100 : 1;
+    return number == heard.stopAt ? heard.answer : 1;
 }
 
 TEST(GetImage, TellsOfItsRowsAndStopsWhenTold) {
@@ -416,6 +417,35 @@ TEST(GetImage, TellsOfItsRowsAndStopsWhenTold) {
               static_cast<uint16_t>(-100));
     EXPECT_EQ(heard.flags.size(), 2u);
     EXPECT_EQ(bitmap.nWidth, 0);
+    for (const auto &[answer, status] : {std::pair{-1, 0xFFFF}, {0, int{DICOM_ERROR_FAILURE}}}) {
+        heard.answer = answer;
+        EXPECT_EQ(
+            image.ds.GetImage(nullptr, &bitmap, sizeof(_BITMAPHANDLE), 0, 0, 0, 0, Hear, &heard),
+            status);
+    }
+}
+
+TEST(GetImage, TakesTheFirstOfSeveralPlanesOfGray) {
+    for (const uint32_t columns : {4, 5}) {
+        const Bytes first(2 * columns, 9);
+        const Bytes other(2 * columns, 1);
+        for (const char *syntax : {kExplicit, kRle}) {
+            Image image(2, columns, 8);
+            image.Set(0x00280002, {2});
+            image.Set(0x00280006, {1});
+            image.Syntax(syntax);
+            if (syntax == kRle) {
+                image.Fragments({"", TextOf(RleOf({first, other}))});
+            } else {
+                Bytes planes = first;
+                planes.insert(planes.end(), other.begin(), other.end());
+                PutValue(image, planes);
+            }
+            TestBitmap bitmap;
+            ASSERT_EQ(Get(image.ds, bitmap), 0);
+            EXPECT_EQ(RowsOf(bitmap), first);
+        }
+    }
 }
 
 TEST(GetImage, AppliesLutsAndOverlaysUnlessPixelsStayIntact) {

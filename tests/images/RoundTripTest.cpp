@@ -142,6 +142,9 @@ TEST(RoundTrip, RowsMayBeChangedOrRefusedOnTheirWay) {
     stopAt = 1;
     EXPECT_EQ(ds.InsertImage(nullptr, &bitmap, 0, kRleClass, 1, 0, 0, 0, AddOne, &stopAt),
               static_cast<uint16_t>(-100));
+    constexpr auto kStop = [](_BITMAPHANDLE *, uint8_t *, uint32_t, uint32_t, void *) { return 0; };
+    EXPECT_EQ(ds.InsertImage(nullptr, &bitmap, 0, kRleClass, 1, 0, 0, 0, kStop, nullptr),
+              DICOM_ERROR_FAILURE);
     EXPECT_EQ(ds.GetCountImage(nullptr), 1u);
 }
 
