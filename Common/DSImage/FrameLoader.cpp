@@ -91,7 +91,8 @@ Status FrameLoader::Load() {
     if (status != DICOM_SUCCESS) return status;
     status = MakePicture();
     if (status == DICOM_ERROR_JPEG_COLOR && m_Info.nBitsPerPixel == 8) {
-        BecomeColor();
+        KernelFreeBitmap(m_Bitmap.Get());
+        BecomeColor(m_Info);
         status = MakePicture();
     }
     return status == DICOM_SUCCESS ? Finish() : status;
@@ -107,7 +108,7 @@ Status FrameLoader::Describe() {
         const Status located = m_DataSet.LocateFrame(m_PixelData, &m_Info, m_Request.frame);
         if (located != DICOM_SUCCESS) return located;
     }
-    if (IsJ2k(m_Info.nCompression) && m_Info.nSamplesPerPixel == 3) TakeBytes();
+    if (IsJ2k(m_Info.nCompression) && m_Info.nSamplesPerPixel == 3) TakeBytes(m_Info);
     const Status checked = CheckDescription();
     if (checked != DICOM_SUCCESS) return checked;
     return IsHollow(m_DataSet, m_Info) ? DICOM_ERROR_IMAGE : DICOM_SUCCESS;
@@ -155,23 +156,26 @@ Status FrameLoader::CheckDescription() const {
 }
 
 /** The decoder gives the high 8 bits of samples. */
-void FrameLoader::TakeBytes() {
-    m_Info.nBitsAllocated = m_Info.nBitsStored = 8;
-    m_Info.nHighBit = 7;
+void FrameLoader::TakeBytes(_IMAGEINFO &image) {
+    image.nBitsAllocated = image.nBitsStored = 8;
+    image.nHighBit = 7;
 }
 
-/** A colour stream under attributes of gray: the stream is believed. */
-void FrameLoader::BecomeColor() {
-    KernelFreeBitmap(m_Bitmap.Get());
-    m_Info.nBitsPerPixel = 24;
-    m_Info.nSamplesPerPixel = 3;
-    m_Info.nOrder = KERNEL_ORDER_BGR;
-    m_Info.bGray = 0;
-    // Its markers tell what the components are; the rows hold what the decoder makes of them.
-    m_Info.nPhotometric = PHOTOMETRIC_YBR_RCT;
-    TakeBytes();
-    m_Info.nPixelRepresentation = 0;
-    m_Info.nFrameSize = BytewiseFrameSize(m_Info).value_or(0xFFFFFFFF);
+void FrameLoader::BecomeColor(_IMAGEINFO &image) {
+    const bool isNamed = image.nPhotometric == PHOTOMETRIC_YBR_FULL ||
+                         image.nPhotometric == PHOTOMETRIC_YBR_FULL_422 ||
+                         image.nPhotometric == PHOTOMETRIC_RGB;
+    // Else its markers tell what the components are, and samples are what the decoder makes of
+    // them.
+    if (!isNamed) image.nPhotometric = PHOTOMETRIC_YBR_RCT;
+    image.nBitsPerPixel = 24;
+    image.nSamplesPerPixel = 3;
+    image.nOrder = KERNEL_ORDER_BGR;
+    image.bGray = 0;
+    image.nPlanarConfiguration = 0;
+    TakeBytes(image);
+    image.nPixelRepresentation = 0;
+    image.nFrameSize = BytewiseFrameSize(image).value_or(0xFFFFFFFF);
 }
 
 /** The frame's samples as rows of a new bitmap. */

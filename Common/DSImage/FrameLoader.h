@@ -43,6 +43,9 @@ class FrameLoader {
     /** True for a large located frame of which almost nothing is there: its attributes alone would
      *  decide over gigabytes. Codecs other than native and RLE tell from their streams. */
     static bool IsHollow(MDicomDS &dataSet, _IMAGEINFO &image);
+    /** Describes a JPEG frame of colour under attributes of gray of 8 bits: the stream is believed.
+     */
+    static void BecomeColor(_IMAGEINFO &image);
     /** True if decoding a located frame writes every byte of its layout, or fails. */
     static bool FillsLayout(const _IMAGEINFO &image, const FrameLayout &layout);
 
@@ -55,10 +58,9 @@ class FrameLoader {
     Status Decode(uint8_t *target, uint64_t room);
     static Status DecodeJ2k(MDicomDS &dataSet, _IMAGEINFO &image, const FrameLayout &layout,
                             std::span<uint8_t> target);
-    void TakeBytes();
+    static void TakeBytes(_IMAGEINFO &image);
     Status ConvertRows(const RowMaker &maker, const uint8_t *frame);
     Status DeliverRow(_FILEINFO &info, int32_t row);
-    void BecomeColor();
     void PrepareMaker(RowMaker &maker, const uint8_t *frame);
     bool NeedsYbr() const;
     bool HasUnreliableExtremes() const;

@@ -108,7 +108,7 @@ Status FrameTranscoder::Decode(uint32_t frame) {
     if (m_Frame.pFrameElement->nLength == 0) return DICOM_ERROR_IMAGE;
     status = DecodeSamples();
     if (status == DICOM_ERROR_JPEG_COLOR && m_Frame.nBitsAllocated == 8) {
-        BecomeColor();
+        FrameLoader::BecomeColor(m_Frame);
         status = DecodeSamples();
     }
     if (status != DICOM_SUCCESS) return status;
@@ -141,14 +141,6 @@ Status FrameTranscoder::DecodeSamples() {
         return DICOM_ERROR_PARAMETER;
     }
     return FrameLoader::DecodeFrame(m_DataSet, m_Frame, *layout, {target, layout->bytes});
-}
-
-/** A colour stream under attributes of gray: the stream is believed. */
-void FrameTranscoder::BecomeColor() {
-    m_Frame.nSamplesPerPixel = 3;
-    m_Frame.nPhotometric = PHOTOMETRIC_RGB;
-    m_Frame.bGray = 0;
-    m_Frame.nPlanarConfiguration = 0;
 }
 
 /** Gives packed samples of 12 bits words. */

@@ -65,7 +65,6 @@ class FrameTranscoder {
     Status TranscodeFrames();
     Status Decode(uint32_t frame);
     Status DecodeSamples();
-    void BecomeColor();
     Status Unpack();
     Status ReduceSamples();
     Status Encode();

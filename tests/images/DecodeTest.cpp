@@ -482,24 +482,69 @@ Bytes FrameBytes(MDicomDS &ds) {
     return bytes;
 }
 
-TEST(GetImage, BelievesAColorStreamUnderAttributesOfGray) {
+/** Calls the components 1, 2 and 3, and takes away what else tells of colours. */
+Bytes WithoutColors(Bytes stream) {
+    for (size_t at = 2; stream[at + 1] != 0xDA;) {
+        const uint8_t marker = stream[at + 1];
+        const size_t size = 2 + stream[at + 2] * 256u + stream[at + 3];
+        const auto begin = stream.begin() + static_cast<std::ptrdiff_t>(at);
+        if (marker >> 4 == 0xE) {
+            stream.erase(begin, begin + static_cast<std::ptrdiff_t>(size));
+            continue;
+        }
+        at += size;
+        const size_t scan = at + 5; // where the next marker is the scan
+        for (uint8_t i = 0; i < 3; ++i) {
+            if (marker >= 0xC0 && marker <= 0xC3) begin[10 + 3 * i] = i + 1;
+            if (stream[at + 1] == 0xDA) stream[scan + 2 * i] = i + 1;
+        }
+    }
+    return stream;
+}
+
+TEST(GetImage, BelievesAColorStreamUnderOtherAttributes) {
     for (const uint32_t compression : {kJpegLossy, kJpegLossless}) {
-        MDicomDS source(nullptr);
-        const auto bitmap = MakeBitmap(30, 20, {24, 8});
-        ASSERT_EQ(source.InsertImage(nullptr, bitmap.get(), 0, compression, PHOTOMETRIC_RGB, 0, 2,
-                                     0, nullptr, nullptr),
-                  0);
-        for (const char *photometric : {"MONOCHROME1", "MONOCHROME2"}) {
-            Image image(20, 30, 8);
-            image.Photometric(photometric);
-            image.Syntax(kJpeg);
-            image.Fragments({"", TextOf(FrameBytes(source))});
-            TestBitmap decoded;
-            ASSERT_EQ(Get(image.ds, decoded), 0);
-            EXPECT_EQ(decoded.nBitsPerPixel, 24);
+        for (const uint32_t flags : {0, int{DICOM_SETIMAGE_CODEC_FLAG}}) {
+            MDicomDS source(nullptr);
+            const auto bitmap = MakeBitmap(30, 20, {24, 8});
+            ASSERT_EQ(source.InsertImage(nullptr, bitmap.get(), 0, compression, PHOTOMETRIC_RGB, 0,
+                                         2, flags, nullptr, nullptr),
+                      0);
             TestBitmap direct;
             ASSERT_EQ(Get(source, direct), 0);
-            EXPECT_EQ(RowsOf(decoded), RowsOf(direct));
+            for (const char *photometric :
+                 {"MONOCHROME1", "MONOCHROME2", "YBR_FULL", "PALETTE COLOR"}) {
+                const bool isGray = *photometric == 'M';
+                const bool isPalette = *photometric == 'P';
+                // Without loss the components are indices.
+                if (isPalette && compression == kJpegLossless) continue;
+                Image image(20, 30, 8);
+                image.Photometric(photometric);
+                image.Syntax(kJpeg);
+                if (isPalette) {
+                    image.Set(0x00280002, {3});
+                    for (const uint32_t colour : {0, 1, 2}) {
+                        image.Set(0x00281101 + colour, {300, 0, 16});
+                        image.Set(0x00281201 + colour, std::vector<uint32_t>(300, 7));
+                    }
+                }
+                const Bytes stream = FrameBytes(source);
+                image.Fragments({"", TextOf(isPalette ? stream : WithoutColors(stream))});
+                constexpr uint32_t kFull = DICOM_GETIMAGE_FULL_RANGE_YBR;
+                TestBitmap decoded;
+                ASSERT_EQ(Get(image.ds, decoded, 0, 0, kFull), 0);
+                EXPECT_EQ(decoded.nBitsPerPixel, 24);
+                const bool isGuess = isGray && compression == kJpegLossy && flags != 0;
+                const bool isYbr =
+                    !isGray && !isPalette && (compression != kJpegLossy || flags != 0);
+                EXPECT_TRUE(isGuess || isYbr || RowsOf(decoded) == RowsOf(direct)) << photometric;
+                if (isPalette) continue;
+                // Both find the same colours.
+                ASSERT_EQ(image.ds.ChangeTransferSyntax(L"1.2.840.10008.1.2.1", 0, 0), 0);
+                TestBitmap changed;
+                ASSERT_EQ(Get(image.ds, changed, 0, 0, kFull), 0);
+                EXPECT_EQ(RowsOf(changed), RowsOf(decoded)) << photometric;
+            }
         }
     }
 }
