@@ -46,7 +46,9 @@ uint16_t MDicomDS::GetFrameBinaryData(_DICOMELEMENT *pElement, uint32_t nIndex, 
         *pSize = static_cast<uint32_t>(bytes);
         return DICOM_SUCCESS;
     }
-    const bool mayBeCut = info.nCompression == IMAGE_COMPRESSION_NONE && !HasPackedPixels(info);
+    const bool isFragment = info.pFrameElement->nTag == TAG_ITEM;
+    const bool mayBeCut =
+        !isFragment && info.nCompression == IMAGE_COMPRESSION_NONE && !HasPackedPixels(info);
     const uint64_t rest = uint64_t{info.pFrameElement->nLength} - info.nFrameOffset;
     const uint64_t there = mayBeCut ? std::min(bytes, rest) : bytes;
     *pSize = static_cast<uint32_t>(std::min<uint64_t>(*pSize, there));
@@ -90,7 +92,8 @@ uint16_t MDicomDS::DeleteImage(_DICOMELEMENT *pElement, uint32_t nIndex, uint32_
             if (element == nullptr) break;
             const uint32_t frames = CountFrames(*this, element);
             const uint32_t count = std::min(left, frames - frame);
-            DeleteFrames(element, frame, count);
+            // What is still to go would not stand where it would then be looked for.
+            if (DeleteFrames(element, frame, count) != DICOM_SUCCESS) break;
             left -= count;
             if (count == frames && pElement != nullptr) break;
         }
@@ -232,8 +235,8 @@ int32_t MDicomDS::InsertUncompressedFrame(_DICOMELEMENT *pElement, void *pData, 
     const uint64_t rowBytes = (rowBits + 7) / 8;
     const uint64_t stride = (rowBits + 31) / 32 * 4;
     const bool isTight = nSize == info.nFrameSize;
-    if (!isTight && nSize != stride * info.nRows) return 0;
-    return Guarded(0, [&]() -> int32_t {
+    const int32_t done = Guarded(0, [&]() -> int32_t {
+        if (!isTight && nSize != stride * info.nRows) return 0;
         std::vector<uint8_t> frame(static_cast<uint8_t *>(pData),
                                    static_cast<uint8_t *>(pData) + nSize);
         for (uint64_t row = 1; !isTight && row < info.nRows; ++row) {
@@ -243,6 +246,8 @@ int32_t MDicomDS::InsertUncompressedFrame(_DICOMELEMENT *pElement, void *pData, 
         return InsertNativeFrame(pElement, &info, frame.data(), static_cast<uint32_t>(frame.size()),
                                  nIndex);
     });
+    if (!done && isUndefined) pElement->nLength = kUndefinedLength;
+    return done;
 }
 
 /** Inserts the bytes of a frame. Throws std::bad_alloc. */

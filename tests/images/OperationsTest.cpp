@@ -6,6 +6,8 @@
 
 #include "Common/DSImage/UncompressedFrames.h"
 #include "Frames.h"
+#include "support/FailingKernel.h"
+#include "support/Images.h"
 #include "support/TestFiles.h"
 
 namespace {
@@ -236,9 +238,12 @@ TEST(FrameOperations, DeletedFramesGoWithAllTheirFragments) {
     uint32_t size = 0;
     ASSERT_EQ(image.ds.GetFrameBinaryData(image.pixels, 1, nullptr, &size), 0);
     EXPECT_EQ(size, frame.size());
-    std::string bytes(size, '\0');
-    ASSERT_EQ(image.ds.GetFrameBinaryData(image.pixels, 1, bytes.data(), &size), 0);
-    EXPECT_EQ(bytes, frame);
+    for (const char *syntax : {kExplicit, kRle}) {
+        std::string bytes(size, '\0');
+        image.Syntax(syntax);
+        ASSERT_EQ(image.ds.GetFrameBinaryData(image.pixels, 1, bytes.data(), &size), 0);
+        EXPECT_EQ(bytes, frame);
+    }
     TestBitmap bitmap;
     ASSERT_EQ(Get(image.ds, bitmap, 1), 0);
     EXPECT_EQ(RowsOf(bitmap), (Bytes{1, 2, 3}));
@@ -247,6 +252,31 @@ TEST(FrameOperations, DeletedFramesGoWithAllTheirFragments) {
     EXPECT_EQ(image.ds.GetCountImage(nullptr), 2u);
     EXPECT_EQ(image.ds.GetChildElement(image.pixels, 1)->nLength, 0u);
     EXPECT_EQ(support::StoredText(image.ds, 0x00280008), "2");
+}
+
+TEST(FrameOperations, AFailedDeletionTakesNoOtherFrames) {
+    bool isReached = true;
+    for (int place = 0; isReached; ++place) {
+        SCOPED_TRACE(place);
+        MDicomDS ds(nullptr);
+        support::MakeImage(ds, {"", "MONOCHROME2", 1, 1, 1, 0, 0, 0, 2});
+        _DICOMELEMENT *icons = ds.InsertElement(nullptr, 0, 0x00880200, 0, 1, 0);
+        _DICOMELEMENT *item = ds.InsertElement(icons, 1, TAG_ITEM, 0, 1, 0);
+        _DICOMELEMENT *icon = ds.InsertElement(item, 1, TAG_PIXEL_DATA, 'O' << 8 | 'B', 0, 0);
+        const auto bitmap = MakeBitmap(3, 3, {1, 1});
+        for (int i = 0; i < 3; ++i) {
+            ds.InsertImage(icon, bitmap.get(), 0, kNone, kGray, 1, 0, 0, nullptr, nullptr);
+        }
+        {
+            const support::FailingKernel fault(place, support::FailingKernel::ThereAlone);
+            EXPECT_EQ(ds.DeleteImage(nullptr, 1, 3), 0); // two of the icon, one of the image
+            isReached = fault.HasFailed();
+        }
+        const uint32_t ofIcon = ds.GetCountImage(icon);
+        const uint32_t ofImage = ds.GetCountImage(nullptr) - ofIcon;
+        EXPECT_TRUE(ofIcon == 1 || (isReached && ofIcon == 3)) << ofIcon;
+        EXPECT_TRUE(ofImage == 2 ? isReached : ofImage == 1 && ofIcon == 1) << ofImage;
+    }
 }
 
 TEST(FrameOperations, FrameBytesAreThoseStored) {
