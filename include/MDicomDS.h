@@ -523,8 +523,8 @@ class MDICOM_API MDicomDS {
      *         encoder, 9 bad argument, 10 the encoder refused, or frames that are not stored as the
      *         transfer syntax says, 11 compression that does not go with the depth or has no
      *         encoder, 12 lossy palette, 13 bitmap not convertible, 214 null bitmap, 215 and 232 no
-     *         library; of later frames also as GetInfoImage; or what the callback said. The frames
-     *         are as they were after a failure.
+     *         library; of later frames also as GetInfoImage; or what the callback said. The data
+     *         set is as it was after a failure.
      */
     uint16_t InsertImage(_DICOMELEMENT *pElement, _BITMAPHANDLE *pBitmap, uint32_t nIndex,
                          uint32_t nCompression, int32_t nPhotometric, int32_t nBitsPerPixel,
@@ -800,7 +800,8 @@ class MDICOM_API MDicomDS {
                        uint32_t nCompression, int32_t nPhotometric, int32_t nBitsPerPixel,
                        int32_t nQuality, uint32_t nFlags, MDICOM_SAVE_CALLBACK pfnCallback,
                        void *pUserData);
-    uint16_t EmptyImage(_DICOMELEMENT **ppElement, uint32_t nFlags);
+    template <typename Store>
+    uint16_t ReplaceImage(_DICOMELEMENT *pElement, uint32_t nFlags, Store store);
     uint16_t SetVOIlUT(uint32_t nIndex, _DICOMELEMENT *pElement, _BITMAPHANDLE *pBitmap,
                        uint32_t nFlags);
     uint16_t EncodeNONE(uint8_t **ppData, _BITMAPHANDLE *pBitmap, uint32_t *pSize);

@@ -204,11 +204,14 @@ uint16_t MDicomDS::RefreshImage(_DICOMELEMENT *pElement) {
         uint64_t place = 0;
         _IMAGEINFO frame;
         uint32_t count = 0;
-        if (DescribeImage(pElement, &frame, 0) != DICOM_SUCCESS) return DICOM_SUCCESS;
+        const uint16_t described = DescribeImage(pElement, &frame, 0);
+        if (described == DICOM_ERROR_MEMORY) return described;
+        if (described != DICOM_SUCCESS) return DICOM_SUCCESS;
         for (_DICOMELEMENT *item = NextOf(table); item != nullptr; item = NextOf(item)) {
             frame.pFrameElement = nullptr;
-            const bool isStart = LocateFrame(pElement, &frame, count) == DICOM_SUCCESS &&
-                                 frame.pFrameElement == item;
+            const uint16_t located = LocateFrame(pElement, &frame, count);
+            if (located == DICOM_ERROR_MEMORY) return located;
+            const bool isStart = located == DICOM_SUCCESS && frame.pFrameElement == item;
             if (isStart && place > 0xFFFFFFFF) return DICOM_SUCCESS;
             if (isStart) offsets.push_back(static_cast<uint32_t>(place));
             if (isStart) ++count;

@@ -5,6 +5,7 @@
 #include <new>
 
 #include "Common/DS/ElementNode.h"
+#include "Common/DSImage/ImageTags.h"
 #include "Common/Utils/CheckedMath.h"
 #include "Common/Utils/Vr.h"
 #include "MDicomDS.h"
@@ -39,17 +40,18 @@ uint32_t PlaceOfItem(const _DICOMELEMENT *item) {
 
 bool PrepareOffsetTable(MDicomDS &dataSet, _DICOMELEMENT *pixelData,
                         const _DICOMELEMENT *firstFrame) {
-    constexpr uint32_t kExtendedOffsets = 0x7FE00001;
-    constexpr uint32_t kExtendedLengths = 0x7FE00002;
+    _DICOMELEMENT *table = FirstChildOf(pixelData);
+    uint8_t nothing = 0;
+    bool done = true;
+    if (table == nullptr || table == firstFrame) { // some writers leave it out
+        done = dataSet.InsertElement(pixelData, 1, TAG_ITEM, vr::OB, 0, 0) != nullptr;
+    } else if (table->nLength > 0) {
+        done = dataSet.SetBinaryValue(table, &nothing, 0) != 0;
+    }
+    if (!done) return false;
     DeleteBeside(dataSet, pixelData, kExtendedOffsets);
     DeleteBeside(dataSet, pixelData, kExtendedLengths);
-    _DICOMELEMENT *table = FirstChildOf(pixelData);
-    // Some writers leave the table out.
-    if (table == nullptr || table == firstFrame) {
-        return dataSet.InsertElement(pixelData, 1, TAG_ITEM, vr::OB, 0, 0) != nullptr;
-    }
-    uint8_t nothing = 0;
-    return table->nLength == 0 || dataSet.SetBinaryValue(table, &nothing, 0) != 0;
+    return true;
 }
 
 } // namespace mdicom

@@ -15,6 +15,12 @@ inline bool IsEncapsulated(const _DICOMELEMENT *pixelData) {
     return pixelData->nLength == kUndefinedLength;
 }
 
+/** True for Pixel Data below the top level: windows, LUTs, overlays and functional groups are those
+ *  of the image. */
+inline bool IsNested(const _DICOMELEMENT *pixelData) {
+    return pixelData != nullptr && ParentOf(pixelData) != nullptr;
+}
+
 /** Frames of an element, or of all Pixel Data for null. Throws std::bad_alloc where memory is too
  *  short to count them, which is not the same as none. */
 uint32_t CountFrames(MDicomDS &dataSet, _DICOMELEMENT *pixelData);
@@ -27,7 +33,8 @@ uint32_t PlaceOfItem(const _DICOMELEMENT *item);
 
 /**
  * Makes the offset table ready for a change of the frames: there is one, it is empty, and so are
- * the tables of long offsets beside the element. False if it could not be made.
+ * the tables of long offsets beside the element. False if it could not be made; then nothing has
+ * changed.
  * @param firstFrame first fragment of the first frame; null without frames
  */
 bool PrepareOffsetTable(MDicomDS &dataSet, _DICOMELEMENT *pixelData,

@@ -22,6 +22,7 @@
 #include "Common/DSImage/RowCallback.h"
 #include "Common/DSValue/ValueAccess.h"
 #include "Common/DSValue/ValueStore.h"
+#include "Common/LUT/FunctionalGroups.h"
 #include "Common/Overlay/Overlay.h"
 #include "Common/Utils/ByteOrder.h"
 #include "Common/Utils/Vr.h"
@@ -56,6 +57,10 @@ constexpr uint32_t kChangingTags[] = {
     kRescaleType,
     kLossyImageCompression,
     kPageNumberVector,
+    kExtendedOffsets,
+    kExtendedLengths,
+    kTimeSlices[0],
+    kTimeSlices[1],
     kPaletteDescriptors[0],
     kPaletteDescriptors[1],
     kPaletteDescriptors[2],
@@ -83,16 +88,33 @@ void ExchangeRedAndBlue(uint8_t *row, size_t pixels) {
     for (size_t i = 0; i < pixels; ++i, row += 3) std::swap(row[0], row[2]);
 }
 
+void KeepBeside(KeptElements &old, _DICOMELEMENT *parent) {
+    old.Keep(nullptr, kTagTransferSyntax);
+    for (const uint32_t tag : kChangingTags) old.Keep(parent, tag);
+}
+
+void KeepLutSequences(KeptElements &old) {
+    old.Keep(nullptr, kModalityLutSequence);
+    old.Keep(nullptr, kVoiLutSequence);
+}
+
 } // namespace
+
+void KeepImage(KeptElements &old, _DICOMELEMENT *parent) {
+    KeepBeside(old, parent);
+    if (parent != nullptr) return; // an icon has neither LUTs nor overlays
+    KeepLutSequences(old);
+    KeepOverlays(old);
+}
 
 FrameSaver::FrameSaver(MDicomDS &dataSet, const SaveRequest &request)
     : m_DataSet(dataSet),
       m_Request(request),
       m_PixelData(request.pixelData),
       m_Compression(request.compression),
-      m_Old(dataSet, dataSet.m_pIndex),
-      m_OldLength(m_PixelData != nullptr ? m_PixelData->nLength : 0),
-      m_OldVr(m_PixelData != nullptr ? m_PixelData->nVR : uint16_t{0}) {}
+      m_Old(dataSet, dataSet.m_pIndex) {
+    if (IsNested(m_PixelData)) m_Request.flags &= ~uint32_t{DICOM_SETIMAGE_AUTO_VOI_LUT};
+}
 
 FrameSaver::~FrameSaver() {
     KernelFree(m_Data, 0, nullptr);
@@ -120,7 +142,7 @@ Status FrameSaver::Save() {
     for (const auto step : kSteps) {
         const Status status = Guarded<Status>(DICOM_ERROR_MEMORY, [&] { return (this->*step)(); });
         if (status != DICOM_SUCCESS) {
-            Undo();
+            m_Old.Restore();
             return status;
         }
     }
@@ -131,10 +153,22 @@ Status FrameSaver::Save() {
 }
 
 Status FrameSaver::KeepAttributes() {
-    m_Old.Keep(nullptr, kTagTransferSyntax);
-    for (const uint32_t tag : kChangingTags) m_Old.Keep(m_PixelData, tag);
     const bool isFirst = m_PixelData == nullptr || CountFrames(m_DataSet, m_PixelData) == 0;
-    if (isFirst || (m_Request.flags & DICOM_SETIMAGE_OVERLAYS) != 0) KeepOverlays(m_Old);
+    const bool automatic = (m_Request.flags & DICOM_SETIMAGE_AUTO_VOI_LUT) != 0;
+    const bool overlays = (m_Request.flags & DICOM_SETIMAGE_OVERLAYS) != 0;
+    _DICOMELEMENT *parent = IsNested(m_PixelData) ? ParentOf(m_PixelData) : nullptr;
+    if (isFirst) {
+        KeepImage(m_Old, parent);
+        m_Old.Keep(parent, TAG_PIXEL_DATA);
+    } else {
+        KeepBeside(m_Old, parent);
+        if (automatic) KeepLutSequences(m_Old);
+        if (overlays) KeepOverlays(m_Old);
+    }
+    if (parent == nullptr && (isFirst || automatic)) {
+        KeepPlace(m_Old, m_DataSet, kVoiMacro, m_Request.index);
+        KeepPlace(m_Old, m_DataSet, kModalityMacro, m_Request.index);
+    }
     return DICOM_SUCCESS;
 }
 
@@ -201,7 +235,6 @@ Status FrameSaver::SettleElement() {
     if (m_PixelData == nullptr) {
         const uint16_t vr = IsCompressed() ? vr::OB : vr::OW;
         m_PixelData = m_DataSet.InsertElement(nullptr, 0, TAG_PIXEL_DATA, vr, IsCompressed(), 0);
-        m_IsNewElement = m_PixelData != nullptr;
         m_Request.index = 0;
     }
     if (m_PixelData == nullptr) return DICOM_ERROR_MEMORY;
@@ -441,12 +474,27 @@ void FrameSaver::BecomeNative() {
     m_PixelData->nLength = 0;
 }
 
+/** An item for the frame, behind an offset table that holds no offsets any more. */
 Status FrameSaver::StoreFragment() {
-    _DICOMELEMENT *fragment = MakeRoomForFragment();
+    const _DICOMELEMENT *first = FindFrame(0);
+    const _DICOMELEMENT *before = FindFrame(m_Request.index);
+    const _DICOMELEMENT *table = FirstChildOf(m_PixelData);
+    const bool hasTable = table != nullptr && table != first;
+    const uint32_t place = before != nullptr ? PlaceOfItem(before) : 0xFFFFFFFF;
+    m_PixelData->nLength = kUndefinedLength;
+    _DICOMELEMENT *fragment = m_DataSet.InsertElement(m_PixelData, 1, TAG_ITEM, vr::OB, 0, place);
     if (fragment == nullptr) return DICOM_ERROR_MEMORY;
     const bool stored = m_DataSet.SetFileBinaryValue(fragment, m_Data, 0, m_Size) != 0;
-    const Status status = stored ? WriteFrameCount() : Status{DICOM_ERROR_WRITE};
-    if (status != DICOM_SUCCESS) m_DataSet.DeleteElement(fragment);
+    Status status = stored ? WriteFrameCount() : Status{DICOM_ERROR_WRITE};
+    first = hasTable ? nullptr : FirstChildOf(m_PixelData);
+    if (status == DICOM_SUCCESS && !PrepareOffsetTable(m_DataSet, m_PixelData, first)) {
+        status = DICOM_ERROR_MEMORY;
+    }
+    if (status == DICOM_SUCCESS) {
+        m_PixelData->nVR = vr::OB;
+    } else {
+        m_DataSet.DeleteElement(fragment);
+    }
     return status;
 }
 
@@ -458,16 +506,6 @@ _DICOMELEMENT *FrameSaver::FindFrame(uint32_t frame) {
     const Status status = m_DataSet.LocateFrame(m_PixelData, &info, frame);
     if (status == DICOM_ERROR_MEMORY) throw std::bad_alloc();
     return info.pFrameElement;
-}
-
-/** An item for the frame, behind an offset table that holds no offsets any more. */
-_DICOMELEMENT *FrameSaver::MakeRoomForFragment() {
-    m_PixelData->nVR = vr::OB;
-    m_PixelData->nLength = kUndefinedLength;
-    const _DICOMELEMENT *before = FindFrame(m_Request.index);
-    if (!PrepareOffsetTable(m_DataSet, m_PixelData, FindFrame(0))) return nullptr;
-    const uint32_t place = before != nullptr ? PlaceOfItem(before) : 0xFFFFFFFF;
-    return m_DataSet.InsertElement(m_PixelData, 1, TAG_ITEM, vr::OB, 0, place);
 }
 
 Status FrameSaver::StoreNative() {
@@ -541,18 +579,6 @@ Status FrameSaver::WritePhotometric() {
         m_DataSet.FindSetValue(m_PixelData, kPhotometricInterpretation, text.data(),
                                static_cast<uint32_t>(text.size()), VALUE_ARRAY_BYTE) != nullptr;
     return done ? DICOM_SUCCESS : DICOM_ERROR_WRITE;
-}
-
-void FrameSaver::Undo() {
-    m_Old.Restore();
-    if (m_IsNewElement) {
-        m_DataSet.DeleteElement(m_PixelData);
-    } else if (m_PixelData != nullptr) {
-        const bool wasNative = m_OldLength != kUndefinedLength;
-        if (wasNative && m_PixelData->nLength == kUndefinedLength) BecomeNative();
-        if (!wasNative) m_PixelData->nLength = kUndefinedLength;
-        m_PixelData->nVR = m_OldVr;
-    }
 }
 
 } // namespace mdicom

@@ -26,8 +26,12 @@ struct SaveRequest {
     void *userData;
 };
 
-/** A saver serves one frame. A failure leaves the frames of the data set and the attributes beside
- *  them as they were. Its functions throw std::bad_alloc. */
+/** Keeps what storing a first frame may change besides the frame and its functional groups.
+ *  @param parent of the Pixel Data element; null for that of the top level */
+void KeepImage(KeptElements &old, _DICOMELEMENT *parent);
+
+/** A saver serves one frame. A failure leaves the data set as it was. Its functions throw
+ *  std::bad_alloc. */
 class FrameSaver {
   public:
     FrameSaver(MDicomDS &dataSet, const SaveRequest &request);
@@ -64,11 +68,9 @@ class FrameSaver {
     Status StoreNative();
     Status StorePacked();
     _DICOMELEMENT *FindFrame(uint32_t frame);
-    _DICOMELEMENT *MakeRoomForFragment();
     Status WriteFrameAttributes();
     Status WritePhotometric();
     Status WriteFrameCount();
-    void Undo();
 
     bool IsCompressed() const;
     bool IsIntact() const;
@@ -84,12 +86,7 @@ class FrameSaver {
     bool m_IsInverted = false;
     uint8_t *m_Data = nullptr; ///< of the encoder, in a block of KernelAlloc
     uint32_t m_Size = 0;
-
-    bool m_IsNewElement = false;
-    // What a failure has to bring back.
-    KeptElements m_Old;
-    uint32_t m_OldLength; ///< of Pixel Data
-    uint16_t m_OldVr;
+    KeptElements m_Old; ///< what a failure has to bring back
 };
 
 } // namespace mdicom

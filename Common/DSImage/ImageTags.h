@@ -33,5 +33,9 @@ constexpr uint32_t kPaletteSegments[] = {0x00281221, 0x00281222, 0x00281223};
 constexpr uint32_t kLossyImageCompression = 0x00282110;
 constexpr uint32_t kLossyRatio = 0x00282112;
 constexpr uint32_t kLossyMethod = 0x00282114;
+constexpr uint32_t kModalityLutSequence = 0x00283000;
+constexpr uint32_t kVoiLutSequence = 0x00283010;
+constexpr uint32_t kExtendedOffsets = 0x7FE00001;
+constexpr uint32_t kExtendedLengths = 0x7FE00002;
 
 } // namespace mdicom

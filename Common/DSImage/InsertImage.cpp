@@ -1,6 +1,8 @@
 // Bitmaps as frames.
 
 #include <algorithm>
+#include <new>
+#include <vector>
 
 #include "Common/DS/ElementExchange.h"
 #include "Common/DS/ElementNode.h"
@@ -20,38 +22,69 @@ namespace {
 
 constexpr uint32_t kPastAllFrames = 0xFFFFFFFF;
 
-/** Frames of a Pixel Data element that are out of the way, in an element of their own. Unless they
- *  are let go they come back. */
-class FramesAside {
+/** An image that other frames take the place of: its frames, in elements of their own, and copies
+ *  of all else that they may change. Unless it is let go it comes back. */
+class ReplacedImage {
   public:
-    FramesAside(MDicomDS &dataSet, ElementIndex *index) : m_DataSet(dataSet), m_Index(index) {}
-    ~FramesAside() {
-        if (m_Holder == nullptr) return;
-        if (m_PixelData != nullptr) ExchangeContents(m_PixelData, m_Holder, m_Index);
-        m_DataSet.DeleteElement(m_Holder);
+    ReplacedImage(MDicomDS &dataSet, ElementIndex *index)
+        : m_DataSet(dataSet), m_Index(index), m_Old(dataSet, index) {}
+    ~ReplacedImage() {
+        for (const Frames &each : m_Frames) {
+            if (!m_IsGone) ExchangeContents(each.pixelData, each.holder, m_Index);
+            m_DataSet.DeleteElement(each.holder);
+        }
+        if (!m_IsGone) m_Old.Restore();
     }
-    FramesAside(const FramesAside &) = delete;
-    FramesAside &operator=(const FramesAside &) = delete;
+    ReplacedImage(const ReplacedImage &) = delete;
+    ReplacedImage &operator=(const ReplacedImage &) = delete;
 
-    /** Leaves the element without a value; false when memory is short. */
-    bool Take(_DICOMELEMENT *pixelData) {
+    /// These throw std::bad_alloc.
+    ///@{
+    /** Keeps the attributes of Pixel Data; null stands for one that is still to come. */
+    void Keep(const _DICOMELEMENT *pixelData) {
+        _DICOMELEMENT *parent = pixelData != nullptr ? ParentOf(pixelData) : nullptr;
+        if (pixelData == nullptr) m_Old.Keep(nullptr, TAG_PIXEL_DATA);
+        KeepImage(m_Old, parent);
+        if (parent != nullptr) return;
+        m_Old.Keep(nullptr, kSharedGroups);
+        m_Old.Keep(nullptr, kPerFrameGroups);
+    }
+    /** Leaves an element without a value. */
+    void TakeFrames(_DICOMELEMENT *pixelData) {
         uint32_t tag = 0x7FE11000; // private, and of no other element
         while (m_DataSet.FindFirstElement(nullptr, tag, 1) != nullptr) ++tag;
-        m_Holder = m_DataSet.InsertElement(nullptr, 0, tag, pixelData->nVR, 0, kPastAllFrames);
-        if (m_Holder == nullptr) return false;
-        ExchangeContents(pixelData, m_Holder, m_Index);
-        pixelData->nVR = m_Holder->nVR;
-        m_PixelData = pixelData;
-        return true;
+        m_Frames.reserve(m_Frames.size() + 1);
+        _DICOMELEMENT *holder =
+            m_DataSet.InsertElement(nullptr, 0, tag, pixelData->nVR, 0, kPastAllFrames);
+        if (holder == nullptr) throw std::bad_alloc();
+        m_Frames.push_back({pixelData, holder});
+        ExchangeContents(pixelData, holder, m_Index);
+        pixelData->nVR = holder->nVR;
     }
-    void LetGo() { m_PixelData = nullptr; }
+    ///@}
+    void LetGo() { m_IsGone = true; }
 
   private:
+    struct Frames {
+        _DICOMELEMENT *pixelData;
+        _DICOMELEMENT *holder;
+    };
+
     MDicomDS &m_DataSet;
     ElementIndex *m_Index;
-    _DICOMELEMENT *m_PixelData = nullptr;
-    _DICOMELEMENT *m_Holder = nullptr;
+    KeptElements m_Old;
+    std::vector<Frames> m_Frames;
+    bool m_IsGone = false;
 };
+
+std::vector<_DICOMELEMENT *> AllPixelData(MDicomDS &dataSet) {
+    std::vector<_DICOMELEMENT *> all;
+    for (_DICOMELEMENT *each = dataSet.FindFirstElement(nullptr, TAG_PIXEL_DATA, 0);
+         each != nullptr; each = dataSet.FindNextElement(each, 0)) {
+        all.push_back(each);
+    }
+    return all;
+}
 
 } // namespace
 
@@ -68,21 +101,28 @@ uint16_t MDicomDS::InsertImage(_DICOMELEMENT *pElement, _BITMAPHANDLE *pBitmap, 
     const uint16_t prepared = Guarded<uint16_t>(DICOM_ERROR_MEMORY, [&]() -> uint16_t {
         if (pElement == nullptr) pElement = FindInsertionPoint(&nIndex);
         if (pElement != nullptr) nIndex = std::min(nIndex, CountFrames(*this, pElement));
-        return isIntact ? snapshot.Take(*this, nullptr) : Status{DICOM_SUCCESS};
+        return isIntact ? snapshot.Take(*this, pElement) : Status{DICOM_SUCCESS};
     });
     if (prepared == DICOM_ERROR_MEMORY) return prepared;
-    _DICOMELEMENT *groups = FindFirstElement(nullptr, kPerFrameGroups, 1);
+    const _DICOMELEMENT *groups =
+        IsNested(pElement) ? nullptr : FindFirstElement(nullptr, kPerFrameGroups, 1);
     const uint32_t items = GetItemCount(groups);
-    InsertItemPerFrameMultiFrameFunctionalGroup(nIndex);
+    uint16_t status = DICOM_SUCCESS;
+    if (groups != nullptr) status = InsertItemPerFrameMultiFrameFunctionalGroup(nIndex);
     const CodecFlag codecFlag(m_pExtra, (nFlags & DICOM_SETIMAGE_CODEC_FLAG) != 0);
-    const uint16_t status = SaveImage(pElement, pBitmap, nIndex, nCompression, nPhotometric,
-                                      nBitsPerPixel, nQuality, nFlags, pfnCallback, pUserData);
-    if (status != DICOM_SUCCESS && GetItemCount(groups) > items) {
-        DeleteItemPerFrameMultiFrameFunctionalGroup(nIndex, nIndex);
+    if (status == DICOM_SUCCESS) {
+        status = SaveImage(pElement, pBitmap, nIndex, nCompression, nPhotometric, nBitsPerPixel,
+                           nQuality, nFlags, pfnCallback, pUserData);
+    }
+    if (status != DICOM_SUCCESS) {
+        if (GetItemCount(groups) > items) {
+            DeleteItemPerFrameMultiFrameFunctionalGroup(std::min(nIndex, items), nIndex);
+        }
+        return status;
     }
     if (pElement == nullptr) pElement = FindFirstElement(nullptr, TAG_PIXEL_DATA, 1);
     if (isIntact && pElement != nullptr) snapshot.Restore(*this, pElement);
-    return status;
+    return DICOM_SUCCESS;
 }
 
 /** The Pixel Data element that a frame is inserted in: the one that holds it, else the last one,
@@ -109,51 +149,42 @@ uint16_t MDicomDS::SetImage(_DICOMELEMENT *pElement, _BITMAPHANDLE *pBitmap, uin
                             int32_t nPhotometric, int32_t nBitsPerPixel, int32_t nQuality,
                             uint32_t nFlags, MDICOM_SAVE_CALLBACK pfnCallback, void *pUserData) {
     if (pBitmap == nullptr) return DICOM_ERROR_NULL_POINTER;
+    if (!CheckElement(pElement)) return DICOM_ERROR_PARAMETER;
     const FrameSaver saver(*this, {pElement, pBitmap, 0, nCompression, nPhotometric, nBitsPerPixel,
                                    nQuality, nFlags, pfnCallback, pUserData});
-    uint16_t status = saver.CheckRequest();
-    if (status == DICOM_SUCCESS && !CheckElement(pElement)) status = DICOM_ERROR_PARAMETER;
+    const uint16_t status = saver.CheckRequest();
     if (status != DICOM_SUCCESS) return status;
-    FramesAside old(*this, m_pIndex);
-    _DICOMELEMENT *taken =
-        pElement != nullptr ? pElement : FindLastElement(nullptr, TAG_PIXEL_DATA, 0);
-    if (taken != nullptr && taken->nTag != TAG_PIXEL_DATA) return DICOM_ERROR_PARAMETER;
-    if (taken != nullptr && !old.Take(taken)) return DICOM_ERROR_MEMORY;
-    status = EmptyImage(&pElement, nFlags);
-    if (status == DICOM_SUCCESS) {
-        status = InsertImage(pElement, pBitmap, 0, nCompression, nPhotometric, nBitsPerPixel,
-                             nQuality, nFlags, pfnCallback, pUserData);
-    }
-    if (status == DICOM_SUCCESS) old.LetGo();
-    return status;
+    return ReplaceImage(pElement, nFlags, [&](_DICOMELEMENT *emptied) {
+        return InsertImage(emptied, pBitmap, 0, nCompression, nPhotometric, nBitsPerPixel, nQuality,
+                           nFlags, pfnCallback, pUserData);
+    });
 }
 
-/** Takes all frames out of an element. For null all Pixel Data but the last is deleted, which is
- *  then the element. */
-uint16_t MDicomDS::EmptyImage(_DICOMELEMENT **ppElement, uint32_t nFlags) {
-    if (HaveTwoPlaces(nFlags) || !CheckElement(*ppElement)) return DICOM_ERROR_PARAMETER;
-    if (*ppElement == nullptr) {
-        *ppElement = FindLastElement(nullptr, TAG_PIXEL_DATA, 0);
-        for (_DICOMELEMENT *other = FindFirstElement(nullptr, TAG_PIXEL_DATA, 0);
-             other != nullptr && other != *ppElement;
-             other = FindFirstElement(nullptr, TAG_PIXEL_DATA, 0)) {
-            DeleteElement(other);
+/** Takes all frames out of an element and lets a function store others there; a failure brings the
+ *  old ones back. For null all Pixel Data but the last goes, which is then the element. */
+template <typename Store>
+uint16_t MDicomDS::ReplaceImage(_DICOMELEMENT *pElement, uint32_t nFlags, Store store) {
+    if (HaveTwoPlaces(nFlags) || !CheckElement(pElement)) return DICOM_ERROR_PARAMETER;
+    if (pElement != nullptr && pElement->nTag != TAG_PIXEL_DATA) return DICOM_ERROR_PARAMETER;
+    return Guarded<uint16_t>(DICOM_ERROR_MEMORY, [&] {
+        std::vector<_DICOMELEMENT *> taken = {pElement};
+        if (pElement == nullptr) taken = AllPixelData(*this);
+        if (!taken.empty()) pElement = taken.back();
+        ReplacedImage old(*this, m_pIndex);
+        old.Keep(pElement);
+        for (_DICOMELEMENT *each : taken) old.TakeFrames(each);
+        if (!IsNested(pElement)) {
+            DeleteItemPerFrameMultiFrameFunctionalGroup(1, kPastAllFrames);
+            DeleteMultiFrameSequence(kVoiMacro.sequence, 0);
+            DeleteMultiFrameSequence(kModalityMacro.sequence, 0);
         }
-    }
-    _DICOMELEMENT *element = *ppElement;
-    if (element == nullptr) return DICOM_SUCCESS;
-    if (element->nTag != TAG_PIXEL_DATA) return DICOM_ERROR_PARAMETER;
-    if (element->nLength == kUndefinedLength) {
-        while (_DICOMELEMENT *child = FirstChildOf(element)) DeleteElement(child);
-        element->nLength = 0;
-    } else if (element->nLength > 0) {
-        uint8_t nothing = 0;
-        if (!SetBinaryValue(element, &nothing, 0)) return DICOM_ERROR_WRITE;
-    }
-    DeleteItemPerFrameMultiFrameFunctionalGroup(1, kPastAllFrames);
-    DeleteMultiFrameSequence(kVoiMacro.sequence, 0);
-    DeleteMultiFrameSequence(kModalityMacro.sequence, 0);
-    return DICOM_SUCCESS;
+        const uint16_t status = store(pElement);
+        if (status != DICOM_SUCCESS) return status;
+        old.LetGo();
+        if (!taken.empty()) taken.pop_back();
+        for (_DICOMELEMENT *other : taken) DeleteElement(other);
+        return status;
+    });
 }
 
 uint16_t MDicomDS::InsertImageList(_DICOMELEMENT *pElement, HBITMAPLIST__ *hList, uint32_t nIndex,
@@ -185,8 +216,8 @@ uint16_t MDicomDS::SetImageList(_DICOMELEMENT *pElement, HBITMAPLIST__ *hList,
     if (hList == nullptr || KernelListItemCount(hList, &count) != KERNEL_SUCCESS) {
         return DICOM_ERROR_IMAGE;
     }
-    const uint16_t status = EmptyImage(&pElement, nFlags);
-    if (status != DICOM_SUCCESS) return status;
-    return InsertImageList(pElement, hList, 0, nCompression, nPhotometric, nBitsPerPixel, nQuality,
-                           nFlags);
+    return ReplaceImage(pElement, nFlags, [&](_DICOMELEMENT *emptied) {
+        return InsertImageList(emptied, hList, 0, nCompression, nPhotometric, nBitsPerPixel,
+                               nQuality, nFlags);
+    });
 }

@@ -7,6 +7,7 @@
 #include <optional>
 #include <string_view>
 
+#include "Common/DSImage/FrameFragments.h"
 #include "Common/DSImage/FrameLayout.h"
 #include "Common/DSImage/ImageTags.h"
 #include "Common/DSImage/Photometric.h"
@@ -212,26 +213,18 @@ bool WriteExtremes(const Level &level, const _IMAGEINFO &info) {
            level.WritePixelValue(kLargestPixelValue, info.nLargestPixelValue, isSigned);
 }
 
-/** Where the window and the rescale of a frame stand; null for the level of the image. */
-struct LutPlaces {
-    _DICOMELEMENT *voi = nullptr;
-    _DICOMELEMENT *modality = nullptr;
-    int32_t isVoiShared = 0;
-    int32_t isModalityShared = 0;
-};
-
 /** Extremes and window of an image without a palette. What holds for all frames is left unless it
  *  may be changed. */
 bool WriteGrayLevels(MDicomDS &dataSet, _DICOMELEMENT *element, const _IMAGEINFO &info,
-                     const LutPlaces &places, bool mayUpdate) {
+                     const LutPlace &voi, const LutPlace &modality, bool mayUpdate) {
     const Level level(dataSet, element);
     if (info.nBitsPerPixel != 32) {
         const Level place(dataSet, places.voi != nullptr ? places.voi : element);
         if (!WriteExtremes(level, info)) return false;
-        if ((mayUpdate || !places.isVoiShared) && !WriteWindow(place, info)) return false;
+        if ((mayUpdate || !voi.isShared) && !WriteWindow(place, info)) return false;
     }
-    if (mayUpdate || !places.isModalityShared) {
-        const Level place(dataSet, places.modality != nullptr ? places.modality : element);
+    if (mayUpdate || !modality.isShared) {
+        const Level place(dataSet, modality.element != nullptr ? modality.element : element);
         // The place may be one of the two, so both are looked up before one goes.
         _DICOMELEMENT *found[] = {place.Find(kRescaleIntercept), place.Find(kRescaleSlope)};
         for (_DICOMELEMENT *each : found) {
@@ -267,6 +260,7 @@ uint16_t MDicomDS::SetInfoImage(_DICOMELEMENT *pElement, _IMAGEINFO *pInfo, _BIT
     if (status != DICOM_SUCCESS || !bWriteElements) return status;
     if (pInfo->nRows > 0xFFFF || pInfo->nColumns > 0xFFFF) return DICOM_ERROR_PARAMETER;
     const Level level(*this, pElement);
+    const bool isNested = IsNested(pElement);
     if (!WritePixelFormat(level, *pInfo)) return DICOM_ERROR_WRITE;
     if (pInfo->nBitsPerPixel == 1) {
         level.Delete({kSmallestPixelValue, kLargestPixelValue});
@@ -279,12 +273,15 @@ uint16_t MDicomDS::SetInfoImage(_DICOMELEMENT *pElement, _IMAGEINFO *pInfo, _BIT
     if (HasPalette(*pInfo)) {
         return WritePalette(level, *pBitmap) ? DICOM_SUCCESS : DICOM_ERROR_WRITE;
     }
-    LutPlaces places;
-    GetMultiFrameFunctionGroupLutElements(nFlags, nFrame, &places.voi, &places.isVoiShared,
-                                          &places.modality, &places.isModalityShared);
+    const LutPlace voi = isNested ? LutPlace{} : PlaceOf(*this, kVoiMacro, nFlags, nFrame);
+    const LutPlace modality =
+        isNested ? LutPlace{} : PlaceOf(*this, kModalityMacro, nFlags, nFrame);
+    for (const LutPlace &place : {voi, modality}) {
+        if (place.status != DICOM_SUCCESS) return place.status;
+    }
     const bool mayUpdate = (nFlags & DICOM_SETIMAGE_UPDATE_SHARED) != 0;
-    return WriteGrayLevels(*this, pElement, *pInfo, places, mayUpdate) ? DICOM_SUCCESS
-                                                                       : DICOM_ERROR_WRITE;
+    const bool written = WriteGrayLevels(*this, pElement, *pInfo, voi, modality, mayUpdate);
+    return written ? DICOM_SUCCESS : DICOM_ERROR_WRITE;
 }
 
 /** What the class of the data set demands for frames: single-bit captures number their pages. */

@@ -189,6 +189,23 @@ LutPlace PlaceOf(MDicomDS &dataSet, const LutMacro &macro, uint32_t flags, uint3
     return {made, false, status};
 }
 
+void KeepPlace(KeptElements &old, MDicomDS &dataSet, const LutMacro &macro, uint32_t frame) {
+    for (const uint32_t groupTag : {kSharedGroups, kPerFrameGroups}) {
+        _DICOMELEMENT *group = dataSet.FindFirstElement(nullptr, groupTag, 1);
+        _DICOMELEMENT *item = GetItem(group, groupTag == kSharedGroups ? 0 : frame);
+        if (item != nullptr) {
+            old.Keep(item, macro.sequence);
+        } else if (group != nullptr) {
+            old.KeepEnd(group);
+        } else {
+            old.Keep(nullptr, groupTag);
+        }
+    }
+    for (const uint32_t tag : macro.tags) {
+        if (tag != 0) old.Keep(nullptr, tag);
+    }
+}
+
 bool DeleteAttribute(MDicomDS &dataSet, const LutMacro &macro, uint32_t tag, uint32_t flags,
                      uint32_t frame) {
     _DICOMELEMENT *element = dataSet.FindFirstElement(nullptr, tag, 1);
@@ -261,14 +278,12 @@ uint16_t MDicomDS::InsertItemPerFrameMultiFrameFunctionalGroup(uint32_t nIndex) 
     // Both are looked for before the new item can be the first, and one item is for both.
     const bool voi = firstFrameHas(kVoiMacro.sequence, kWindowCenter);
     const bool modality = firstFrameHas(kModalityMacro.sequence, kRescaleIntercept);
-    if (voi) {
-        CreateGroupElement(*this, kPerFrameGroups, kVoiMacro.sequence, kWindowCenter, nIndex, true);
-    }
-    if (modality) {
-        CreateGroupElement(*this, kPerFrameGroups, kModalityMacro.sequence, kRescaleIntercept,
-                           nIndex, !voi);
-    }
-    return DICOM_SUCCESS;
+    const auto make = [&](const LutMacro &macro, bool insert) {
+        return CreateGroupElement(*this, kPerFrameGroups, macro.sequence, macro.tags[0], nIndex,
+                                  insert) != nullptr;
+    };
+    const bool made = (!voi || make(kVoiMacro, true)) && (!modality || make(kModalityMacro, !voi));
+    return made ? DICOM_SUCCESS : DICOM_ERROR_WRITE;
 }
 
 uint16_t MDicomDS::DeleteItemPerFrameMultiFrameFunctionalGroup(uint32_t nFirst, uint32_t nLast) {

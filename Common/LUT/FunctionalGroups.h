@@ -7,6 +7,7 @@
 #include <cstdint>
 
 #include "Common/DSImage/ImageTags.h"
+#include "Common/DSValue/KeptElements.h"
 #include "Common/Utils/Status.h"
 #include "MDicomTypes.h"
 
@@ -80,6 +81,8 @@ _DICOMELEMENT *CreateGroupElement(MDicomDS &dataSet, uint32_t groupTag, uint32_t
                                   uint32_t tag, uint32_t frame, bool insert);
 /** Finds the place of a macro's attributes for a frame, or makes one as flags say. */
 LutPlace PlaceOf(MDicomDS &dataSet, const LutMacro &macro, uint32_t flags, uint32_t frame);
+/** Keeps what PlaceOf may make, and all that can be written there. Throws std::bad_alloc. */
+void KeepPlace(KeptElements &old, MDicomDS &dataSet, const LutMacro &macro, uint32_t frame);
 
 /** Deletes an attribute: on the top level, else that of the frame. False if that one is shared and
  *  must not change. */

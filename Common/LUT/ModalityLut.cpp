@@ -14,7 +14,6 @@ using namespace mdicom;
 
 namespace {
 
-constexpr uint32_t kModalityLutSequence = 0x00283000;
 constexpr uint32_t kModalityLutType = 0x00283004;
 
 void Reset(tagDICOMMLUTATTRIBS *attributes) {
@@ -101,9 +100,7 @@ uint16_t MDicomDS::GetModalityLUTData(uint16_t *pData, uint32_t nEntries, uint32
 
 uint16_t MDicomDS::SetModalityLUT(uint32_t nFrame, const tagDICOMMLUTATTRIBS *pAttributes,
                                   uint16_t *pData, uint32_t nEntries, uint32_t nFlags) {
-    if (HaveTwoPlaces(nFlags)) {
-        return DICOM_ERROR_PARAMETER;
-    }
+    if (HaveTwoPlaces(nFlags)) return DICOM_ERROR_PARAMETER;
     if (pAttributes == nullptr) return DICOM_ERROR_NULL_POINTER;
     if (pAttributes->nStructSize != sizeof *pAttributes) return DICOM_ERROR_STRUCT_SIZE_SET;
     const uint16_t status = VerifyModalityLUT(*pAttributes);
@@ -117,45 +114,38 @@ uint16_t MDicomDS::SetModalityLUT(uint32_t nFrame, const tagDICOMMLUTATTRIBS *pA
 
 uint16_t MDicomDS::SetRescale(uint32_t nFrame, const tagDICOMMLUTATTRIBS &Attributes,
                               uint32_t nFlags) {
-    const LutPlace place = PlaceOf(*this, kModalityMacro, nFlags, nFrame);
-    if (place.status != DICOM_SUCCESS) return place.status;
-    if (!place.isShared || (nFlags & DICOM_SETIMAGE_UPDATE_SHARED) != 0) {
+    const auto keep = [&](KeptElements &old) { KeepPlace(old, *this, kModalityMacro, nFrame); };
+    const uint16_t status = ChangeWhole(*this, m_pIndex, keep, [&]() -> uint16_t {
+        const LutPlace place = PlaceOf(*this, kModalityMacro, nFlags, nFrame);
+        if (place.status != DICOM_SUCCESS) return place.status;
+        if (place.isShared && (nFlags & DICOM_SETIMAGE_UPDATE_SHARED) == 0) return DICOM_SUCCESS;
         _DICOMELEMENT *level = place.element;
-        constexpr uint32_t kTags[] = {kRescaleIntercept, kRescaleSlope, kRescaleType};
-        const uint16_t status = ChangeWhole(*this, m_pIndex, level, kTags, [&]() -> uint16_t {
-            const bool stored =
-                WriteNumbers(*this, level, kRescaleIntercept, &Attributes.fRescaleIntercept, 1) &&
-                WriteNumbers(*this, level, kRescaleSlope, &Attributes.fRescaleSlope, 1) &&
-                WriteText(*this, level, kRescaleType, Attributes.szRescaleType);
-            return stored ? DICOM_SUCCESS : DICOM_ERROR_WRITE;
-        });
-        if (status != DICOM_SUCCESS) return status;
-    }
-    DeleteTopLevel(*this, kModalityLutSequence);
-    return DICOM_SUCCESS;
+        const bool stored =
+            WriteNumbers(*this, level, kRescaleIntercept, &Attributes.fRescaleIntercept, 1) &&
+            WriteNumbers(*this, level, kRescaleSlope, &Attributes.fRescaleSlope, 1) &&
+            WriteText(*this, level, kRescaleType, Attributes.szRescaleType);
+        return stored ? DICOM_SUCCESS : DICOM_ERROR_WRITE;
+    });
+    if (status == DICOM_SUCCESS) DeleteTopLevel(*this, kModalityLutSequence);
+    return status;
 }
 
 uint16_t MDicomDS::InsertModalityLUTSequence(const tagDICOMMLUTATTRIBS *pAttributes,
                                              uint16_t *pData, uint32_t nEntries) {
-    _DICOMELEMENT *sequence = FindFirstElement(nullptr, kModalityLutSequence, 1);
-    const bool isNew = sequence == nullptr;
-    if (isNew) sequence = InsertElement(nullptr, 0, kModalityLutSequence, vr::SQ, 1, 0);
-    if (sequence == nullptr) return DICOM_ERROR_WRITE;
-    const _DICOMELEMENT *old = FirstChildOf(sequence);
-    const uint16_t status = FillModalityLUT(sequence, *pAttributes, pData, nEntries);
-    _DICOMELEMENT *item = FirstChildOf(sequence);
-    if (status != DICOM_SUCCESS) {
-        if (isNew || item != old) DeleteElement(isNew ? sequence : item);
-        return status;
-    }
-    while (_DICOMELEMENT *rest = NextOf(item)) DeleteElement(rest);
+    constexpr uint32_t kTags[] = {kModalityLutSequence};
+    const uint16_t status = ChangeWhole(*this, m_pIndex, nullptr, kTags, [&]() -> uint16_t {
+        DeleteTopLevel(*this, kModalityLutSequence);
+        _DICOMELEMENT *sequence = InsertElement(nullptr, 0, kModalityLutSequence, vr::SQ, 1, 0);
+        if (sequence == nullptr) return DICOM_ERROR_WRITE;
+        return FillModalityLUT(sequence, *pAttributes, pData, nEntries);
+    });
+    if (status != DICOM_SUCCESS) return status;
     for (const uint32_t tag : {kRescaleIntercept, kRescaleSlope, kRescaleType}) {
         DeleteTopLevel(*this, tag);
     }
     return DICOM_SUCCESS;
 }
 
-/** Makes a first item of the table. */
 uint16_t MDicomDS::FillModalityLUT(_DICOMELEMENT *pSequence, const tagDICOMMLUTATTRIBS &Attributes,
                                    uint16_t *pData, uint32_t nEntries) {
     const uint32_t bits = Attributes.LUTDescriptor.nEntryBits;
@@ -181,9 +171,7 @@ uint16_t MDicomDS::SetModalityLUTDescriptor(_DICOMELEMENT *pItem,
 }
 
 uint16_t MDicomDS::DeleteModalityLUT(uint32_t nFrame, uint32_t nFlags) {
-    if (HaveTwoPlaces(nFlags)) {
-        return DICOM_ERROR_PARAMETER;
-    }
+    if (HaveTwoPlaces(nFlags)) return DICOM_ERROR_PARAMETER;
     for (const uint32_t tag :
          {kRescaleIntercept, kRescaleSlope, kRescaleType, kModalityLutSequence}) {
         if (!DeleteAttribute(*this, kModalityMacro, tag, nFlags, nFrame)) break;

@@ -2,6 +2,8 @@
 
 #include "Common/DS/ElementNode.h"
 #include "Common/DSImage/FrameFragments.h"
+#include "Common/DSImage/ImageTags.h"
+#include "Common/DSValue/KeptElements.h"
 #include "Common/LUT/FunctionalGroups.h"
 #include "Common/LUT/LevelValues.h"
 #include "Common/LUT/LutTable.h"
@@ -11,12 +13,6 @@
 #include "MDicomDS.h"
 
 using namespace mdicom;
-
-namespace {
-
-constexpr uint32_t kVoiLutSequence = 0x00283010;
-
-} // namespace
 
 uint16_t MDicomDS::GetVOILUTCount(uint32_t *pCount) {
     if (pCount == nullptr) return DICOM_ERROR_PARAMETER;
@@ -61,22 +57,23 @@ uint16_t MDicomDS::SetVOILUT(uint32_t nIndex, const tagDICOMVOILUTATTRIBS *pAttr
                              uint16_t *pData, uint32_t nEntries, uint32_t) {
     if (pAttributes == nullptr || pData == nullptr || nEntries == 0) return DICOM_ERROR_PARAMETER;
     if (pAttributes->nStructSize != sizeof *pAttributes) return DICOM_ERROR_STRUCT_SIZE_SET;
-    _DICOMELEMENT *sequence = FindFirstElement(nullptr, kVoiLutSequence, 1);
-    const bool isNew = sequence == nullptr;
-    if (isNew) sequence = InsertElement(nullptr, 0, kVoiLutSequence, vr::SQ, 1, 0);
-    if (sequence == nullptr) return DICOM_ERROR_WRITE;
-    // In front of the one that it takes the place of, which goes when the new one is complete.
-    _DICOMELEMENT *old = GetItem(sequence, nIndex);
-    const uint32_t place = old != nullptr ? PlaceOfItem(old) : 0xFFFFFFFF;
-    _DICOMELEMENT *item = InsertElement(sequence, 1, TAG_ITEM, vr::OB, 1, place);
-    uint16_t status = DICOM_ERROR_WRITE;
-    if (item != nullptr) status = FillVOILUT(item, *pAttributes, pData, nEntries);
-    if (status == DICOM_SUCCESS) {
+    constexpr uint32_t kTags[] = {kVoiLutSequence};
+    return ChangeWhole(*this, m_pIndex, nullptr, kTags, [&]() -> uint16_t {
+        _DICOMELEMENT *sequence = FindFirstElement(nullptr, kVoiLutSequence, 1);
+        if (sequence != nullptr && sequence->nLength != kUndefinedLength) { // a value
+            DeleteElement(sequence);
+            sequence = nullptr;
+        }
+        if (sequence == nullptr)
+            sequence = InsertElement(nullptr, 0, kVoiLutSequence, vr::SQ, 1, 0);
+        if (sequence == nullptr) return DICOM_ERROR_WRITE;
+        _DICOMELEMENT *old = GetItem(sequence, nIndex);
+        const uint32_t place = old != nullptr ? PlaceOfItem(old) : 0xFFFFFFFF;
+        _DICOMELEMENT *item = InsertElement(sequence, 1, TAG_ITEM, vr::OB, 1, place);
         DeleteElement(old);
-    } else {
-        DeleteElement(isNew ? sequence : item);
-    }
-    return status;
+        if (item == nullptr) return DICOM_ERROR_WRITE;
+        return FillVOILUT(item, *pAttributes, pData, nEntries);
+    });
 }
 
 uint16_t MDicomDS::FillVOILUT(_DICOMELEMENT *pItem, const tagDICOMVOILUTATTRIBS &Attributes,

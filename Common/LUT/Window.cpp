@@ -67,18 +67,19 @@ uint16_t MDicomDS::SetWindow(uint32_t nFrame, uint32_t nIndex,
                              const tagDICOMWINDOWATTRIBS *pAttributes, uint32_t nFlags) {
     if (pAttributes == nullptr) return DICOM_ERROR_NULL_POINTER;
     if (pAttributes->nStructSize != sizeof *pAttributes) return DICOM_ERROR_STRUCT_SIZE_SET;
-    if (HaveTwoPlaces(nFlags)) {
-        return DICOM_ERROR_PARAMETER;
-    }
+    if (HaveTwoPlaces(nFlags)) return DICOM_ERROR_PARAMETER;
     if (!std::isfinite(pAttributes->fCenter) || !std::isfinite(pAttributes->fWidth)) {
         return DICOM_ERROR_PARAMETER;
     }
-    const LutPlace place = PlaceOf(*this, kVoiMacro, nFlags, nFrame);
-    if (place.status != DICOM_SUCCESS) return place.status;
-    const bool mayChange = (nFlags & DICOM_SETIMAGE_UPDATE_SHARED) != 0;
-    if (place.isShared && !mayChange) return DICOM_SUCCESS;
-    constexpr uint32_t kTags[] = {kWindowCenter, kWindowWidth, kWindowExplanation};
-    return ChangeWhole(*this, m_pIndex, place.element, kTags, [&]() -> uint16_t {
+    const auto keep = [&](KeptElements &old) {
+        KeepPlace(old, *this, kVoiMacro, nFrame);
+        old.Keep(nullptr, kWindowExplanation);
+    };
+    return ChangeWhole(*this, m_pIndex, keep, [&]() -> uint16_t {
+        const LutPlace place = PlaceOf(*this, kVoiMacro, nFlags, nFrame);
+        if (place.status != DICOM_SUCCESS) return place.status;
+        const bool mayChange = (nFlags & DICOM_SETIMAGE_UPDATE_SHARED) != 0;
+        if (place.isShared && !mayChange) return DICOM_SUCCESS;
         uint16_t status =
             UpdateWindowElement(place.element, nIndex, pAttributes->fCenter, kWindowCenter);
         if (status != DICOM_SUCCESS) return status;

@@ -149,6 +149,52 @@ std::function<unsigned(Trial &)> Insert(const Kind &kind, uint32_t compression,
     };
 }
 
+/** An image with all that goes when another one takes its place: groups, tables, overlay, icon. */
+void RichFile(const std::wstring &path) {
+    MDicomDS ds(nullptr);
+    support::MakeImage(ds, FormOf("gray12"));
+    tagDICOMWINDOWATTRIBS window{};
+    window.nStructSize = sizeof window;
+    window.fWidth = 5;
+    for (const uint32_t frame : {0, 1}) {
+        ds.SetWindow(frame, 0, &window, DICOM_SETIMAGE_VOI_PER_FRAME);
+    }
+    SetLuts(ds);
+    SetOverlay(ds);
+    _DICOMELEMENT *icons = ds.InsertElement(nullptr, 0, 0x00880200, 0, 1, 0);
+    _DICOMELEMENT *item = ds.InsertElement(icons, 1, TAG_ITEM, 0, 1, 0);
+    TestBitmap picture(4, 4, 8);
+    _DICOMELEMENT *pixels = ds.InsertElement(item, 1, TAG_PIXEL_DATA, 0x4F57, 0, 0);
+    ds.SetImage(pixels, &picture, kNone, 1, 8, 0, 0, nullptr, nullptr);
+    ds.SaveDS(path.c_str(), DS_METAHEADER_PRESENT);
+}
+
+/** Lets one or two frames take the place of those that are there. */
+std::function<unsigned(Trial &)> Replace(bool isList) {
+    return [=](Trial &run) -> unsigned {
+        constexpr uint32_t kFlags = DICOM_SETIMAGE_AUTO_VOI_LUT | DICOM_SETIMAGE_VOI_PER_FRAME |
+                                    DICOM_SETIMAGE_MODALITY_PER_FRAME;
+        auto pause = std::make_optional<support::FaultPause>();
+        std::unique_ptr<TestBitmap> bitmap;
+        HBITMAPLIST__ *list = nullptr;
+        KernelCreateBitmapList(&list);
+        for (const uint32_t number : {0, 1, 2}) {
+            bitmap = MakeBitmap(8, 8, {16, 12}, number);
+            bitmap->UseLut16({1, 2, 3, 500});
+            if (number == 2) break;
+            KernelListInsertItem(list, number, bitmap.get(), sizeof(_BITMAPHANDLE));
+            KernelInitBitmap(bitmap.get(), sizeof(_BITMAPHANDLE), 0, 0, 0); // the list's now
+        }
+        pause.reset();
+        const unsigned status = isList
+                                    ? run.ds.SetImageList(nullptr, list, kRleClass, 1, 0, 0, kFlags)
+                                    : run.ds.SetImage(nullptr, bitmap.get(), kRleClass, 1, 0, 0,
+                                                      kFlags, nullptr, nullptr);
+        KernelDestroyBitmapList(list);
+        return status;
+    };
+}
+
 std::function<unsigned(Trial &)> Change(const std::string &syntax) {
     return [=](Trial &run) -> unsigned { return run.ds.ChangeTransferSyntax(UidOf(syntax), 2, 0); };
 }
@@ -219,8 +265,6 @@ std::vector<Scenario> ImageScenarios() {
         all.push_back({std::string("decode with LUTs and overlays: ") + syntax,
                        ImageFile("gray12", syntax), Decode(8, kAll), kParts | kSilent, statuses});
     }
-    // The attributes of a frame that is not stored may stay.
-    constexpr unsigned kInserting = kParts | kGoesOn | kLoose;
     const Kind kGray{16, 12};
     const Kind kColour{24, 8};
     const Kind kPalette{8, 8, false, true};
@@ -230,13 +274,16 @@ std::vector<Scenario> ImageScenarios() {
     } kKinds[] = {{"gray", kGray}, {"colour", kColour}};
     for (const Encoding &encoding : kEncodings) {
         for (const auto &[name, kind] : kKinds) {
+            // A value that nothing describes holds no frame.
+            const bool hasValue = kind.depth == kGray.depth;
             all.push_back({std::string("insert ") + encoding.name + " " + name,
-                           [](const std::wstring &path) {
+                           [hasValue](const std::wstring &path) {
                                MDicomDS ds(nullptr);
                                support::SetText(ds, 0x00080060, "OT");
+                               if (hasValue) support::SetText(ds, TAG_PIXEL_DATA, "value");
                                ds.SaveDS(path.c_str(), DS_METAHEADER_PRESENT);
                            },
-                           Insert(kind, encoding.compression), kInserting, statuses});
+                           Insert(kind, encoding.compression), kWhole, statuses});
         }
     }
     const struct {
@@ -266,8 +313,10 @@ std::vector<Scenario> ImageScenarios() {
                          const std::function<unsigned(Trial &)> &work, unsigned traits = kWhole) {
         all.push_back({name, ImageFile(form, syntax), work, traits, statuses});
     };
-    add("insert a second RLE frame", "gray12", "RLE", Insert(kGray, kRleClass, 0), kInserting);
-    add("insert a second native frame", "palette8", "native", Insert(kPalette, kNone), kInserting);
+    add("insert a second RLE frame", "gray12", "RLE", Insert(kGray, kRleClass, 0));
+    add("insert a second native frame", "palette8", "native", Insert(kPalette, kNone));
+    all.push_back({"replace an image", RichFile, Replace(false), kWhole, statuses});
+    all.push_back({"replace an image by a list", RichFile, Replace(true), kWhole, statuses});
     add("delete a native frame", "gray12", "native", removal, kQuiet);
     add("delete an RLE frame", "gray12", "RLE", removal, kQuiet);
     add("describe frames", "rgb", "JPEG", DescribeFrames);

@@ -339,9 +339,16 @@ TEST(LutAttributes, WhatCannotBeStoredLeavesWhatIsThere) {
     auto voi = Fresh<tagDICOMVOILUTATTRIBS>();
     voi.LUTDescriptor = {0, 4, 0, 16};
     auto palette = MakePalette(4, 16);
+    for (const uint32_t tag : {0x00283000, 0x00283010}) {
+        // A value takes no items.
+        _DICOMELEMENT *element = ds.InsertElement(nullptr, 0, tag, 0x4F42, 0, 0);
+        ASSERT_NE(ds.SetBinaryValue(element, table, 8), 0);
+    }
     ASSERT_EQ(ds.SetModalityLUT(0, &modality, table, 4, 0), 0);
     ASSERT_EQ(ds.SetVOILUT(0, &voi, table, 4, 0), 0);
     ASSERT_EQ(ds.SetPaletteColorLUTAttributes(&palette, 0), 0);
+    EXPECT_EQ(ds.FindFirstElement(nullptr, 0x00283000, 1)->nLength, 0xFFFFFFFFu);
+    EXPECT_EQ(ds.FindFirstElement(nullptr, 0x00283010, 1)->nLength, 0xFFFFFFFFu);
     // No first value of unsigned pixels.
     modality.LUTDescriptor.nFirstStoredPixelValueMapped = -1;
     voi.LUTDescriptor.nFirstStoredPixelValueMapped = -1;
