@@ -121,7 +121,9 @@ uint16_t MDicomDS::DeleteFrames(_DICOMELEMENT *pElement, uint32_t nFirst, uint32
                                 ? DeleteFragments(pElement, &info, nCount)
                                 : ChangeWhole(*this, m_pIndex, pElement, kTags, deleteNative);
     if (status != DICOM_SUCCESS) return status;
+    const bool isNested = IsNested(pElement);
     if (!isFragment && left == 0) DeleteElement(pElement);
+    if (isNested) return DICOM_SUCCESS;
     DeleteItemPerFrameMultiFrameFunctionalGroup(nFirst, nFirst + nCount - 1);
     return DICOM_SUCCESS;
 }

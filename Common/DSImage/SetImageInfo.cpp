@@ -197,6 +197,13 @@ bool WritePalette(const Level &level, const _BITMAPHANDLE &bitmap) {
     return true;
 }
 
+void DeletePalette(const Level &level) {
+    level.DeleteAll(kPaletteDescriptors);
+    level.DeleteAll(kPaletteTables);
+    level.DeleteAll(kPaletteSegments);
+    level.Delete({kPaletteUid});
+}
+
 /** A window over the range of the pixels. */
 bool WriteWindow(const Level &level, const _IMAGEINFO &info) {
     const int64_t least = info.nSmallestPixelValue;
@@ -219,7 +226,7 @@ bool WriteGrayLevels(MDicomDS &dataSet, _DICOMELEMENT *element, const _IMAGEINFO
                      const LutPlace &voi, const LutPlace &modality, bool mayUpdate) {
     const Level level(dataSet, element);
     if (info.nBitsPerPixel != 32) {
-        const Level place(dataSet, places.voi != nullptr ? places.voi : element);
+        const Level place(dataSet, voi.element != nullptr ? voi.element : element);
         if (!WriteExtremes(level, info)) return false;
         if ((mayUpdate || !voi.isShared) && !WriteWindow(place, info)) return false;
     }
@@ -231,10 +238,7 @@ bool WriteGrayLevels(MDicomDS &dataSet, _DICOMELEMENT *element, const _IMAGEINFO
             if (each != nullptr) dataSet.DeleteElement(each);
         }
     }
-    level.DeleteAll(kPaletteDescriptors);
-    level.DeleteAll(kPaletteTables);
-    level.DeleteAll(kPaletteSegments);
-    level.Delete({kPaletteUid});
+    DeletePalette(level);
     return true;
 }
 
@@ -264,7 +268,8 @@ uint16_t MDicomDS::SetInfoImage(_DICOMELEMENT *pElement, _IMAGEINFO *pInfo, _BIT
     if (!WritePixelFormat(level, *pInfo)) return DICOM_ERROR_WRITE;
     if (pInfo->nBitsPerPixel == 1) {
         level.Delete({kSmallestPixelValue, kLargestPixelValue});
-        DeletePaletteColorLUT(0);
+        DeletePalette(level);
+        if (isNested) return DICOM_SUCCESS;
         DeleteWindow(nFrame, nFlags);
         DeleteVOILUT(0);
         return DeleteAllOverlays(0);

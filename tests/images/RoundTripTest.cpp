@@ -3,7 +3,9 @@
 #include <gtest/gtest.h>
 
 #include "Frames.h"
+#include "support/Images.h"
 #include "support/TestFiles.h"
+#include "support/TreeCompare.h"
 
 namespace {
 
@@ -216,6 +218,62 @@ TEST(RoundTrip, BadArgumentsHaveAStatusAndNoEffect) {
     EXPECT_EQ(full.SetImage(nullptr, &rowless, kNone, 1, 0, 0, 0, nullptr, nullptr),
               DICOM_ERROR_BITMAP);
     EXPECT_EQ(full.GetCountImage(nullptr), 1u);
+}
+
+/** All elements that are no part of the icon. */
+std::vector<std::pair<std::string, Bytes>> ImageElements(MDicomDS &ds) {
+    std::vector<std::pair<std::string, Bytes>> all;
+    for (_DICOMELEMENT *each = ds.GetFirstElement(nullptr, 0, 1); each != nullptr;
+         each = ds.GetNextElement(each, 0, 1)) {
+        if (each->nTag == 0x00020010 || ds.GetRootElement(each)->nTag == 0x00880200) continue;
+        all.emplace_back(support::Describe(each), support::ValueOf(ds, each));
+    }
+    return all;
+}
+
+TEST(RoundTrip, FramesOfAnIconLeaveTheImage) {
+    const struct {
+        Kind kind;
+        int32_t photometric;
+    } kIcons[] = {{{8, 8}, 1},
+                  {{1, 1}, 1},
+                  {{24, 8}, PHOTOMETRIC_RGB},
+                  {{8, 8, false, true}, PHOTOMETRIC_PALETTE_COLOR},
+                  {{16, 12}, 1}};
+    for (const auto &[kind, photometric] : kIcons) {
+        SCOPED_TRACE(kind.depth);
+        MDicomDS ds(nullptr);
+        support::MakeImage(ds, {"", "MONOCHROME2", 1, 16, 12, 11, 0, 0, 2});
+        tagDICOMWINDOWATTRIBS window{};
+        window.nStructSize = sizeof window;
+        for (const uint32_t frame : {0, 1}) {
+            ds.SetWindow(frame, 0, &window, DICOM_SETIMAGE_VOI_PER_FRAME);
+        }
+        for (const uint32_t tag : {0x00281052, 0x00281053, 0x60000010}) {
+            support::SetNumber(ds, tag, 7);
+        }
+        _DICOMELEMENT *icons = ds.InsertElement(nullptr, 0, 0x00880200, 0, 1, 0);
+        _DICOMELEMENT *item = ds.InsertElement(icons, 1, TAG_ITEM, 0, 1, 0);
+        _DICOMELEMENT *pixels = ds.InsertElement(item, 1, TAG_PIXEL_DATA, 0x4F57, 0, 0);
+        const auto before = ImageElements(ds);
+        const auto icon = MakeBitmap(4, 4, kind);
+        if (kind.depth == 16) icon->UseLut16({1, 2, 3, 500});
+        const auto insert = [&] {
+            return ds.InsertImage(pixels, icon.get(), 0, kNone, photometric, 0, 0,
+                                  DICOM_SETIMAGE_AUTO_VOI_LUT, nullptr, nullptr);
+        };
+        EXPECT_EQ(ds.SetImage(pixels, icon.get(), kNone, photometric, 0, 0,
+                              DICOM_SETIMAGE_AUTO_VOI_LUT, nullptr, nullptr),
+                  0);
+        EXPECT_EQ(insert(), 0);
+        EXPECT_EQ(ds.DeleteImage(pixels, 0, 1), 0);
+        ds.m_nFlags |= DS_KEEP_PIXEL_DATA_INTACT;
+        EXPECT_EQ(insert(), 0);
+        TestBitmap got;
+        ASSERT_EQ(Get(ds, got, 0, 0, 0, pixels), 0);
+        EXPECT_EQ(RowsOf(got), RowsOf(*icon));
+        EXPECT_EQ(ImageElements(ds), before);
+    }
 }
 
 TEST(RoundTrip, AFailureLeavesFramesAndAttributes) {
