@@ -314,14 +314,18 @@ uint16_t MDicomDS::SetOverlayBitmapList(uint32_t nIndex, HBITMAPLIST__ *hList, u
             status = DICOM_ERROR_PARAMETER;
         }
     }
-    if (status == DICOM_SUCCESS && count > attributes.nFramesInOverlay) {
-        const bool counted =
-            FindSetValue(nullptr, kOverlayFrames | mask, &count, 1, VALUE_ARRAY_DWORD) != nullptr;
-        if (!counted) status = DICOM_ERROR_WRITE;
-    }
-    for (uint32_t i = 0; status == DICOM_SUCCESS && i < count; ++i) {
-        KernelListGetItem(hList, i, &bitmap, sizeof bitmap);
-        status = SetOverlayBitmap(nIndex, &bitmap, i, nFlags);
-    }
-    return status;
+    if (status != DICOM_SUCCESS) return status;
+    const uint32_t framesTag = kOverlayFrames | mask;
+    return ChangeWhole(*this, m_pIndex, nullptr, {&framesTag, 1}, [&]() -> uint16_t {
+        if (count > attributes.nFramesInOverlay &&
+            FindSetValue(nullptr, framesTag, &count, 1, VALUE_ARRAY_DWORD) == nullptr) {
+            return DICOM_ERROR_WRITE;
+        }
+        for (uint32_t i = 0; i < count; ++i) {
+            KernelListGetItem(hList, i, &bitmap, sizeof bitmap);
+            const uint16_t stored = SetOverlayBitmap(nIndex, &bitmap, i, nFlags);
+            if (stored != DICOM_SUCCESS) return stored;
+        }
+        return DICOM_SUCCESS;
+    });
 }

@@ -2,7 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <optional>
+
 #include "overlay/Overlays.h"
+#include "support/FailingKernel.h"
 #include "support/TestFiles.h"
 
 namespace {
@@ -116,6 +119,17 @@ TEST(OverlayData, ListsMoveAllFrames) {
         KernelInitBitmap(&bitmap, sizeof(_BITMAPHANDLE), 0, 0, 0);
     }
     EXPECT_EQ(ds.SetOverlayBitmapList(1, list, 0), DICOM_ERROR_PARAMETER);
+    bool isReached = true;
+    for (int place = 0; isReached; ++place) {
+        MDicomDS other(nullptr);
+        SetOverlay(other, 0, OverlayOf(4, 7));
+        auto fault = std::make_optional<support::FailingKernel>(place);
+        const uint16_t status = other.SetOverlayBitmapList(0, list, 0);
+        isReached = fault->HasFailed();
+        fault.reset();
+        const bool hasCount = other.FindFirstElement(nullptr, 0x60000015, 1) != nullptr;
+        EXPECT_EQ(hasCount, status == 0) << place;
+    }
     ASSERT_EQ(ds.SetOverlayBitmapList(0, list, 0), 0);
     EXPECT_EQ(ReadFrames(ds, 3), pixels) << "the overlay has as many frames as the list";
     EXPECT_EQ(ds.GetOverlayBitmapList(0, list, 1, 3, 0), DICOM_ERROR_PARAMETER);
