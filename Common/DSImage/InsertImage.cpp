@@ -22,17 +22,17 @@ namespace {
 
 constexpr uint32_t kPastAllFrames = 0xFFFFFFFF;
 
-/** An image that other frames take the place of: its frames, in elements of their own, and copies
- *  of all else that they may change. Unless it is let go it comes back. */
+/** An image that other frames take the place of: its frames, in a sequence that is no part of the
+ *  content, and copies of all else that they may change. Unless it is let go it comes back. */
 class ReplacedImage {
   public:
     ReplacedImage(MDicomDS &dataSet, ElementIndex *index)
         : m_DataSet(dataSet), m_Index(index), m_Old(dataSet, index) {}
     ~ReplacedImage() {
         for (const Frames &each : m_Frames) {
-            if (!m_IsGone) ExchangeContents(each.pixelData, each.holder, m_Index);
-            m_DataSet.DeleteElement(each.holder);
+            if (!m_IsGone) ExchangeContents(each.pixelData, each.item, m_Index);
         }
+        m_DataSet.DeleteElement(m_Holder);
         if (!m_IsGone) m_Old.Restore();
     }
     ReplacedImage(const ReplacedImage &) = delete;
@@ -52,14 +52,15 @@ class ReplacedImage {
     /** Leaves an element without a value. */
     void TakeFrames(_DICOMELEMENT *pixelData) {
         uint32_t tag = 0x7FE11000; // private, and of no other element
-        while (m_DataSet.FindFirstElement(nullptr, tag, 1) != nullptr) ++tag;
-        m_Frames.reserve(m_Frames.size() + 1);
-        _DICOMELEMENT *holder =
-            m_DataSet.InsertElement(nullptr, 0, tag, pixelData->nVR, 0, kPastAllFrames);
-        if (holder == nullptr) throw std::bad_alloc();
-        m_Frames.push_back({pixelData, holder});
-        ExchangeContents(pixelData, holder, m_Index);
-        pixelData->nVR = holder->nVR;
+        while (m_Holder == nullptr && m_DataSet.FindFirstElement(nullptr, tag, 1) != nullptr) ++tag;
+        if (m_Holder == nullptr) m_Holder = m_DataSet.InsertElement(nullptr, 0, tag, vr::SQ, 1, 0);
+        if (m_Holder == nullptr) throw std::bad_alloc();
+        _DICOMELEMENT *item =
+            m_DataSet.InsertElement(m_Holder, 1, TAG_ITEM, pixelData->nVR, 0, kPastAllFrames);
+        if (item == nullptr) throw std::bad_alloc();
+        m_Frames.push_back({pixelData, item});
+        ExchangeContents(pixelData, item, m_Index);
+        pixelData->nVR = item->nVR;
     }
     ///@}
     void LetGo() { m_IsGone = true; }
@@ -67,12 +68,13 @@ class ReplacedImage {
   private:
     struct Frames {
         _DICOMELEMENT *pixelData;
-        _DICOMELEMENT *holder;
+        _DICOMELEMENT *item;
     };
 
     MDicomDS &m_DataSet;
     ElementIndex *m_Index;
     KeptElements m_Old;
+    _DICOMELEMENT *m_Holder = nullptr;
     std::vector<Frames> m_Frames;
     bool m_IsGone = false;
 };
