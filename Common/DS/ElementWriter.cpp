@@ -231,14 +231,14 @@ Status ElementWriter::WriteLevels() {
         Status status = out ? Status{DICOM_SUCCESS} : WriteOne(m_Levels.back(), element);
         if (status != DICOM_SUCCESS) return status;
         if (!out && node->pFirstChild != nullptr) {
-            m_Levels.push_back({element});
             node = node->pFirstChild;
             continue;
         }
         while (node != nullptr && node->pNext == nullptr) {
             node = node->pParent;
+            const bool isOpen = !m_Levels.back().hasContentSlot;
             m_Levels.pop_back();
-            if (node != nullptr) status = WriteDelimiter(AsElement(node));
+            if (node != nullptr && isOpen) status = WriteDelimiter(AsElement(node));
             if (status != DICOM_SUCCESS) return status;
         }
         if (node != nullptr) node = node->pNext;
@@ -246,7 +246,7 @@ Status ElementWriter::WriteLevels() {
     return DICOM_SUCCESS;
 }
 
-/** Writes an element up to its content. */
+/** Writes an element up to its content, of which it makes a level. */
 Status ElementWriter::WriteOne(Level &level, _DICOMELEMENT *element) {
     if (OpensGroup(level, element)) {
         level.group = GroupOf(element->nTag);
@@ -262,13 +262,16 @@ Status ElementWriter::WriteOne(Level &level, _DICOMELEMENT *element) {
     const bool empty = element->Link.pFirstChild == nullptr;
     const uint32_t length = !defined ? kUndefinedLength : empty ? 0 : m_Lengths[m_NextLength++];
     const Status status = WriteHeader(element, form, length);
-    if (status != DICOM_SUCCESS || !empty) return status;
-    return WriteDelimiter(element);
+    if (status != DICOM_SUCCESS) return status;
+    if (empty) return defined ? Status{DICOM_SUCCESS} : WriteDelimiter(element);
+    Level inner{element};
+    inner.hasContentSlot = defined;
+    m_Levels.push_back(inner);
+    return DICOM_SUCCESS;
 }
 
 /** Closes an element that was written without a length. */
 Status ElementWriter::WriteDelimiter(const _DICOMELEMENT *element) {
-    if (HasWrittenLength(element)) return DICOM_SUCCESS;
     const bool littleEndian = m_Options.littleEndian; // no delimiter is of group 0002
     const uint32_t tag = DelimiterOf(element);
     const bool done = Put16(GroupOf(tag), littleEndian) && Put16(ElementOf(tag), littleEndian) &&

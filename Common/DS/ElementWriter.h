@@ -52,8 +52,8 @@ class ElementWriter {
         bool groupOpen = false;
         uint64_t size = 0; ///< bytes of the level so far
         size_t contentSlot = 0;
-        bool hasContentSlot = false;
-        uint64_t overhead = 0; ///< header and delimiter of the parent
+        bool hasContentSlot = false; ///< the parent is written with its length
+        uint64_t overhead = 0;       ///< header and delimiter of the parent
     };
 
     bool IsReplaced(const _DICOMELEMENT *element) const;
