@@ -19,12 +19,11 @@ namespace {
 
 struct AllocationFamily {
     void *(*allocate)(size_t count, size_t size, int line, const char *file);
-    void *(*reallocate)(void *block, size_t size, int line, const char *file);
     void (*free)(void *block, int line, const char *file);
 };
 
-constexpr AllocationFamily kHeapFamily = {KernelHeapAlloc, KernelHeapRealloc, KernelHeapFree};
-constexpr AllocationFamily kKernelFamily = {KernelAlloc, KernelRealloc, KernelFree};
+constexpr AllocationFamily kHeapFamily = {KernelHeapAlloc, KernelHeapFree};
+constexpr AllocationFamily kKernelFamily = {KernelAlloc, KernelFree};
 
 uint16_t memoryMode = 1;
 AllocationFamily family = kHeapFamily;
@@ -46,10 +45,6 @@ struct LibraryEntry {
 
 void *mdicom::DataAlloc(size_t count, size_t size) {
     return family.allocate(count, size, 0, nullptr);
-}
-
-void *mdicom::DataRealloc(void *block, size_t size) {
-    return family.reallocate(block, size, 0, nullptr);
 }
 
 void mdicom::DataFree(void *block) {

@@ -10,8 +10,6 @@ namespace mdicom {
 
 /** A block of count times size bytes, or null. */
 void *DataAlloc(size_t count, size_t size);
-/** The block with a new size, or null; the old block stays then. */
-void *DataRealloc(void *block, size_t size);
 void DataFree(void *block);
 
 struct DataFreer {
