@@ -186,15 +186,6 @@ _DICOMIOD *LinkRow(_DICOMIOD *neighbor, bool asChild, uint8_t type) {
                                              asChild ? TREE_LAST_CHILD : TREE_LAST_SIBLING));
 }
 
-/** Exchanges a text of a row; false for a null text or when memory is short. */
-bool ReplaceText(wchar_t *&place, const wchar_t *text) {
-    wchar_t *copy = mdicom::CopyText(text);
-    if (copy == nullptr) return false;
-    mdicom::FreeText(place);
-    place = copy;
-    return true;
-}
-
 } // namespace
 
 void MDicomIOD::Default() {
@@ -263,12 +254,12 @@ _DICOMIOD *MDicomIOD::Delete(_DICOMIOD *pIOD) {
 
 int32_t MDicomIOD::SetName(_DICOMIOD *pIOD, const wchar_t *pszName) {
     Prepare();
-    return pIOD != nullptr && ReplaceText(pIOD->pszName, pszName);
+    return pIOD != nullptr && mdicom::ReplaceText(pIOD->pszName, pszName);
 }
 
 int32_t MDicomIOD::SetDescription(_DICOMIOD *pIOD, const wchar_t *pszDescription) {
     Prepare();
-    if (pIOD == nullptr || !ReplaceText(pIOD->pszDescription, pszDescription)) return 0;
+    if (pIOD == nullptr || !mdicom::ReplaceText(pIOD->pszDescription, pszDescription)) return 0;
     if (pIOD->nType == IOD_TYPE_CLASS) mdicom::SetIodClassesEdited(true);
     return 1;
 }

@@ -26,4 +26,12 @@ void FreeText(wchar_t *text) {
     if (!IsSharedText(text)) KernelHeapFree(text, 0, nullptr);
 }
 
+bool ReplaceText(wchar_t *&place, const wchar_t *text) {
+    wchar_t *copy = CopyText(text);
+    if (copy == nullptr) return false;
+    FreeText(place);
+    place = copy;
+    return true;
+}
+
 } // namespace mdicom

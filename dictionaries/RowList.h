@@ -14,6 +14,8 @@ wchar_t *CopyText(std::wstring_view text);
 wchar_t *CopyText(const wchar_t *text);
 /** Frees a text of a row, unless it is one of the pool that default rows share. */
 void FreeText(wchar_t *text);
+/** Exchanges a text of a row; false for a null text or when memory is short. */
+bool ReplaceText(wchar_t *&place, const wchar_t *text);
 
 /** A view of a tree as a list of rows, each of which begins with its _DICOMLINK and holds a name
  *  pszName, and maybe a text pszCode, of its own. */
@@ -56,11 +58,7 @@ class RowList {
 
     /** Gives a row another name; false for a null argument or when memory is short. */
     bool Rename(Row *row, const wchar_t *name) const {
-        wchar_t *copy = row != nullptr ? CopyText(name) : nullptr;
-        if (copy == nullptr) return false;
-        FreeText(row->pszName);
-        row->pszName = copy;
-        return true;
+        return row != nullptr && ReplaceText(row->pszName, name);
     }
 
   private:

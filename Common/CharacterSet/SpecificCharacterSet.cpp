@@ -14,6 +14,7 @@
 #include "MDicomDS.h"
 
 using mdicom::CharacterSetList;
+using mdicom::HasValue;
 using mdicom::kTagSpecificCharacterSet;
 using mdicom::Status;
 
@@ -21,11 +22,6 @@ namespace {
 
 // Room for declarations that are longer than what a data set may use.
 constexpr uint32_t kLongestDeclaration = 12;
-
-bool HasValue(const _DICOMELEMENT *element) {
-    return element != nullptr && element->nLength != 0 &&
-           element->nLength != mdicom::kUndefinedLength;
-}
 
 /** True for a value that is there, but could not be read. */
 bool IsUnreadable(const _DICOMELEMENT *element) {

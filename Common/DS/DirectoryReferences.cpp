@@ -12,17 +12,6 @@
 
 using namespace mdicom;
 
-namespace {
-
-constexpr uint32_t kReferencedFile = 0x00041500;
-constexpr uint32_t kReferencedRecord = 0x00041504;
-
-bool HasValue(const _DICOMELEMENT *element) {
-    return element != nullptr && element->nLength > 0 && element->nLength < kUndefinedLength;
-}
-
-} // namespace
-
 /** Gives each record that names a multi-referenced record the file reference itself. */
 uint16_t MDicomDS::RefreshKeys() {
     if (m_pIndex != nullptr) m_pIndex->RecordsChanged();

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 
+#include "Common/DS/DirectoryTags.h"
 #include "MDicomTypes.h"
 
 namespace mdicom {
@@ -44,6 +45,11 @@ inline _DICOMELEMENT *NextOf(const _DICOMELEMENT *element) {
     return AsElement(element->Link.pNext);
 }
 
+/** True for an element with bytes of its own. */
+inline bool HasValue(const _DICOMELEMENT *element) {
+    return element != nullptr && element->nLength != 0 && element->nLength != kUndefinedLength;
+}
+
 constexpr uint16_t GroupOf(uint32_t tag) {
     return static_cast<uint16_t>(tag >> 16);
 }
@@ -66,16 +72,10 @@ constexpr bool IsItemOrDelimiter(uint32_t tag) {
  *  any other length is no reference, whatever its tag. */
 inline bool IsDirectoryReference(const _DICOMELEMENT &element) {
     if (element.nLength != sizeof(uint32_t)) return false;
-    switch (element.nTag) {
-        case 0x00041200:
-        case 0x00041202:
-        case 0x00041400:
-        case 0x00041420:
-        case 0x00041504:
-            return true;
-        default:
-            return false;
+    for (const uint32_t tag : kReferenceTags) {
+        if (element.nTag == tag) return true;
     }
+    return false;
 }
 
 } // namespace mdicom

@@ -8,6 +8,7 @@
 
 #include "Common/DS/ElementIndex.h"
 #include "Common/DS/ElementNode.h"
+#include "Common/DS/Encodings.h"
 #include "Common/Utils/Text.h"
 #include "Common/Utils/Vr.h"
 #include "MDicomTag.h"
@@ -21,8 +22,6 @@ constexpr size_t kMostLevels = 1 + 2 * kDeepestSequence; ///< each sequence with
 constexpr uint64_t kMostStepsWithoutOrder = 20'000'000;
 constexpr uint32_t kLongestHeader = 12;
 constexpr uint64_t kLargestOffset = 0xFFFFFFFE; ///< block offsets have 32 bits
-constexpr uint32_t kBadElementRoom = 50;
-constexpr uint32_t kLongestUid = 256;
 constexpr std::string_view kDeflated = "1.2.840.10008.1.2.1.99";
 constexpr uint16_t kEncodingFlags =
     DS_LITTLE_ENDIAN | DS_BIG_ENDIAN | DS_IMPLICIT_VR | DS_EXPLICIT_VR;

@@ -116,7 +116,7 @@ uint32_t ElementWriter::ValueLength(const _DICOMELEMENT *element) const {
 /** Works out all lengths, and the places of items if directory references ask for them. */
 Status ElementWriter::Plan() {
     m_WantsPlaces = false;
-    for (const uint32_t tag : {0x00041200u, 0x00041202u, 0x00041400u, 0x00041420u, 0x00041504u}) {
+    for (const uint32_t tag : kReferenceTags) {
         if (m_DS.m_pIndex == nullptr || m_DS.m_pIndex->MayHold(tag)) m_WantsPlaces = true;
     }
     m_Place = m_Options.preamble ? kPreambleSize : 0;

@@ -3,6 +3,7 @@
 #include <string_view>
 
 #include "Common/DS/ElementNode.h"
+#include "Common/DS/Encodings.h"
 #include "Common/Utils/Text.h"
 #include "Common/Utils/Vr.h"
 #include "MDicomDS.h"
@@ -12,11 +13,6 @@
 using namespace mdicom;
 
 namespace {
-
-constexpr uint32_t kLongestUid = 256;
-constexpr uint16_t kImplicitLittle = DS_LITTLE_ENDIAN | DS_IMPLICIT_VR;
-constexpr uint16_t kExplicitLittle = DS_LITTLE_ENDIAN | DS_EXPLICIT_VR;
-constexpr uint16_t kExplicitBig = DS_BIG_ENDIAN | DS_EXPLICIT_VR;
 
 /** A transfer syntax by the part of its UID behind "1.2.840.10008.1." (PS 3.5, A). */
 struct SyntaxRow {

@@ -8,6 +8,7 @@
 #include "Common/DS/ElementIndex.h"
 #include "Common/DS/ElementNode.h"
 #include "Common/DS/ElementReader.h"
+#include "Common/DS/Encodings.h"
 #include "Common/DSValue/ValueStore.h"
 #include "Common/Utils/Memory.h"
 #include "MDicomDS.h"
@@ -16,9 +17,6 @@ using namespace mdicom;
 
 namespace {
 
-constexpr uint16_t kImplicitLittle = DS_LITTLE_ENDIAN | DS_IMPLICIT_VR;
-constexpr uint16_t kExplicitLittle = DS_LITTLE_ENDIAN | DS_EXPLICIT_VR;
-constexpr uint16_t kExplicitBig = DS_BIG_ENDIAN | DS_EXPLICIT_VR;
 constexpr uint16_t kLoadFileMode = FILE_MODE_READ | FILE_MODE_KERNEL | FILE_MODE_AUTO_CLOSE;
 constexpr uint32_t kPreambleLength = 128;
 constexpr uint32_t kDataSetOffset = 132;

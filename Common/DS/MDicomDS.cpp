@@ -7,6 +7,7 @@
 
 #include "Common/DS/ElementIndex.h"
 #include "Common/DS/ElementNode.h"
+#include "Common/DS/Encodings.h"
 #include "Common/DS/J2kDefaults.h"
 #include "Common/DSValue/ValueStore.h"
 #include "Common/System/Companions.h"
@@ -20,7 +21,6 @@ constexpr uint16_t kDefaultFlags = DS_METAHEADER_PRESENT | DS_LITTLE_ENDIAN | DS
 constexpr uint16_t kValueStoreMode = FILE_MODE_CREATE | FILE_MODE_READ | FILE_MODE_WRITE |
                                      FILE_MODE_TEMPORARY | FILE_MODE_AUTO_CLOSE |
                                      FILE_MODE_DELETE_ON_CLOSE;
-constexpr size_t kBadElementRoom = 50;
 
 DICOMDSEXTRA *MakeExtra() {
     auto *extra = new (std::nothrow) DICOMDSEXTRA;

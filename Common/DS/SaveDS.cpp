@@ -4,6 +4,7 @@
 
 #include "Common/DS/ElementNode.h"
 #include "Common/DS/ElementWriter.h"
+#include "Common/DS/Encodings.h"
 #include "Common/DSValue/ValueStore.h"
 #include "Common/System/ReplacementFile.h"
 #include "Common/Utils/Vr.h"
@@ -25,17 +26,13 @@ uint16_t CompleteFlags(uint16_t flags, uint16_t own, bool compressed) {
     if (!compressed) return flags;
     constexpr uint16_t kNotCompressed = DS_BIG_ENDIAN | DS_IMPLICIT_VR;
     flags &= static_cast<uint16_t>(~kNotCompressed);
-    return flags | DS_LITTLE_ENDIAN | DS_EXPLICIT_VR;
+    return flags | kExplicitLittle;
 }
 
 /** The uncompressed transfer syntax of an encoding, padded to even length (PS 3.5, A). */
 std::string SyntaxOf(uint16_t flags) {
-    std::string uid = "1.2.840.10008.1.2";
-    if (!(flags & DS_LITTLE_ENDIAN)) {
-        uid += ".2";
-    } else if (!(flags & DS_IMPLICIT_VR)) {
-        uid += ".1";
-    }
+    std::string uid(
+        UncompressedSyntax((flags & DS_LITTLE_ENDIAN) != 0, (flags & DS_IMPLICIT_VR) == 0));
     if (uid.size() % 2 != 0) uid += '\0';
     return uid;
 }

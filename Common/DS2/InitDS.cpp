@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "Common/DS/Encodings.h"
 #include "Common/DS2/IodWalk.h"
 #include "Common/DS2/NewDataSet.h"
 #include "Common/DSValue/ValueAccess.h"
@@ -57,9 +58,7 @@ std::string_view ModalityOf(uint32_t iodClass) {
 std::string_view SyntaxOf(uint16_t flags, uint32_t compression) {
     if (compression > std::size(kCompressedSyntaxes)) return {};
     if (compression > 0) return kCompressedSyntaxes[compression - 1];
-    if (flags & DS_BIG_ENDIAN) return "1.2.840.10008.1.2.2";
-    if (flags & DS_IMPLICIT_VR) return "1.2.840.10008.1.2";
-    return "1.2.840.10008.1.2.1";
+    return UncompressedSyntax((flags & DS_BIG_ENDIAN) == 0, (flags & DS_IMPLICIT_VR) == 0);
 }
 
 bool SetText(MDicomDS &dataSet, uint32_t tag, std::string_view text) {

@@ -15,14 +15,12 @@ using namespace mdicom;
 
 namespace {
 
-constexpr uint32_t kRecordType = 0x00041430;
-
 constexpr uint32_t kTopLevelTags[] = {0x00041130,       0x00041141,      0x00041142,
                                       kFirstRootRecord, kLastRootRecord, 0x00041212,
                                       kDirectoryRecords};
-constexpr uint32_t kRecordTags[] = {kNextRecord, 0x00041410, kLowerRecord, kRecordType,
-                                    0x00041432,  0x00041500, 0x00041504,   0x00041510,
-                                    0x00041511,  0x00041512, 0x00041600};
+constexpr uint32_t kRecordTags[] = {kNextRecord, kRecordInUse,    kLowerRecord,      kRecordType,
+                                    0x00041432,  kReferencedFile, kReferencedRecord, 0x00041510,
+                                    0x00041511,  0x00041512,      0x00041600};
 
 bool Contains(std::span<const uint32_t> tags, uint32_t tag) {
     for (const uint32_t each : tags) {

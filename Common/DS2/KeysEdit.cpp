@@ -20,8 +20,6 @@ using namespace mdicom;
 
 namespace {
 
-constexpr uint32_t kRecordInUse = 0x00041410;
-constexpr uint32_t kRecordType = 0x00041430;
 constexpr uint32_t kPatientModule = 0;
 
 /** A record type with the module of its elements (PS 3.3, F.5). */
@@ -125,7 +123,8 @@ _DICOMELEMENT *MDicomDS::AddRecord() {
 
 /** Gives a new record the elements that every record has. */
 bool MDicomDS::FillRecord(_DICOMELEMENT *pRecord, const wchar_t *pszType) {
-    constexpr uint32_t kEmptyTags[] = {0x00041432, 0x00041500, 0x00041510, 0x00041511, 0x00041512};
+    constexpr uint32_t kEmptyTags[] = {0x00041432, kReferencedFile, 0x00041510, 0x00041511,
+                                       0x00041512};
     const bool linked =
         SetReference(pRecord, kNextRecord, 0) && SetReference(pRecord, kLowerRecord, 0);
     if (!linked) return false;

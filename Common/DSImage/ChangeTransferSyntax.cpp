@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "Common/DS/ElementNode.h"
+#include "Common/DS/Encodings.h"
 #include "Common/DSImage/CodecFlag.h"
 #include "Common/DSImage/FrameFragments.h"
 #include "Common/DSImage/FrameTranscoder.h"
@@ -25,13 +26,11 @@ struct Syntax {
     uint16_t flags; ///< byte order and VR encoding
 };
 
-constexpr uint16_t kExplicitLittle = DS_LITTLE_ENDIAN | DS_EXPLICIT_VR;
-
 /** By the numbers of tagDICOM_TRANSFER_SYNTAXES. */
 constexpr Syntax kSyntaxes[] = {
-    {"1.2.840.10008.1.2", IMAGE_COMPRESSION_NONE, DS_LITTLE_ENDIAN | DS_IMPLICIT_VR},
-    {"1.2.840.10008.1.2.1", IMAGE_COMPRESSION_NONE, kExplicitLittle},
-    {"1.2.840.10008.1.2.2", IMAGE_COMPRESSION_NONE, DS_BIG_ENDIAN | DS_EXPLICIT_VR},
+    {kImplicitLittleUid, IMAGE_COMPRESSION_NONE, kImplicitLittle},
+    {kExplicitLittleUid, IMAGE_COMPRESSION_NONE, kExplicitLittle},
+    {kExplicitBigUid, IMAGE_COMPRESSION_NONE, kExplicitBig},
     {"1.2.840.10008.1.2.5", IMAGE_COMPRESSION_RLE, kExplicitLittle},
     {"1.2.840.10008.1.2.4.50", IMAGE_COMPRESSION_JPEG_LOSSY, kExplicitLittle},
     {"1.2.840.10008.1.2.4.51", IMAGE_COMPRESSION_JPEG_LOSSY, kExplicitLittle},

@@ -14,6 +14,7 @@
 #include "Common/DSImage/RowCallback.h"
 #include "Common/DSValue/ValueStore.h"
 #include "Common/System/ImageProcessing.h"
+#include "Common/Utils/Memory.h"
 #include "MDicomDS.h"
 
 namespace mdicom {

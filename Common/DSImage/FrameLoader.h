@@ -6,7 +6,6 @@
 
 #include "Common/DSImage/FrameLayout.h"
 #include "Common/DSImage/ScopedBitmap.h"
-#include "Common/Utils/Memory.h"
 #include "Common/Utils/Status.h"
 #include "MDicomTypes.h"
 #include "Mvkrnx.h"

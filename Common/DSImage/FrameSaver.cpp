@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "Common/DS/ElementNode.h"
+#include "Common/DS/Encodings.h"
 #include "Common/DSImage/BitRuns.h"
 #include "Common/DSImage/BitmapColors.h"
 #include "Common/DSImage/Compression.h"
@@ -207,7 +208,6 @@ Status FrameSaver::SettleCompression() {
         if (isEncapsulated != IsCompressed()) return DICOM_ERROR_IMAGE;
         return HasCodec(existing) ? DICOM_SUCCESS : DICOM_ERROR_COMPRESSION;
     }
-    constexpr uint16_t kExplicitLittle = DS_EXPLICIT_VR | DS_LITTLE_ENDIAN;
     const bool isExplicitLittle = (m_DataSet.m_nFlags & kExplicitLittle) == kExplicitLittle;
     if (!isExplicitLittle) m_Compression = IMAGE_COMPRESSION_NONE;
     // Pixel Data that stands elsewhere, as that of icons, has the same transfer syntax.

@@ -4,7 +4,6 @@
 
 #include "Common/DSImage/ScopedBitmap.h"
 #include "Common/DSValue/KeptElements.h"
-#include "Common/Utils/Memory.h"
 #include "Common/Utils/Status.h"
 #include "MDicomTypes.h"
 

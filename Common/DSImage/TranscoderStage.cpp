@@ -122,7 +122,7 @@ Status FrameTranscoder::StageLossy() {
 Status FrameTranscoder::StageAddedText(uint32_t tag, std::string_view text) {
     std::string values;
     _DICOMELEMENT *old = m_DataSet.FindFirstElement(m_Change.old, tag, 1);
-    if (old != nullptr && old->nLength > 0 && old->nLength != kUndefinedLength) {
+    if (HasValue(old)) {
         const DataBlock<char> bytes = ReadWholeValue(m_DataSet, old);
         if (!bytes) return DICOM_ERROR_READ;
         values.assign(bytes.get(), old->nLength);
