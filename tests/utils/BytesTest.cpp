@@ -1,35 +1,13 @@
-// Bytes: order, the bounded cursor, and checked arithmetic.
+// Bytes: the bounded cursor, and checked arithmetic.
 
 #include <gtest/gtest.h>
 
 #include <array>
 
 #include "Common/Utils/ByteCursor.h"
-#include "Common/Utils/ByteOrder.h"
 #include "Common/Utils/CheckedMath.h"
 
 using namespace mdicom;
-
-TEST(ByteOrder, UnitsTurnAndARestStays) {
-    for (const unsigned unit : {1u, 2u, 4u, 8u}) {
-        std::array<uint8_t, 9> bytes = {0, 1, 2, 3, 4, 5, 6, 7, 8};
-        ReverseUnits(bytes, unit);
-        for (unsigned i = 0; i < 8; ++i) EXPECT_EQ(bytes[i], i / unit * unit + unit - 1 - i % unit);
-        EXPECT_EQ(bytes[8], 8) << unit;
-    }
-}
-
-TEST(ByteOrder, NumbersComeBackInBothOrders) {
-    std::array<uint8_t, 4> bytes;
-    for (const bool little : {true, false}) {
-        Store32(bytes.data(), 0x01020304, little);
-        EXPECT_EQ(bytes[0], little ? 4 : 1);
-        EXPECT_EQ(Load32(bytes.data(), little), 0x01020304u);
-        Store16(bytes.data(), 0x0102, little);
-        EXPECT_EQ(Load16(bytes.data(), little), 0x0102);
-        EXPECT_EQ(Load16(bytes.data(), !little), 0x0201);
-    }
-}
 
 TEST(ByteCursor, ReadsUpToTheEndAndStaysFailedBehindIt) {
     const std::array<uint8_t, 7> bytes = {1, 2, 3, 4, 5, 6, 7};
