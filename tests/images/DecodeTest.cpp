@@ -321,7 +321,7 @@ TEST(GetImage, FindsFramesThroughAllElementsAndIconsAmongThem) {
 
     HBITMAPLIST__ *list = nullptr;
     KernelCreateBitmapList(&list);
-    EXPECT_EQ(image.ds.GetImageList(image.pixels, list, 1, 0xFFFFFFFF, 0, 0, 0), 0);
+    EXPECT_EQ(M_DicomGetImageList(&image.ds, image.pixels, list, 1, 0xFFFFFFFF, 0, 0, 0), 0);
     uint32_t count = 0;
     KernelListItemCount(list, &count);
     EXPECT_EQ(count, 1u);
@@ -401,7 +401,8 @@ TEST(GetImage, TellsOfItsRowsAndStopsWhenTold) {
     PutValue(image, {1, 2, 3, 4, 5, 6, 7, 8, 9, 0});
     Heard heard{};
     TestBitmap bitmap;
-    ASSERT_EQ(image.ds.GetImage(nullptr, &bitmap, sizeof(_BITMAPHANDLE), 0, 0, 0, 0, Hear, &heard),
+    ASSERT_EQ(M_DicomGetImage(&image.ds, nullptr, &bitmap, sizeof(_BITMAPHANDLE), 0, 0, 0, 0, Hear,
+                              &heard),
               0);
     EXPECT_EQ(RowsOf(bitmap), (Bytes{101, 2, 3, 104, 5, 6, 107, 8, 9}));
     EXPECT_EQ(heard.flags, (std::vector<uint32_t>{7, 3, 11}));
@@ -413,7 +414,8 @@ TEST(GetImage, TellsOfItsRowsAndStopsWhenTold) {
     KernelFreeBitmap(&bitmap);
     heard.stopAt = 1;
     heard.flags.clear();
-    EXPECT_EQ(image.ds.GetImage(nullptr, &bitmap, sizeof(_BITMAPHANDLE), 0, 0, 0, 0, Hear, &heard),
+    EXPECT_EQ(M_DicomGetImage(&image.ds, nullptr, &bitmap, sizeof(_BITMAPHANDLE), 0, 0, 0, 0, Hear,
+                              &heard),
               static_cast<uint16_t>(-100));
     EXPECT_EQ(heard.flags.size(), 2u);
     EXPECT_EQ(bitmap.nWidth, 0);
@@ -578,8 +580,8 @@ TEST(GetImage, DISABLED_ChildWithoutOneCompanion) {
         EXPECT_EQ(Get(image.ds, bitmap), lacks ? status : isCodec ? DICOM_ERROR_IMAGE : 0);
         MDicomDS ds(nullptr);
         const uint16_t stored =
-            ds.InsertImage(nullptr, MakeBitmap(30, 20, {8, 8}).get(), 0, need.compression,
-                           PHOTOMETRIC_MONOCHROME2, 0, 0, 0, nullptr, nullptr);
+            M_DicomInsertImage(&ds, nullptr, MakeBitmap(30, 20, {8, 8}).get(), 0, need.compression,
+                               PHOTOMETRIC_MONOCHROME2, 0, 0, 0, nullptr, nullptr);
         EXPECT_EQ(stored, need.read == status ? need.written : 0);
     }
 }

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "MDicom.h"
+#include "MDicomFlat.h"
 #include "imageinfo/Image.h"
 #include "support/Bitmaps.h"
 
@@ -40,8 +41,8 @@ inline Bytes ToBytes(const Words &words) {
 inline uint16_t Get(MDicomDS &ds, TestBitmap &bitmap, uint32_t frame = 0, int32_t depth = 0,
                     uint32_t flags = 0, _DICOMELEMENT *element = nullptr) {
     KernelFreeBitmap(&bitmap);
-    return ds.GetImage(element, &bitmap, sizeof(_BITMAPHANDLE), frame, depth, 0, flags, nullptr,
-                       nullptr);
+    return M_DicomGetImage(&ds, element, &bitmap, sizeof(_BITMAPHANDLE), frame, depth, 0, flags,
+                           nullptr, nullptr);
 }
 
 /** A frame as one fragment of RLE: planes of literals alone, or of long runs too. */

@@ -50,15 +50,15 @@ class Modelled {
     void Insert(uint32_t index) {
         const uint32_t number = m_Next++;
         const auto bitmap = Make(number);
-        ASSERT_EQ(ds.InsertImage(nullptr, bitmap.get(), index, m_Stock.compression,
-                                 m_Stock.photometric, 0, 0, 0, nullptr, nullptr),
+        ASSERT_EQ(M_DicomInsertImage(&ds, nullptr, bitmap.get(), index, m_Stock.compression,
+                                     m_Stock.photometric, 0, 0, 0, nullptr, nullptr),
                   0);
         index = std::min<uint32_t>(index, static_cast<uint32_t>(m_Frames.size()));
         m_Frames.insert(m_Frames.begin() + index, number);
     }
 
     void Delete(uint32_t index, uint32_t count) {
-        ASSERT_EQ(ds.DeleteImage(nullptr, index, count), 0);
+        ASSERT_EQ(M_DicomDeleteImage(&ds, nullptr, index, count), 0);
         const size_t size = m_Frames.size();
         const size_t end = std::min<size_t>(size, uint64_t{index} + count);
         if (index >= end) return;
@@ -68,8 +68,8 @@ class Modelled {
     void Replace() {
         const uint32_t number = m_Next++;
         const auto bitmap = Make(number);
-        ASSERT_EQ(ds.SetImage(nullptr, bitmap.get(), m_Stock.compression, m_Stock.photometric, 0, 0,
-                              0, nullptr, nullptr),
+        ASSERT_EQ(M_DicomSetImage(&ds, nullptr, bitmap.get(), m_Stock.compression,
+                                  m_Stock.photometric, 0, 0, 0, nullptr, nullptr),
                   0);
         m_Frames = {number};
     }
@@ -88,15 +88,16 @@ class Modelled {
         }
         const auto &[compression, kind, width, height, photometric] = m_Stock;
         const uint16_t status =
-            all ? ds.SetImageList(nullptr, list, compression, photometric, 0, 0, 0)
-                : ds.InsertImageList(nullptr, list, index, compression, photometric, 0, 0, 0);
+            all ? M_DicomSetImageList(&ds, nullptr, list, compression, photometric, 0, 0, 0)
+                : M_DicomInsertImageList(&ds, nullptr, list, index, compression, photometric, 0, 0,
+                                         0);
         KernelDestroyBitmapList(list);
         ASSERT_EQ(status, 0);
         if (compression != kNone) ExpectTable();
     }
 
     void ExpectFrames() {
-        ASSERT_EQ(ds.GetCountImage(nullptr), m_Frames.size());
+        ASSERT_EQ(M_DicomGetCountImage(&ds, nullptr), m_Frames.size());
         for (uint32_t i = 0; i < m_Frames.size(); ++i) {
             TestBitmap bitmap;
             ASSERT_EQ(Get(ds, bitmap, i), 0) << i;
@@ -182,8 +183,8 @@ std::vector<double> ItemsOf(MDicomDS &ds) {
     for (uint32_t i = 0;; ++i) {
         tagDICOMWINDOWATTRIBS window;
         tagDICOMMLUTATTRIBS rescale{};
-        if (ds.GetWindow(i, 0, &window, sizeof window, 0) != 0) return numbers;
-        ds.GetModalityLUTAttributes(i, &rescale, sizeof rescale, 0);
+        if (M_DicomGetWindow(&ds, i, 0, &window, sizeof window, 0) != 0) return numbers;
+        M_DicomGetModalityLUTAttributes(&ds, i, &rescale, sizeof rescale, 0);
         numbers.insert(numbers.end(), {window.fCenter, rescale.fRescaleSlope});
     }
 }
@@ -194,8 +195,8 @@ TEST(FrameOperations, ItemsOfFunctionalGroupsMoveAlong) {
         MDicomDS ds(nullptr);
         const auto bitmap = MakeBitmap(4, 4, {8, 8});
         const auto insert = [&](uint32_t index, int32_t photometric = kGray) {
-            return ds.InsertImage(nullptr, bitmap.get(), index, compression, photometric, 0, 0, 0,
-                                  nullptr, nullptr);
+            return M_DicomInsertImage(&ds, nullptr, bitmap.get(), index, compression, photometric,
+                                      0, 0, 0, nullptr, nullptr);
         };
         const auto describe = [&](uint32_t index, double number) {
             tagDICOMWINDOWATTRIBS window{};
@@ -206,14 +207,15 @@ TEST(FrameOperations, ItemsOfFunctionalGroupsMoveAlong) {
             rescale.nStructSize = sizeof rescale;
             rescale.bIsRescaleSlopeIntercept = 1;
             rescale.fRescaleSlope = number;
-            ds.SetWindow(index, 0, &window, DICOM_SETIMAGE_VOI_PER_FRAME);
-            ds.SetModalityLUT(index, &rescale, nullptr, 0, DICOM_SETIMAGE_MODALITY_PER_FRAME);
+            M_DicomSetWindow(&ds, index, 0, &window, DICOM_SETIMAGE_VOI_PER_FRAME);
+            M_DicomSetModalityLUT(&ds, index, &rescale, nullptr, 0,
+                                  DICOM_SETIMAGE_MODALITY_PER_FRAME);
         };
         for (uint32_t i = 0; i < 4; ++i) {
             ASSERT_EQ(insert(i), 0);
             describe(i, i + 1);
         }
-        ASSERT_EQ(ds.DeleteImage(nullptr, 1, 2), 0);
+        ASSERT_EQ(M_DicomDeleteImage(&ds, nullptr, 1, 2), 0);
         EXPECT_EQ(ItemsOf(ds), (Items{1, 1, 4, 4}));
         for (const uint32_t index : {1u, 99u}) ASSERT_EQ(insert(index), 0);
         describe(1, 9);
@@ -234,7 +236,7 @@ TEST(FrameOperations, DeletedFramesGoWithAllTheirFragments) {
     table[8] = static_cast<char>(2 * frame.size() + 24);
     image.Fragments({table, frame, frame.substr(0, 66), frame.substr(66), frame});
     image.Text(0x00280008, "3 ");
-    ASSERT_EQ(image.ds.GetCountImage(nullptr), 3u);
+    ASSERT_EQ(M_DicomGetCountImage(&image.ds, nullptr), 3u);
     uint32_t size = 0;
     ASSERT_EQ(image.ds.GetFrameBinaryData(image.pixels, 1, nullptr, &size), 0);
     EXPECT_EQ(size, frame.size());
@@ -248,8 +250,8 @@ TEST(FrameOperations, DeletedFramesGoWithAllTheirFragments) {
     ASSERT_EQ(Get(image.ds, bitmap, 1), 0);
     EXPECT_EQ(RowsOf(bitmap), (Bytes{1, 2, 3}));
 
-    ASSERT_EQ(image.ds.DeleteImage(image.pixels, 1, 1), 0);
-    EXPECT_EQ(image.ds.GetCountImage(nullptr), 2u);
+    ASSERT_EQ(M_DicomDeleteImage(&image.ds, image.pixels, 1, 1), 0);
+    EXPECT_EQ(M_DicomGetCountImage(&image.ds, nullptr), 2u);
     EXPECT_EQ(image.ds.GetChildElement(image.pixels, 1)->nLength, 0u);
     EXPECT_EQ(support::StoredText(image.ds, 0x00280008), "2");
 }
@@ -366,20 +368,20 @@ TEST(J2kOptions, AreCheckedOneByOne) {
     };
     MDicomDS ds(nullptr);
     _FILEJ2KOPTIONS defaults{};
-    ASSERT_EQ(ds.GetDefaultJ2KOptions(&defaults, sizeof defaults), 0);
+    ASSERT_EQ(M_DicomGetDefaultJ2KOptions(&ds, &defaults, sizeof defaults), 0);
     for (const auto &row : kCases) {
         _FILEJ2KOPTIONS options = defaults;
         options.*row.member = row.value;
-        EXPECT_EQ(ds.SetJ2KOptions(&options), row.isGood ? 0 : DICOM_ERROR_PARAMETER)
+        EXPECT_EQ(M_DicomSetJ2KOptions(&ds, &options), row.isGood ? 0 : DICOM_ERROR_PARAMETER)
             << &row - kCases;
         _FILEJ2KOPTIONS kept{};
-        ASSERT_EQ(ds.GetJ2KOptions(&kept, sizeof kept), 0);
+        ASSERT_EQ(M_DicomGetJ2KOptions(&ds, &kept, sizeof kept), 0);
         EXPECT_EQ(std::memcmp(&kept, row.isGood ? &options : &defaults, sizeof kept), 0);
-        ASSERT_EQ(ds.SetJ2KOptions(nullptr), 0);
+        ASSERT_EQ(M_DicomSetJ2KOptions(&ds, nullptr), 0);
     }
-    EXPECT_EQ(ds.GetJ2KOptions(nullptr, 4), DICOM_ERROR_PARAMETER);
-    EXPECT_EQ(ds.GetJ2KOptions(&defaults, 0), DICOM_ERROR_PARAMETER);
-    EXPECT_EQ(ds.GetDefaultJ2KOptions(nullptr, 4), DICOM_ERROR_NO_RECORD);
+    EXPECT_EQ(M_DicomGetJ2KOptions(&ds, nullptr, 4), DICOM_ERROR_PARAMETER);
+    EXPECT_EQ(M_DicomGetJ2KOptions(&ds, &defaults, 0), DICOM_ERROR_PARAMETER);
+    EXPECT_EQ(M_DicomGetDefaultJ2KOptions(&ds, nullptr, 4), DICOM_ERROR_NO_RECORD);
 }
 
 } // namespace

@@ -33,8 +33,8 @@ TEST(ApplyLut, RescaleAndWindowOfAFrameReachTheBitmap) {
     MDicomDS ds(nullptr);
     const auto rescale = MakeRescale(1, -1024);
     const auto window = MakeWindow(40, 400);
-    ds.SetModalityLUT(1, &rescale, nullptr, 0, DICOM_SETIMAGE_MODALITY_PER_FRAME);
-    ds.SetWindow(1, 0, &window, DICOM_SETIMAGE_VOI_PER_FRAME);
+    M_DicomSetModalityLUT(&ds, 1, &rescale, nullptr, 0, DICOM_SETIMAGE_MODALITY_PER_FRAME);
+    M_DicomSetWindow(&ds, 1, 0, &window, DICOM_SETIMAGE_VOI_PER_FRAME);
     Pixels bitmap({0, 1024, 1064, 4095});
     ASSERT_EQ(DataSetAccess::ApplyModality(ds, &bitmap, DICOM_GETIMAGE_MODALITY_SIGNED, 1), 0);
     EXPECT_EQ(bitmap.Get(), (Words{0xFC00, 0, 40, 3071}));
@@ -53,10 +53,10 @@ TEST(ApplyLut, TablesReachTheBitmap) {
     Words table(65536);
     for (size_t i = 0; i < table.size(); ++i) table[i] = static_cast<uint16_t>(65535 - i);
     const auto modality = MakeTable(65536, 0, 16);
-    ASSERT_EQ(ds.SetModalityLUT(0, &modality, table.data(), 65536, 0), 0);
+    ASSERT_EQ(M_DicomSetModalityLUT(&ds, 0, &modality, table.data(), 65536, 0), 0);
     auto voi = Fresh<tagDICOMVOILUTATTRIBS>();
     voi.LUTDescriptor = {0, 65536, 0, 16};
-    ASSERT_EQ(ds.SetVOILUT(0, &voi, table.data(), 65536, 0), 0);
+    ASSERT_EQ(M_DicomSetVOILUT(&ds, 0, &voi, table.data(), 65536, 0), 0);
     Pixels bitmap({0, 1, 500, 4095});
     ASSERT_EQ(DataSetAccess::ApplyModality(ds, &bitmap, 8), 0);
     EXPECT_EQ(bitmap.Get(), (Words{65535, 65534, 65035, 61440}));
@@ -65,10 +65,10 @@ TEST(ApplyLut, TablesReachTheBitmap) {
     EXPECT_EQ(bitmap.Level(65535), 0);
     EXPECT_EQ(bitmap.Level(0), 255);
     // What such a LUT says can be stored again.
-    ds.DeleteVOILUT(0);
+    M_DicomDeleteVOILUT(&ds, 0);
     ASSERT_EQ(DataSetAccess::StoreLut(ds, &bitmap), 0);
     Words back(65536);
-    ASSERT_EQ(ds.GetVOILUTData(0, back.data(), 65536, 0), 0);
+    ASSERT_EQ(M_DicomGetVOILUTData(&ds, 0, back.data(), 65536, 0), 0);
     EXPECT_EQ(back, table);
 }
 
@@ -78,19 +78,19 @@ TEST(ApplyLut, LutOfSignedValuesIsStoredFromItsFirst) {
     auto voi = Fresh<tagDICOMVOILUTATTRIBS>();
     voi.LUTDescriptor = {0, 4, -2, 16};
     Words table{500, 100, 900, 700};
-    ds.SetVOILUT(0, &voi, table.data(), 4, 0);
+    M_DicomSetVOILUT(&ds, 0, &voi, table.data(), 4, 0);
     Pixels bitmap({0, 1, 2, 3}, 11, true);
     DataSetAccess::ApplyVoi(ds, &bitmap);
-    ds.DeleteVOILUT(0);
+    M_DicomDeleteVOILUT(&ds, 0);
     const auto window = MakeWindow(1, 2);
-    ds.SetWindow(0, 0, &window, 0);
+    M_DicomSetWindow(&ds, 0, 0, &window, 0);
     ASSERT_EQ(DataSetAccess::StoreLut(ds, &bitmap), 0);
     EXPECT_EQ(WindowText(ds, 0), "9") << "it would go before the LUT";
-    ASSERT_EQ(ds.GetVOILUT(0, &voi, sizeof voi, 0), 0);
+    ASSERT_EQ(M_DicomGetVOILUT(&ds, 0, &voi, sizeof voi, 0), 0);
     EXPECT_EQ(voi.LUTDescriptor.nNumberOfEntries, 4u);
     EXPECT_EQ(voi.LUTDescriptor.nFirstStoredPixelValueMapped, -2);
     Words back(4);
-    ds.GetVOILUTData(0, back.data(), 4, 0);
+    M_DicomGetVOILUTData(&ds, 0, back.data(), 4, 0);
     EXPECT_EQ(back, table);
     bitmap.nLUT16Length = 5;
     EXPECT_EQ(DataSetAccess::StoreLut(ds, &bitmap), 0) << "too short a LUT says nothing";
@@ -132,10 +132,10 @@ TEST(ApplyLut, AutoScaleFitsARescaleThatOverflowsAndItsWindow) {
         SCOPED_TRACE(test.slope);
         MDicomDS ds(nullptr);
         const auto rescale = MakeRescale(test.slope, test.intercept);
-        ds.SetModalityLUT(0, &rescale, nullptr, 0, 0);
+        M_DicomSetModalityLUT(&ds, 0, &rescale, nullptr, 0, 0);
         const double middle = 40 * test.slope + test.intercept;
         const auto window = MakeWindow(middle, 40 * std::abs(test.slope));
-        ds.SetWindow(0, 0, &window, 0);
+        M_DicomSetWindow(&ds, 0, 0, &window, 0);
         Pixels bitmap(test.pixels);
         ASSERT_EQ(DataSetAccess::ApplyModality(ds, &bitmap, kAutoScale), 0);
         EXPECT_EQ(bitmap.Get(), test.expected);

@@ -23,7 +23,7 @@ uint32_t Items(MDicomDS &ds, uint32_t tag) {
 
 uint16_t Set(MDicomDS &ds, uint32_t frame, double center, uint32_t flags) {
     const auto window = MakeWindow(center, 10);
-    return ds.SetWindow(frame, 0, &window, flags);
+    return M_DicomSetWindow(&ds, frame, 0, &window, flags);
 }
 
 TEST(FunctionalGroups, TopLevelAttributesKeepThemOutUnlessTheClassHasThem) {
@@ -66,18 +66,19 @@ TEST(FunctionalGroups, SharedAttributesChangeOnlyWhenAllowed) {
     EXPECT_EQ(WindowText(ds, 5), "1/10");
     ASSERT_EQ(Set(ds, 5, 3, DICOM_SETIMAGE_UPDATE_SHARED), 0);
     EXPECT_EQ(WindowText(ds, 0), "3/10");
-    ds.DeleteWindow(0, 0);
+    M_DicomDeleteWindow(&ds, 0, 0);
     EXPECT_EQ(WindowText(ds, 0), "3/10");
     const auto rescale = MakeRescale(2, 1);
     const auto other = MakeRescale(4, 1);
-    ASSERT_EQ(ds.SetModalityLUT(0, &rescale, nullptr, 0, DICOM_SETIMAGE_MODALITY_SHARED), 0);
-    ASSERT_EQ(ds.SetModalityLUT(0, &other, nullptr, 0, 0), 0);
+    ASSERT_EQ(M_DicomSetModalityLUT(&ds, 0, &rescale, nullptr, 0, DICOM_SETIMAGE_MODALITY_SHARED),
+              0);
+    ASSERT_EQ(M_DicomSetModalityLUT(&ds, 0, &other, nullptr, 0, 0), 0);
     EXPECT_EQ(RescaleText(ds, 7), "2x+1");
     EXPECT_EQ(RescaleText(ds), "205") << "without a frame";
-    ds.DeleteModalityLUT(0, 0);
+    M_DicomDeleteModalityLUT(&ds, 0, 0);
     EXPECT_EQ(RescaleText(ds, 7), "2x+1");
-    ds.DeleteModalityLUT(0, DICOM_SETIMAGE_UPDATE_SHARED);
-    ds.DeleteWindow(0, DICOM_SETIMAGE_UPDATE_SHARED);
+    M_DicomDeleteModalityLUT(&ds, 0, DICOM_SETIMAGE_UPDATE_SHARED);
+    M_DicomDeleteWindow(&ds, 0, DICOM_SETIMAGE_UPDATE_SHARED);
     EXPECT_EQ(RescaleText(ds, 7), "205");
     EXPECT_EQ(WindowText(ds, 0), "9");
 }
@@ -102,7 +103,7 @@ TEST(FunctionalGroups, FramesEnterAndLeave) {
     ds.FindGetValue(DataSetAccess::VoiOf(ds, 1), 0x00281050, &number, 0, 1, VALUE_ARRAY_DOUBLE);
     EXPECT_EQ(number, 0);
     const auto rescale = MakeRescale(2, 1);
-    ds.SetModalityLUT(0, &rescale, nullptr, 0, DICOM_SETIMAGE_MODALITY_PER_FRAME);
+    M_DicomSetModalityLUT(&ds, 0, &rescale, nullptr, 0, DICOM_SETIMAGE_MODALITY_PER_FRAME);
     DataSetAccess::InsertFrame(ds, 0);
     EXPECT_EQ(Items(ds, kPerFrame), 4u) << "one item for both macros";
     EXPECT_EQ(RescaleText(ds, 1), "2x+1");
@@ -124,7 +125,8 @@ TEST(FunctionalGroups, FramesFarBeyondTheDataSetAreRefused) {
     const auto rescale = MakeRescale(2, 1);
     for (const uint32_t frame : {4000000000u, 0xFFFFFFFFu, 5000u}) {
         EXPECT_EQ(Set(ds, frame, 1, DICOM_SETIMAGE_VOI_PER_FRAME), DICOM_ERROR_WRITE);
-        EXPECT_EQ(ds.SetModalityLUT(frame, &rescale, nullptr, 0, DICOM_SETIMAGE_MODALITY_PER_FRAME),
+        EXPECT_EQ(M_DicomSetModalityLUT(&ds, frame, &rescale, nullptr, 0,
+                                        DICOM_SETIMAGE_MODALITY_PER_FRAME),
                   DICOM_ERROR_WRITE);
     }
     EXPECT_EQ(ds.GetFirstElement(nullptr, 0, 1), nullptr);

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "MDicom.h"
+#include "MDicomFlat.h"
 #include "support/TestFiles.h"
 
 /** Operations that are not at the interface. */
@@ -116,7 +117,7 @@ inline tagDICOMMLUTATTRIBS MakeTable(uint32_t entries, int32_t first, uint32_t b
 /** "center/width" of a window, or its status. */
 inline std::string WindowText(MDicomDS &ds, uint32_t frame, uint32_t index = 0) {
     tagDICOMWINDOWATTRIBS window;
-    const uint16_t status = ds.GetWindow(frame, index, &window, sizeof window, 0);
+    const uint16_t status = M_DicomGetWindow(&ds, frame, index, &window, sizeof window, 0);
     if (status != 0) return std::to_string(status);
     char text[64];
     std::snprintf(text, sizeof text, "%g/%g", window.fCenter, window.fWidth);
@@ -126,7 +127,8 @@ inline std::string WindowText(MDicomDS &ds, uint32_t frame, uint32_t index = 0) 
 /** "slope x + intercept" of a frame, or a status. */
 inline std::string RescaleText(MDicomDS &ds, uint32_t frame = 0xFFFFFFFF) {
     tagDICOMMLUTATTRIBS rescale;
-    const uint16_t status = ds.GetModalityLUTAttributes(frame, &rescale, sizeof rescale, 0);
+    const uint16_t status =
+        M_DicomGetModalityLUTAttributes(&ds, frame, &rescale, sizeof rescale, 0);
     if (status != 0) return std::to_string(status);
     if (rescale.bIsModalityLUT) return "table";
     char text[64];

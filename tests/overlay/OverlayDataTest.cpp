@@ -111,7 +111,7 @@ TEST(OverlayData, ListsMoveAllFrames) {
     SetOverlay(ds, 0, OverlayOf(4, 7));
     HBITMAPLIST__ *list = nullptr;
     ASSERT_EQ(KernelCreateBitmapList(&list), 1);
-    EXPECT_EQ(ds.SetOverlayBitmapList(0, list, 0), DICOM_ERROR_PARAMETER);
+    EXPECT_EQ(M_DicomSetOverlayBitmapList(&ds, 0, list, 0), DICOM_ERROR_PARAMETER);
     for (size_t i = 0; i < 3; ++i) {
         TestBitmap bitmap(7, 4, 1, KERNEL_ORDER_BGR);
         Draw(bitmap, pixels, i * 28);
@@ -132,7 +132,7 @@ TEST(OverlayData, ListsMoveAllFrames) {
     }
     ASSERT_EQ(ds.SetOverlayBitmapList(0, list, 0), 0);
     EXPECT_EQ(ReadFrames(ds, 3), pixels) << "the overlay has as many frames as the list";
-    EXPECT_EQ(ds.GetOverlayBitmapList(0, list, 1, 3, 0), DICOM_ERROR_PARAMETER);
+    EXPECT_EQ(M_DicomGetOverlayBitmapList(&ds, 0, list, 1, 3, 0), DICOM_ERROR_PARAMETER);
     uint32_t count = 0;
     KernelListItemCount(list, &count);
     EXPECT_EQ(count, 5u) << "the frames that there are";
@@ -144,7 +144,7 @@ TEST(OverlayData, ListsMoveAllFrames) {
     // What a smaller overlay leaves would be taken for frames.
     TestBitmap small(4, 2, 1, KERNEL_ORDER_BGR);
     SetOverlay(ds, 0, OverlayOf(2, 4));
-    ASSERT_EQ(ds.SetOverlayBitmap(0, &small, 0), 0);
+    ASSERT_EQ(M_DicomSetOverlayBitmap(&ds, 0, &small, 0), 0);
     EXPECT_EQ(DataOf(ds), Bytes(2));
     KernelDestroyBitmapList(list);
 }
@@ -172,33 +172,34 @@ TEST(OverlayData, WhatCannotBeReadHasAStatusAndNoBitmap) {
         SetNumber(ds, 0x60000015, frames);
         if (length != 0xFFFFFFFF) SetData(ds, Bytes(length));
         TestBitmap bitmap;
-        EXPECT_EQ(ds.GetOverlayBitmap(0, &bitmap, sizeof(_BITMAPHANDLE), 0), status);
+        EXPECT_EQ(M_DicomGetOverlayBitmap(&ds, 0, &bitmap, sizeof(_BITMAPHANDLE), 0), status);
         EXPECT_EQ(bitmap.nBitmapFlags & 1, status == 0 ? 1u : 0u);
     }
     MDicomDS fragments(nullptr);
     SetOverlay(fragments, 0, OverlayOf(1, 8));
     fragments.InsertElement(nullptr, 0, 0x60003000, 'O' << 8 | 'B', 1, 0);
     TestBitmap read, given(8, 1, 1, KERNEL_ORDER_BGR);
-    EXPECT_EQ(fragments.GetOverlayBitmap(0, &read, sizeof(_BITMAPHANDLE), 0), DICOM_ERROR_READ);
-    EXPECT_EQ(fragments.SetOverlayBitmap(0, &given, 0), DICOM_ERROR_WRITE);
+    EXPECT_EQ(M_DicomGetOverlayBitmap(&fragments, 0, &read, sizeof(_BITMAPHANDLE), 0),
+              DICOM_ERROR_READ);
+    EXPECT_EQ(M_DicomSetOverlayBitmap(&fragments, 0, &given, 0), DICOM_ERROR_WRITE);
 }
 
 TEST(OverlayData, BitmapsOfAnotherFormAreRefused) {
     MDicomDS ds(nullptr);
     const _OVERLAYATTRIBUTES attributes = OverlayOf(2, 8, 0x7FFFFFFF);
     TestBitmap fitting(8, 2, 1, KERNEL_ORDER_BGR);
-    EXPECT_EQ(ds.SetOverlayBitmap(0, &fitting, 0), DICOM_ERROR_PARAMETER) << "no overlay";
-    ASSERT_EQ(ds.SetOverlayAttributes(0, &attributes, 0), 0);
+    EXPECT_EQ(M_DicomSetOverlayBitmap(&ds, 0, &fitting, 0), DICOM_ERROR_PARAMETER) << "no overlay";
+    ASSERT_EQ(M_DicomSetOverlayAttributes(&ds, 0, &attributes, 0), 0);
     TestBitmap none, wide(9, 2, 1, KERNEL_ORDER_BGR), high(8, 3, 1, KERNEL_ORDER_BGR),
         gray(8, 2, 8);
     for (TestBitmap *bitmap : {&none, &wide, &high, &gray}) {
-        EXPECT_EQ(ds.SetOverlayBitmap(0, bitmap, 0), DICOM_ERROR_PARAMETER);
+        EXPECT_EQ(M_DicomSetOverlayBitmap(&ds, 0, bitmap, 0), DICOM_ERROR_PARAMETER);
     }
-    EXPECT_EQ(ds.SetOverlayBitmap(0, nullptr, 0), DICOM_ERROR_PARAMETER);
-    EXPECT_EQ(ds.SetOverlayBitmap(16, &fitting, 0), DICOM_ERROR_PARAMETER);
+    EXPECT_EQ(M_DicomSetOverlayBitmap(&ds, 0, nullptr, 0), DICOM_ERROR_PARAMETER);
+    EXPECT_EQ(M_DicomSetOverlayBitmap(&ds, 16, &fitting, 0), DICOM_ERROR_PARAMETER);
     EXPECT_EQ(ds.FindFirstElement(nullptr, 0x60003000, 1), nullptr);
     // No room is made for frames that nobody has set, and none beyond what a value can hold.
-    ASSERT_EQ(ds.SetOverlayBitmap(0, &fitting, 0), 0);
+    ASSERT_EQ(M_DicomSetOverlayBitmap(&ds, 0, &fitting, 0), 0);
     EXPECT_EQ(DataOf(ds).size(), 2u);
     EXPECT_EQ(DataSetAccess::SetFrame(ds, 0, &fitting, 0x7FFFFFFE), DICOM_ERROR_WRITE);
     EXPECT_EQ(DataSetAccess::GetFrame(ds, 0, &none, 1), DICOM_ERROR_READ);

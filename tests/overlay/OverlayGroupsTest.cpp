@@ -14,13 +14,13 @@ uint32_t GroupOf(MDicomDS &ds, uint32_t index) {
     _OVERLAYATTRIBUTES attributes;
     uint32_t group = kNone;
     int32_t isOverlay = 0;
-    ds.GetOverlayAttributes(index, &attributes, sizeof attributes, &group, &isOverlay, 0);
+    M_DicomGetOverlayAttributes(&ds, index, &attributes, sizeof attributes, &group, &isOverlay, 0);
     return group;
 }
 
 uint32_t CountOf(MDicomDS &ds) {
     uint32_t count = 77;
-    EXPECT_EQ(ds.GetOverlayCount(&count), 0);
+    EXPECT_EQ(M_DicomGetOverlayCount(&ds, &count), 0);
     return count;
 }
 
@@ -39,7 +39,7 @@ void PutLayer(MDicomDS &ds, uint32_t group, const char *text) {
 TEST(OverlayGroups, AreCountedInOrder) {
     MDicomDS ds(nullptr);
     EXPECT_EQ(CountOf(ds), 0u);
-    EXPECT_EQ(ds.GetOverlayCount(nullptr), DICOM_ERROR_PARAMETER);
+    EXPECT_EQ(M_DicomGetOverlayCount(&ds, nullptr), DICOM_ERROR_PARAMETER);
     PutOverlay(ds, 0);
     PutOverlay(ds, 4);
     PutOverlay(ds, 0x20); // beyond the overlay groups
@@ -55,8 +55,8 @@ TEST(OverlayGroups, AreCountedInOrder) {
     SetNumber(ds, 0x60060010, 4);
     EXPECT_EQ(CountOf(ds), 0u) << "rows without columns";
     ds.DeleteElement(ds.FindFirstElement(nullptr, 0x60060010, 1));
-    EXPECT_EQ(ds.DeleteOverlay(0, 0), 0);
-    EXPECT_EQ(ds.DeleteOverlay(7, 0), 0);
+    EXPECT_EQ(M_DicomDeleteOverlay(&ds, 0, 0), 0);
+    EXPECT_EQ(M_DicomDeleteOverlay(&ds, 7, 0), 0);
     EXPECT_EQ(GroupOf(ds, 0), 4u);
     EXPECT_EQ(ds.FindFirstElement(nullptr, 0x60000040, 1), nullptr);
 }
@@ -67,21 +67,24 @@ TEST(OverlayGroups, ActivationLayerMayStandAlone) {
     _OVERLAYATTRIBUTES attributes;
     uint32_t group = 0;
     int32_t isOverlay = 1;
-    ASSERT_EQ(ds.GetOverlayAttributes(0, &attributes, sizeof attributes, &group, &isOverlay, 0), 0);
+    ASSERT_EQ(
+        M_DicomGetOverlayAttributes(&ds, 0, &attributes, sizeof attributes, &group, &isOverlay, 0),
+        0);
     EXPECT_EQ(isOverlay, 0);
     EXPECT_EQ(group, 2u);
     EXPECT_STREQ(attributes.szActivationLayer, L"LAYER1");
     TestBitmap bitmap;
-    EXPECT_EQ(ds.GetOverlayBitmap(0, &bitmap, sizeof(_BITMAPHANDLE), 0), DICOM_ERROR_OVERLAY_DATA);
+    EXPECT_EQ(M_DicomGetOverlayBitmap(&ds, 0, &bitmap, sizeof(_BITMAPHANDLE), 0),
+              DICOM_ERROR_OVERLAY_DATA);
     wchar_t text[8] = L"1234567";
-    ASSERT_EQ(ds.GetOverlayActivationLayer(0, text, 4), 0);
+    ASSERT_EQ(M_DicomGetOverlayActivationLayer(&ds, 0, text, 4), 0);
     EXPECT_STREQ(text, L"LAY");
-    ASSERT_EQ(ds.GetOverlayActivationLayer(0, text, 8), 0);
+    ASSERT_EQ(M_DicomGetOverlayActivationLayer(&ds, 0, text, 8), 0);
     EXPECT_STREQ(text, L"LAYER1");
-    EXPECT_EQ(ds.GetOverlayActivationLayer(1, text, 8), DICOM_ERROR_PARAMETER);
+    EXPECT_EQ(M_DicomGetOverlayActivationLayer(&ds, 1, text, 8), DICOM_ERROR_PARAMETER);
     PutOverlay(ds, 4);
     PutOverlay(ds, 6);
-    EXPECT_EQ(ds.GetOverlayActivationLayer(1, text, 8), DICOM_ERROR_OVERLAY_LAYER);
+    EXPECT_EQ(M_DicomGetOverlayActivationLayer(&ds, 1, text, 8), DICOM_ERROR_OVERLAY_LAYER);
 }
 
 /** Every set of planes and layers in the first and the last groups, and every index. */
@@ -106,9 +109,10 @@ TEST(OverlayGroups, AttributesAndDataOfAnIndexGoToOneGroupAndToNoOtherOverlay) {
             const uint32_t count = CountOf(ds);
             const uint32_t meant = GroupOf(ds, index);
             const _OVERLAYATTRIBUTES attributes = OverlayOf(4, 4);
-            const uint16_t status = ds.SetOverlayAttributes(index, &attributes, 0);
+            const uint16_t status = M_DicomSetOverlayAttributes(&ds, index, &attributes, 0);
             if (status == 0) {
-                ASSERT_EQ(ds.SetOverlayBitmap(index, &bitmap, 0), 0) << set << " " << index;
+                ASSERT_EQ(M_DicomSetOverlayBitmap(&ds, index, &bitmap, 0), 0)
+                    << set << " " << index;
             }
             uint32_t written = 0;
             for (uint32_t i = 0; i < 16; ++i) {
@@ -151,7 +155,7 @@ TEST(OverlayAttributes, ComeBackAsTheyWereSet) {
     SetOverlay(ds, 0, given);
     _OVERLAYATTRIBUTES read;
     int32_t isOverlay = 0;
-    ASSERT_EQ(ds.GetOverlayAttributes(0, &read, sizeof read, nullptr, &isOverlay, 0), 0);
+    ASSERT_EQ(M_DicomGetOverlayAttributes(&ds, 0, &read, sizeof read, nullptr, &isOverlay, 0), 0);
     EXPECT_EQ(read.nBitsAllocated, 16);
     read.nBitsAllocated = 0;
     EXPECT_EQ(memcmp(&read, &given, sizeof read), 0);
@@ -161,11 +165,11 @@ TEST(OverlayAttributes, ComeBackAsTheyWereSet) {
     EXPECT_EQ(origin[1], 7u);
     // Flag 1 leaves it; without, one frame takes the place of three.
     const _OVERLAYATTRIBUTES other = OverlayOf(1, 1);
-    ASSERT_EQ(ds.SetOverlayAttributes(0, &other, 1), 0);
-    ds.GetOverlayAttributes(0, &read, sizeof read, nullptr, &isOverlay, 0);
+    ASSERT_EQ(M_DicomSetOverlayAttributes(&ds, 0, &other, 1), 0);
+    M_DicomGetOverlayAttributes(&ds, 0, &read, sizeof read, nullptr, &isOverlay, 0);
     EXPECT_EQ(read.nRows, 100);
     SetOverlay(ds, 0, other);
-    ds.GetOverlayAttributes(0, &read, sizeof read, nullptr, &isOverlay, 0);
+    M_DicomGetOverlayAttributes(&ds, 0, &read, sizeof read, nullptr, &isOverlay, 0);
     EXPECT_EQ(read.nRows, 1);
     EXPECT_EQ(read.nFramesInOverlay, 1u);
     EXPECT_STREQ(read.szLabel, L"label") << "an empty text says nothing";
@@ -176,20 +180,23 @@ TEST(OverlayAttributes, WhatIsWrongHasAStatus) {
     PutOverlay(ds, 0);
     _OVERLAYATTRIBUTES record = OverlayOf(4, 4);
     int32_t is = 0;
-    EXPECT_EQ(ds.GetOverlayAttributes(0, nullptr, 512, nullptr, &is, 0), DICOM_ERROR_PARAMETER);
-    EXPECT_EQ(ds.GetOverlayAttributes(0, &record, 511, nullptr, &is, 0), DICOM_ERROR_STRUCT_SIZE);
-    EXPECT_EQ(ds.GetOverlayAttributes(1, &record, sizeof record, nullptr, &is, 0),
+    EXPECT_EQ(M_DicomGetOverlayAttributes(&ds, 0, nullptr, 512, nullptr, &is, 0),
+              DICOM_ERROR_PARAMETER);
+    EXPECT_EQ(M_DicomGetOverlayAttributes(&ds, 0, &record, 511, nullptr, &is, 0),
+              DICOM_ERROR_STRUCT_SIZE);
+    EXPECT_EQ(M_DicomGetOverlayAttributes(&ds, 1, &record, sizeof record, nullptr, &is, 0),
               DICOM_ERROR_PARAMETER);
     ds.DeleteElement(ds.FindFirstElement(nullptr, 0x60000100, 1));
-    EXPECT_EQ(ds.GetOverlayAttributes(0, &record, sizeof record, nullptr, &is, 0),
+    EXPECT_EQ(M_DicomGetOverlayAttributes(&ds, 0, &record, sizeof record, nullptr, &is, 0),
               DICOM_ERROR_OVERLAY_ATTRIBUTE);
     record = OverlayOf(4, 4);
-    EXPECT_EQ(ds.SetOverlayAttributes(0, nullptr, 0), DICOM_ERROR_PARAMETER);
-    EXPECT_EQ(ds.SetOverlayAttributes(16, &record, 0), DICOM_ERROR_PARAMETER);
+    EXPECT_EQ(M_DicomSetOverlayAttributes(&ds, 0, nullptr, 0), DICOM_ERROR_PARAMETER);
+    EXPECT_EQ(M_DicomSetOverlayAttributes(&ds, 16, &record, 0), DICOM_ERROR_PARAMETER);
     record.nOriginX = 0x7FFF;
-    EXPECT_EQ(ds.SetOverlayAttributes(0, &record, 0), DICOM_ERROR_PARAMETER) << "not in 16 bits";
+    EXPECT_EQ(M_DicomSetOverlayAttributes(&ds, 0, &record, 0), DICOM_ERROR_PARAMETER)
+        << "not in 16 bits";
     record.nStructSize = 8;
-    EXPECT_EQ(ds.SetOverlayAttributes(0, &record, 0), DICOM_ERROR_STRUCT_SIZE);
+    EXPECT_EQ(M_DicomSetOverlayAttributes(&ds, 0, &record, 0), DICOM_ERROR_STRUCT_SIZE);
 }
 
 TEST(OverlayTransfer, PlanesAndDataBecomeSlotsAndBack) {

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "MDicom.h"
+#include "MDicomFlat.h"
 #include "support/Images.h"
 
 struct mdicom::DataSetAccess {

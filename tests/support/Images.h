@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "MDicom.h"
+#include "MDicomFlat.h"
 #include "support/Bitmaps.h"
 #include "support/TestFiles.h"
 
@@ -111,8 +112,8 @@ struct Picture {
 inline Picture Load(MDicomDS &ds, uint32_t frame, int32_t depth = 0) {
     _BITMAPHANDLE bitmap;
     Picture picture;
-    picture.status = ds.GetImage(nullptr, &bitmap, sizeof bitmap, frame, depth, 0,
-                                 DICOM_GETIMAGE_FULL_RANGE_YBR, nullptr, nullptr);
+    picture.status = M_DicomGetImage(&ds, nullptr, &bitmap, sizeof bitmap, frame, depth, 0,
+                                     DICOM_GETIMAGE_FULL_RANGE_YBR, nullptr, nullptr);
     if (picture.status != DICOM_SUCCESS) return picture;
     picture.depth = bitmap.nBitsPerPixel;
     picture.rows = RowsOf(bitmap);
@@ -122,7 +123,7 @@ inline Picture Load(MDicomDS &ds, uint32_t frame, int32_t depth = 0) {
 
 inline std::vector<Picture> LoadAll(MDicomDS &ds) {
     std::vector<Picture> pictures;
-    const uint32_t frames = ds.GetCountImage(nullptr);
+    const uint32_t frames = M_DicomGetCountImage(&ds, nullptr);
     for (uint32_t i = 0; i < frames; ++i) pictures.push_back(Load(ds, i));
     return pictures;
 }

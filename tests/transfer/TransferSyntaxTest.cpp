@@ -88,7 +88,7 @@ double Psnr(const Form &form, const Picture &first, const Picture &second, int s
 /** Bytes of all frames as they are stored. */
 double BytesOfFrames(MDicomDS &ds) {
     double total = 0;
-    for (uint32_t i = 0, size = 0; i < ds.GetCountImage(nullptr); ++i, total += size) {
+    for (uint32_t i = 0, size = 0; i < M_DicomGetCountImage(&ds, nullptr); ++i, total += size) {
         ds.GetFrameBinaryData(ds.FindFirstElement(nullptr, TAG_PIXEL_DATA, 1), i, nullptr, &size);
     }
     return total;
@@ -108,7 +108,7 @@ TEST_P(EachForm, KeepsItsPixelsThroughEverySyntaxWithoutLoss) {
                                   kJ2kLossless, kExplicit, kLossless14, kRle,
                                   kJ2kLossless, kLossless, kBig};
     for (const std::wstring &uid : chain) {
-        const uint16_t status = ds.ChangeTransferSyntax(uid.c_str(), 0, 0);
+        const uint16_t status = M_DicomChangeTransferSyntax(&ds, uid.c_str(), 0, 0);
         ASSERT_EQ(status, Expected(form, uid)) << std::string(uid.begin(), uid.end());
         if (status != DICOM_SUCCESS) continue;
         EXPECT_EQ(support::StoredText(ds, 0x00020010), std::string(uid.begin(), uid.end()));
@@ -127,7 +127,7 @@ TEST_P(EachForm, StaysAboveFortyDecibelsAtBestQuality) {
         MDicomDS ds(nullptr);
         MakeImage(ds, form);
         const std::vector<Picture> before = LoadAll(ds);
-        const uint16_t status = ds.ChangeTransferSyntax(uid.c_str(), 2, 0);
+        const uint16_t status = M_DicomChangeTransferSyntax(&ds, uid.c_str(), 2, 0);
         ASSERT_EQ(status, Expected(form, uid)) << std::string(uid.begin(), uid.end());
         if (status != DICOM_SUCCESS) continue;
         const std::vector<Picture> after = LoadAll(ds);
@@ -146,7 +146,7 @@ TEST_P(EachForm, StaysAboveFortyDecibelsAtBestQuality) {
         // A second compression with loss is told of behind the first.
         const std::wstring &other =
             uid == kJ2k ? (form.stored == 12 ? kExtended : kBaseline) : kJ2k;
-        if (ds.ChangeTransferSyntax(other.c_str(), 2, 0) != DICOM_SUCCESS) continue;
+        if (M_DicomChangeTransferSyntax(&ds, other.c_str(), 2, 0) != DICOM_SUCCESS) continue;
         EXPECT_EQ(support::StoredText(ds, 0x00282114),
                   uid == kJ2k ? "ISO_15444_1\\ISO_10918_1" : "ISO_10918_1\\ISO_15444_1");
     }
@@ -158,16 +158,17 @@ INSTANTIATE_TEST_SUITE_P(Images, EachForm, testing::ValuesIn(kForms),
 TEST(TransferSyntax, RefusesWhatItDoesNotKnowAndChangesNothingForItself) {
     MDicomDS ds(nullptr);
     MakeImage(ds, kForms[0]);
-    EXPECT_EQ(ds.ChangeTransferSyntax(nullptr, 0, 0), DICOM_ERROR_PARAMETER);
-    EXPECT_EQ(ds.ChangeTransferSyntax(L"1.2.840.10008.1.2.4.80", 0, 0), DICOM_ERROR_PARAMETER);
-    EXPECT_EQ(ds.ChangeTransferSyntax(kExplicit.c_str(), 0, 0), DICOM_SUCCESS);
+    EXPECT_EQ(M_DicomChangeTransferSyntax(&ds, nullptr, 0, 0), DICOM_ERROR_PARAMETER);
+    EXPECT_EQ(M_DicomChangeTransferSyntax(&ds, L"1.2.840.10008.1.2.4.80", 0, 0),
+              DICOM_ERROR_PARAMETER);
+    EXPECT_EQ(M_DicomChangeTransferSyntax(&ds, kExplicit.c_str(), 0, 0), DICOM_SUCCESS);
     EXPECT_EQ(ds.GetKeepPixelDataIntactFlag(), 0);
-    EXPECT_EQ(ds.ChangeTransferSyntax(kLossless14.c_str(), 0, 0), DICOM_SUCCESS);
+    EXPECT_EQ(M_DicomChangeTransferSyntax(&ds, kLossless14.c_str(), 0, 0), DICOM_SUCCESS);
     EXPECT_NE(ds.GetKeepPixelDataIntactFlag(), 0);
     // The other process of the same class: the stored data stand.
-    EXPECT_EQ(ds.ChangeTransferSyntax(kLossless.c_str(), 0, 0), DICOM_SUCCESS);
+    EXPECT_EQ(M_DicomChangeTransferSyntax(&ds, kLossless.c_str(), 0, 0), DICOM_SUCCESS);
     EXPECT_EQ(support::StoredText(ds, 0x00020010), "1.2.840.10008.1.2.4.57");
-    EXPECT_EQ(ds.ChangeTransferSyntax(kBig.c_str(), 0, 0), DICOM_SUCCESS);
+    EXPECT_EQ(M_DicomChangeTransferSyntax(&ds, kBig.c_str(), 0, 0), DICOM_SUCCESS);
     EXPECT_EQ(ds.GetKeepPixelDataIntactFlag(), 0);
 }
 
@@ -184,7 +185,7 @@ TEST(TransferSyntax, AnIconStaysThroughOthers) {
     ds.SetBinaryValue(icon, value.data(), static_cast<uint32_t>(value.size()));
     const std::vector<Picture> before = LoadAll(ds);
     for (const std::wstring &uid : {kRle, kExplicit}) {
-        ASSERT_EQ(ds.ChangeTransferSyntax(uid.c_str(), 0, 0), DICOM_SUCCESS);
+        ASSERT_EQ(M_DicomChangeTransferSyntax(&ds, uid.c_str(), 0, 0), DICOM_SUCCESS);
         EXPECT_TRUE(LoadAll(ds) == before) << std::string(uid.begin(), uid.end());
     }
 }
@@ -205,7 +206,7 @@ TEST(TransferSyntax, TurnsEveryValueOfADataSetWithoutPixels) {
     ASSERT_EQ(support::LoadBytes(ds, file.bytes), 0);
     const support::TemporaryFolder folder;
     for (const std::wstring &uid : {kBig, kImplicit, kBig, kExplicit}) {
-        ASSERT_EQ(ds.ChangeTransferSyntax(uid.c_str(), 0, 0), DICOM_SUCCESS);
+        ASSERT_EQ(M_DicomChangeTransferSyntax(&ds, uid.c_str(), 0, 0), DICOM_SUCCESS);
         EXPECT_EQ(support::Difference(original, ds), "");
         ASSERT_EQ(ds.SaveDS(folder.WideFile("turned.dcm").c_str(), 0), 0);
         MDicomDS again(nullptr);
@@ -237,16 +238,16 @@ TEST(TransferSyntax, KeepsTheFramesOfRealFiles) {
             // Packed samples of 12 bits get words of their own in most syntaxes.
             const int32_t depth = Load(ds, 0).depth == 12 ? 16 : 0;
             const Picture before = Load(ds, 0, depth);
-            const uint32_t frames = ds.GetCountImage(pixels);
+            const uint32_t frames = M_DicomGetCountImage(&ds, pixels);
             const std::string snapshot = Snapshot(ds);
-            const uint16_t status = ds.ChangeTransferSyntax(uid.c_str(), 0, 0);
+            const uint16_t status = M_DicomChangeTransferSyntax(&ds, uid.c_str(), 0, 0);
             if (status != DICOM_SUCCESS) {
                 ++refusals[path.filename().string() + " " + std::to_string(status)];
                 EXPECT_EQ(Snapshot(ds), snapshot) << path;
                 continue;
             }
             ++changes;
-            EXPECT_EQ(ds.GetCountImage(pixels), frames) << path;
+            EXPECT_EQ(M_DicomGetCountImage(&ds, pixels), frames) << path;
             EXPECT_TRUE(Load(ds, 0, depth) == before)
                 << path << std::string(uid.begin(), uid.end());
         }
