@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 
 #include "Frames.h"
@@ -427,6 +428,16 @@ TEST(GetImage, TellsOfItsRowsAndStopsWhenTold) {
     }
 }
 
+/** Leaves blocks that are not zero for the next bitmap. */
+void DirtyMemory() {
+    std::vector<void *> blocks;
+    for (size_t size = 16; size <= 256; size += 16) {
+        blocks.push_back(KernelAlloc(1, size, 0, nullptr));
+        std::memset(blocks.back(), 0xEE, size);
+    }
+    for (void *block : blocks) KernelFree(block, 0, nullptr);
+}
+
 TEST(GetImage, TakesTheFirstOfSeveralPlanesOfGray) {
     for (const uint32_t columns : {4, 5}) {
         const Bytes first(2 * columns, 9);
@@ -443,9 +454,13 @@ TEST(GetImage, TakesTheFirstOfSeveralPlanesOfGray) {
                 planes.insert(planes.end(), other.begin(), other.end());
                 PutValue(image, planes);
             }
+            DirtyMemory();
             TestBitmap bitmap;
             ASSERT_EQ(Get(image.ds, bitmap), 0);
             EXPECT_EQ(RowsOf(bitmap), first);
+            const uint8_t *rows = KernelLendBitmapRow(&bitmap, 0);
+            const auto padding = Bytes(rows + columns, rows + bitmap.nBytesPerLine);
+            EXPECT_EQ(padding, Bytes(padding.size()));
         }
     }
 }
