@@ -188,6 +188,19 @@ TEST(TransferSyntax, AnIconStaysThroughOthers) {
         ASSERT_EQ(M_DicomChangeTransferSyntax(&ds, uid.c_str(), 0, 0), DICOM_SUCCESS);
         EXPECT_TRUE(LoadAll(ds) == before) << std::string(uid.begin(), uid.end());
     }
+    // One with a codec of its own is compressed as the image is.
+    ASSERT_EQ(M_DicomChangeTransferSyntax(&ds, kRle.c_str(), 0, 0), DICOM_SUCCESS);
+    _DICOMELEMENT *frame = ds.FindLastElement(nullptr, TAG_ITEM, 0);
+    Bytes fragment = support::ValueOf(ds, frame);
+    ds.DeleteElement(icon);
+    icon = ds.InsertElement(item, 1, TAG_PIXEL_DATA, 'O' << 8 | 'B', 1, 0);
+    ds.InsertElement(icon, 1, TAG_ITEM, 'O' << 8 | 'B', 0, 0);
+    frame = ds.InsertElement(icon, 1, TAG_ITEM, 'O' << 8 | 'B', 0, 1);
+    ds.SetBinaryValue(frame, fragment.data(), static_cast<uint32_t>(fragment.size()));
+    const std::vector<Picture> both = LoadAll(ds);
+    ASSERT_EQ(both.size(), 2u);
+    ASSERT_EQ(M_DicomChangeTransferSyntax(&ds, kExplicit.c_str(), 0, 0), DICOM_SUCCESS);
+    EXPECT_TRUE(LoadAll(ds) == both);
 }
 
 TEST(TransferSyntax, TurnsEveryValueOfADataSetWithoutPixels) {
