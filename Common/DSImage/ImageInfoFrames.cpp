@@ -78,6 +78,13 @@ bool BeginsWithJ2k(MDicomDS &dataSet, _DICOMELEMENT *item) {
            head.end();
 }
 
+/** True for an item that begins as an offset table does and no code stream: with an offset of 0. */
+bool BeginsAsTable(MDicomDS &dataSet, _DICOMELEMENT *item) {
+    uint32_t offset = 1;
+    if (item->nLength < sizeof offset) return false;
+    return dataSet.GetBinaryValue(item, &offset, 0, sizeof offset) && offset == 0;
+}
+
 using StartTest = bool (*)(MDicomDS &, _DICOMELEMENT *);
 
 bool AlwaysBegins(MDicomDS &, _DICOMELEMENT *) {
@@ -100,9 +107,12 @@ void ScanFragments(MDicomDS &dataSet, _DICOMELEMENT *table, uint32_t fragments, 
     }
     // A single frame needs no sign of its start: JPEG 2000 may stand in a file format of its own.
     const bool single = list.rules.numberOfFrames <= 1;
-    if (list.starts.empty() && fragments > 0 && single) list.starts.push_back(NextOf(table));
-    // Some writers leave the table out.
-    if (list.starts.empty() && table->nLength >= kShortestFragment) list.starts.push_back(table);
+    if (!list.starts.empty()) return;
+    if (fragments > 0 && (single || BeginsAsTable(dataSet, table))) {
+        list.starts.push_back(NextOf(table));
+    } else if (table->nLength >= kShortestFragment) { // some writers leave the table out
+        list.starts.push_back(table);
+    }
 }
 
 } // namespace
