@@ -69,3 +69,53 @@ int UseDataSetFromC(const wchar_t *path) {
     M_DicomFreeDS(NULL);
     return line;
 }
+
+static int32_t Hear(_DICOMELEMENT *element, uint16_t code, void *userData) {
+    *(uint16_t *)userData = element != NULL ? code : 0;
+    return 0;
+}
+
+static int Walk(MDicomDS *hDS) {
+    _DICOMELEMENT *syntax = M_DicomInsertElement(hDS, NULL, 0, 0x00020010, 0, 0, 0);
+    _DICOMELEMENT *sequence = M_DicomInsertElement(hDS, NULL, 0, 0x00081140, 0, 1, 0);
+    _DICOMELEMENT *uids[2];
+    for (uint32_t i = 0; i < 2; ++i) {
+        _DICOMELEMENT *item = M_DicomInsertElement(hDS, sequence, 1, TAG_ITEM, 0, 1, i);
+        uids[i] = M_DicomInsertElement(hDS, item, 1, 0x00081150, 0, 0, 0);
+    }
+    _DICOMELEMENT *name = M_DicomInsertElement(hDS, NULL, 0, 0x00100010, 0, 0, 0);
+    CHECK(M_DicomGetPrevElement(hDS, name, 1, 0) == sequence);
+    CHECK(M_DicomGetPrevElement(hDS, name, 0, 0) == uids[1]);
+    CHECK(M_DicomGetPrevElement(hDS, sequence, 1, 1) == syntax);
+    CHECK(M_DicomGetPrevElement(hDS, sequence, 1, 0) == NULL);
+    CHECK(M_DicomGetRootElement(hDS, uids[1]) == sequence);
+    CHECK(M_DicomIsVolatileElement(hDS, syntax) && !M_DicomIsVolatileElement(hDS, name));
+    CHECK(M_DicomFindLastElement(hDS, NULL, 0x00081150, 0) == uids[1]);
+    CHECK(M_DicomFindNextElement(hDS, uids[0], 0) == uids[1]);
+    CHECK(M_DicomFindPrevElement(hDS, uids[1], 0) == uids[0]);
+    CHECK(M_DicomFindNextElement(hDS, uids[0], 1) == NULL);
+    CHECK(M_DicomFindPrevElement(hDS, uids[1], 1) == NULL);
+
+    CHECK(M_DicomExistsElement(hDS, name));
+    uint16_t heard = 0;
+    M_DicomSetDebugDS(hDS, Hear, &heard);
+    CHECK(M_DicomInsertElement(hDS, name, 0, 0x00100010, 0, 0, 0) == NULL);
+    CHECK(heard == DS_DEBUG_DUPLICATE);
+    M_DicomDeleteElement(hDS, name);
+    CHECK(!M_DicomExistsElement(hDS, name));
+
+    CHECK(!M_DicomSetKeepPixelDataIntactFlag(hDS, 1) && M_DicomGetKeepPixelDataIntactFlag(hDS));
+    uint8_t preamble[3] = {1, 2, 3};
+    M_DicomSetPreamble(hDS, preamble, 2);
+    M_DicomGetPreamble(hDS, preamble + 1, 2);
+    CHECK(preamble[1] == 1 && preamble[2] == 2);
+    return 0;
+}
+
+int UseTreeFromC(void) {
+    MDicomDS *built = M_DicomCreateDS(NULL);
+    CHECK(built != NULL);
+    const int line = Walk(built);
+    M_DicomFreeDS(built);
+    return line;
+}

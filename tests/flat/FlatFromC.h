@@ -11,6 +11,8 @@ extern "C" {
 
 /** Looks up and edits the dictionaries. Returns the line of the first check that fails, or 0. */
 int UseDictionariesFromC(void);
+/** Walks and searches a tree that it builds. Returns as above. */
+int UseTreeFromC(void);
 /** Builds a data set, saves it to a file, and loads it again. Returns as above. */
 int UseDataSetFromC(const wchar_t *path);
 

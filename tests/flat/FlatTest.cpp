@@ -15,6 +15,10 @@ TEST(FlatTest, DictionariesServeAProgramInC) {
     EXPECT_EQ(UseDictionariesFromC(), 0) << "line of FlatFromC.c";
 }
 
+TEST(FlatTest, TreesServeAProgramInC) {
+    EXPECT_EQ(UseTreeFromC(), 0) << "line of FlatFromC.c";
+}
+
 TEST(FlatTest, DataSetsServeAProgramInC) {
     const auto path = std::filesystem::temp_directory_path() /
                       ("mdicom-flat-" + std::to_string(getpid()) + ".dcm");
