@@ -91,7 +91,8 @@ void TagCounts::Clear() noexcept {
         m_Entries.reset();
         m_Capacity = 0;
     }
-    for (uint32_t i = 0; i < m_Capacity && !isEmpty; ++i) m_Entries[i] = {};
+    if (isEmpty) return;
+    for (uint32_t i = 0; i < m_Capacity; ++i) m_Entries[i] = {};
 }
 
 ElementIndex::ElementIndex() noexcept = default;
